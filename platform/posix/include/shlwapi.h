@@ -1,0 +1,5 @@
+#pragma once
+
+#include <windows.h>
+
+BOOL PathMatchSpecW(LPCWSTR path, LPCWSTR pattern) noexcept;

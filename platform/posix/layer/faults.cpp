@@ -1,0 +1,98 @@
+#include "layer/faults.h"
+
+#include <winbase.h>
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+
+namespace layer {
+namespace {
+
+struct Plan {
+    std::string name;  // empty: every function
+    std::optional<DWORD> error;
+    size_t skip = 0;
+    size_t times = 0;
+    std::vector<size_t> indexes;
+    size_t calls = 0;
+    std::vector<std::string> failed;
+};
+
+std::mutex g_mutex;
+std::atomic<bool> g_armed = false;
+Plan g_plan;
+
+void Arm(Plan plan) {
+    const std::lock_guard lock(g_mutex);
+    g_plan = std::move(plan);
+    g_armed = true;
+}
+
+void Disarm() {
+    const std::lock_guard lock(g_mutex);
+    g_armed = false;
+    g_plan = {};
+}
+
+bool IsDue(Plan& plan, const char* call) {
+    if (!plan.name.empty()) {
+        if (plan.name != call) {
+            return false;
+        }
+        const size_t index = plan.calls++;
+        return index >= plan.skip && index - plan.skip < plan.times;
+    }
+    const size_t index = plan.calls++;
+    return std::find(plan.indexes.begin(), plan.indexes.end(), index) != plan.indexes.end();
+}
+
+}  // namespace
+
+FailingCall::FailingCall(std::string_view name, DWORD error, size_t skip, size_t times) {
+    Arm({std::string(name), error, skip, times, {}, 0, {}});
+}
+
+FailingCall::~FailingCall() {
+    Disarm();
+}
+
+FailingNthCall::FailingNthCall(std::vector<size_t> indexes) {
+    Arm({{}, {}, 0, 0, std::move(indexes), 0, {}});
+}
+
+FailingNthCall::~FailingNthCall() {
+    Disarm();
+}
+
+size_t FailingNthCall::CallsMade() const {
+    const std::lock_guard lock(g_mutex);
+    return g_plan.calls;
+}
+
+std::vector<std::string> FailingNthCall::Failed() const {
+    const std::lock_guard lock(g_mutex);
+    return g_plan.failed;
+}
+
+std::optional<DWORD> InjectedError(const char* call, DWORD documented) noexcept {
+    if (!g_armed) {
+        return std::nullopt;
+    }
+    const std::lock_guard lock(g_mutex);
+    if (!g_armed || !IsDue(g_plan, call)) {
+        return std::nullopt;
+    }
+    g_plan.failed.emplace_back(call);
+    return g_plan.error.value_or(documented);
+}
+
+bool FailsOnPurpose(const char* call, DWORD documented) noexcept {
+    const auto error = InjectedError(call, documented);
+    if (error) {
+        SetLastError(*error);
+    }
+    return error.has_value();
+}
+
+}  // namespace layer

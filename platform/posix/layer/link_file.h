@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace layer {
+
+// What a .lnk file says of its target.
+struct LinkTarget {
+    std::wstring path;     // from the link info, or spelt by the shell's item list; may be empty
+    std::wstring rawPath;  // with environment variables, where the file has such a form
+};
+
+// Reads the bytes of a .lnk file; nothing when they are none or their lengths lead outside.
+std::optional<LinkTarget> ReadLinkFile(std::string_view bytes);
+
+}  // namespace layer

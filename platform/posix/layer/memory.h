@@ -1,0 +1,12 @@
+#pragma once
+
+#include <windef.h>
+
+#include <string_view>
+
+namespace layer {
+
+// The bytes of a block of global memory, empty when `memory` is none.
+std::string_view GlobalContent(HGLOBAL memory) noexcept;
+
+}  // namespace layer

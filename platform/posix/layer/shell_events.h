@@ -1,0 +1,30 @@
+#pragma once
+
+#include <windef.h>
+
+#include <functional>
+#include <string>
+
+namespace layer {
+
+// How often the shell was told that handler associations changed.
+size_t AssociationChanges() noexcept;
+
+// A message box as a program asked for it.
+struct MessageBox {
+    HWND owner;
+    std::wstring text;
+    std::wstring caption;
+    UINT style;
+};
+
+// Answers message boxes instead of the terminal while it lives. One at a time.
+class MessageBoxReceiver {
+  public:
+    explicit MessageBoxReceiver(std::function<void(const MessageBox&)> receive);
+    ~MessageBoxReceiver();
+    MessageBoxReceiver(const MessageBoxReceiver&) = delete;
+    MessageBoxReceiver& operator=(const MessageBoxReceiver&) = delete;
+};
+
+}  // namespace layer

@@ -1,0 +1,116 @@
+#include "layer/shell_link.h"
+
+#include <shlobj.h>
+
+#include <atomic>
+#include <fstream>
+#include <iterator>
+
+#include "layer/drive.h"
+#include "layer/faults.h"
+#include "layer/link_file.h"
+#include "layer/resources.h"
+
+namespace layer {
+namespace {
+
+std::optional<DWORD> InjectedResult(const char* call, HRESULT documented) noexcept {
+    return InjectedError(call, static_cast<DWORD>(documented));
+}
+
+class ShellLink final : public IShellLinkW, public IPersistFile {
+  public:
+    ShellLink() noexcept { CountResource(Resource::comObject, 1); }
+    ShellLink(const ShellLink&) = delete;
+    ShellLink& operator=(const ShellLink&) = delete;
+
+    HRESULT QueryInterface(REFIID riid, void** ppv) noexcept override {
+        *ppv = nullptr;
+        if (const auto error = InjectedResult("IShellLinkW::QueryInterface", E_NOINTERFACE)) {
+            return static_cast<HRESULT>(*error);
+        }
+        if (riid == IID_IUnknown || riid == IID_IShellLinkW) {
+            *ppv = static_cast<IShellLinkW*>(this);
+        } else if (riid == IID_IPersistFile) {
+            *ppv = static_cast<IPersistFile*>(this);
+        } else {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+
+    ULONG AddRef() noexcept override { return ++references_; }
+
+    ULONG Release() noexcept override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+
+    HRESULT GetPath(LPWSTR buffer, int capacity, WIN32_FIND_DATAW* found,
+                    DWORD flags) noexcept override {
+        if (const auto error = InjectedResult("IShellLinkW::GetPath", E_FAIL)) {
+            return static_cast<HRESULT>(*error);
+        }
+        if (buffer == nullptr || capacity <= 0) {
+            return E_INVALIDARG;
+        }
+        if (found != nullptr) {
+            *found = {};
+        }
+        const bool raw = (flags & SLGP_RAWPATH) != 0 && !target_.rawPath.empty();
+        const std::wstring& path = raw ? target_.rawPath : target_.path;
+        lstrcpynW(buffer, path.c_str(), capacity);
+        return path.empty() ? S_FALSE : S_OK;
+    }
+
+    HRESULT Load(LPCOLESTR name, DWORD /*mode*/) noexcept override {
+        if (const auto error = InjectedResult("IPersistFile::Load", E_ACCESSDENIED)) {
+            return static_cast<HRESULT>(*error);
+        }
+        const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
+        std::ifstream file(host, std::ios::binary);
+        if (error != ERROR_SUCCESS || !file.is_open()) {
+            return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+        }
+        const std::string bytes(std::istreambuf_iterator<char>(file), {});
+        auto target = ReadLinkFile(bytes);
+        if (!target) {
+            return E_FAIL;
+        }
+        target_ = std::move(*target);
+        return S_OK;
+    }
+
+    HRESULT GetClassID(CLSID* clsid) noexcept override {
+        *clsid = CLSID_ShellLink;
+        return S_OK;
+    }
+    HRESULT IsDirty() noexcept override { return S_FALSE; }
+    HRESULT Save(LPCOLESTR /*name*/, BOOL /*remember*/) noexcept override { return E_NOTIMPL; }
+    HRESULT SaveCompleted(LPCOLESTR /*name*/) noexcept override { return E_NOTIMPL; }
+    HRESULT GetCurFile(LPOLESTR* /*name*/) noexcept override { return E_NOTIMPL; }
+
+  private:
+    ~ShellLink() { CountResource(Resource::comObject, -1); }
+
+    std::atomic<ULONG> references_ = 1;
+    LinkTarget target_;
+};
+
+}  // namespace
+
+HRESULT CreateShellLink(REFIID riid, void** ppv) noexcept {
+    auto* const link = new (std::nothrow) ShellLink;
+    if (link == nullptr) {
+        return E_OUTOFMEMORY;
+    }
+    const HRESULT result = link->QueryInterface(riid, ppv);
+    link->Release();
+    return result;
+}
+
+}  // namespace layer

@@ -1,0 +1,23 @@
+#include "common/code_page.h"
+
+#include <climits>
+
+namespace kelvaro {
+
+std::wstring WideFromBytes(UINT codePage, DWORD flags, std::string_view bytes) {
+    if (bytes.empty() || bytes.size() > INT_MAX) {
+        return {};
+    }
+    const int size = static_cast<int>(bytes.size());
+    const int length = MultiByteToWideChar(codePage, flags, bytes.data(), size, nullptr, 0);
+    if (length <= 0) {
+        return {};
+    }
+    std::wstring text(static_cast<size_t>(length), L'\0');
+    const int written =
+        MultiByteToWideChar(codePage, flags, bytes.data(), size, text.data(), length);
+    text.resize(static_cast<size_t>(written > 0 ? written : 0));
+    return text;
+}
+
+}  // namespace kelvaro

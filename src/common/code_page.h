@@ -1,0 +1,14 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+
+namespace kelvaro {
+
+// `bytes` in `codePage` as UTF-16, with the flags of MultiByteToWideChar. Empty when the conversion
+// refuses them, and for 2 GiB and more, which it cannot count.
+std::wstring WideFromBytes(UINT codePage, DWORD flags, std::string_view bytes);
+
+}  // namespace kelvaro

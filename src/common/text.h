@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kelvaro {
+
+// The lower-case form of one UTF-16 unit: A to Z change, everything else stays. Not the C runtime's
+// mapping on purpose: a host may have chosen a locale, and whether a program is locked must not
+// depend on the program that shows the menu.
+constexpr wchar_t ToLowerUnit(wchar_t unit) noexcept {
+    return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit - L'A' + L'a') : unit;
+}
+
+// A copy of `text` with every unit in lower case.
+std::wstring ToLower(std::wstring_view text);
+
+// `text` without its leading and trailing white space (as iswspace knows it); a view into `text`.
+std::wstring_view TrimWhitespace(std::wstring_view text) noexcept;
+
+// Whether two texts are equal once both are in lower case, found without a copy.
+bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept;
+
+}  // namespace kelvaro

@@ -1,0 +1,74 @@
+#include "log/log.h"
+
+#include <windows.h>
+
+#include <cstdio>
+
+#include "common/file.h"
+
+namespace kelvaro {
+
+constinit const std::wstring_view kLogDirectory = L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs";
+constinit const std::wstring_view kLogFilePath =
+    L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs\\ShellExt.log";
+
+namespace {
+
+std::string LocalTime() {
+    SYSTEMTIME now = {};
+    GetLocalTime(&now);
+    char text[48] = {};
+    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u", unsigned{now.wYear},
+                  unsigned{now.wMonth}, unsigned{now.wDay}, unsigned{now.wHour},
+                  unsigned{now.wMinute}, unsigned{now.wSecond});
+    return text;
+}
+
+void AppendEscaped(std::string& line, unsigned codePoint) {
+    char text[16] = {};
+    std::snprintf(text, sizeof text, "<U+%04X>", codePoint);
+    line += text;
+}
+
+bool IsSurrogatePair(unsigned first, unsigned second) noexcept {
+    return first >= 0xD800 && first < 0xDC00 && second >= 0xDC00 && second < 0xE000;
+}
+
+}  // namespace
+
+std::string FormatLogLine(std::string_view time, std::wstring_view message) {
+    std::string line;
+    line.reserve(time.size() + message.size() + 8);
+    line.append("[").append(time).append("] ");
+    for (size_t at = 0; at < message.size(); ++at) {
+        const auto unit = static_cast<unsigned>(message[at]);
+        const unsigned next = at + 1 < message.size() ? static_cast<unsigned>(message[at + 1]) : 0;
+        if (unit == '\n') {
+            line += "\r\n";
+        } else if (unit <= 0xFF) {
+            line.push_back(static_cast<char>(unit));
+        } else if (IsSurrogatePair(unit, next)) {
+            AppendEscaped(line, 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00));
+            ++at;
+        } else {
+            AppendEscaped(line, unit);
+        }
+    }
+    line += "\r\n";
+    return line;
+}
+
+void WriteLog(std::wstring_view message) noexcept {
+    try {
+        const std::string line = FormatLogLine(LocalTime(), message);
+        const std::wstring path(kLogFilePath);
+        // The directory is there but for the first line ever.
+        if (!AppendToFile(path, line) && !PathExists(path) &&
+            CreateDirectories(std::wstring(kLogDirectory))) {
+            AppendToFile(path, line);
+        }
+    } catch (...) {  // NOLINT(bugprone-empty-catch): what cannot be logged has nowhere else to go
+    }
+}
+
+}  // namespace kelvaro

@@ -1,0 +1,194 @@
+#include "menu/shell_ext.h"
+
+#include <shlobj.h>
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <new>
+#include <string>
+
+#include "common/boundary.h"
+#include "i18n/texts.h"
+#include "launch/launch_toggle.h"
+#include "log/log.h"
+#include "menu/selection.h"
+#include "menu/shortcut_target.h"
+#include "menu/verb.h"
+#include "rules/lock_lookup.h"
+#include "server/module.h"
+
+namespace kelvaro {
+namespace {
+
+// The shell keeps its status-bar help in 8 bits for hosts that ask so; that one is not localised.
+constexpr char kNarrowHelpText[] = "Toggle lock state via Vorandel Kelvaro";
+
+constexpr const wchar_t* Digit(bool value) noexcept {
+    return value ? L"1" : L"0";
+}
+
+// The object behind one context menu: takes the selection, adds the item, carries out the command.
+class KelvaroShellExt final : public IShellExtInit, public IContextMenu {
+  public:
+    KelvaroShellExt() noexcept { ++g_objectCount; }
+
+    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) noexcept override;
+    STDMETHODIMP_(ULONG) AddRef() noexcept override;
+    STDMETHODIMP_(ULONG) Release() noexcept override;
+
+    STDMETHODIMP Initialize(LPCITEMIDLIST pidlFolder, IDataObject* pdtobj,
+                            HKEY hkeyProgID) noexcept override;
+
+    STDMETHODIMP QueryContextMenu(HMENU hmenu, UINT indexMenu, UINT idCmdFirst, UINT idCmdLast,
+                                  UINT uFlags) noexcept override;
+    STDMETHODIMP InvokeCommand(LPCMINVOKECOMMANDINFO pici) noexcept override;
+    STDMETHODIMP GetCommandString(UINT_PTR idCmd, UINT uType, UINT* pReserved, LPSTR pszName,
+                                  UINT cchMax) noexcept override;
+
+  private:
+    ~KelvaroShellExt() { --g_objectCount; }
+
+    HRESULT TakeSelection(IDataObject& dataObject);
+
+    std::atomic<ULONG> refCount = 1;
+    std::wstring selectedPath;
+    std::wstring targetPath;
+    bool locked = false;
+};
+
+STDMETHODIMP KelvaroShellExt::QueryInterface(REFIID riid, void** ppv) noexcept {
+    if (ppv == nullptr) {
+        return E_POINTER;
+    }
+    *ppv = nullptr;
+    if (riid == IID_IUnknown || riid == IID_IShellExtInit) {
+        *ppv = static_cast<IShellExtInit*>(this);
+    } else if (riid == IID_IContextMenu) {
+        *ppv = static_cast<IContextMenu*>(this);
+    } else {
+        return E_NOINTERFACE;
+    }
+    AddRef();
+    return S_OK;
+}
+
+STDMETHODIMP_(ULONG) KelvaroShellExt::AddRef() noexcept {
+    return ++refCount;
+}
+
+STDMETHODIMP_(ULONG) KelvaroShellExt::Release() noexcept {
+    const ULONG left = --refCount;
+    if (left == 0) {
+        delete this;
+    }
+    return left;
+}
+
+STDMETHODIMP KelvaroShellExt::Initialize(LPCITEMIDLIST /*pidlFolder*/, IDataObject* pdtobj,
+                                         HKEY /*hkeyProgID*/) noexcept {
+    // The shell may initialise one object again; nothing of an earlier selection may survive.
+    selectedPath.clear();
+    targetPath.clear();
+    locked = false;
+    if (pdtobj == nullptr) {
+        return E_INVALIDARG;
+    }
+    return GuardBoundary([&] { return TakeSelection(*pdtobj); });
+}
+
+HRESULT KelvaroShellExt::TakeSelection(IDataObject& dataObject) {
+    Selection selection = ReadSelection(dataObject);
+    if (!selection.failure.empty()) {
+        WriteLog(selection.failure);
+        return E_INVALIDARG;
+    }
+    selectedPath = std::move(selection.path);
+    if (KindOfFile(selectedPath) == FileKind::other) {
+        WriteLog(L"Initialize ignored non exe/lnk: " + selectedPath);
+        return E_INVALIDARG;
+    }
+    targetPath = ResolveShortcutTarget(selectedPath);
+    if (targetPath.empty()) {
+        WriteLog(L"Initialize resolve target failed: " + selectedPath);
+        return S_OK;
+    }
+    locked = IsTargetLocked(targetPath);
+    WriteLog(L"Initialize ok selected=" + selectedPath + L" target=" + targetPath + L" locked=" +
+             Digit(locked));
+    return S_OK;
+}
+
+STDMETHODIMP KelvaroShellExt::QueryContextMenu(HMENU hmenu, UINT indexMenu, UINT idCmdFirst,
+                                               UINT /*idCmdLast*/, UINT uFlags) noexcept {
+    if ((uFlags & CMF_DEFAULTONLY) != 0) {
+        return S_OK;
+    }
+    return GuardBoundary([&] {
+        const std::wstring text = GetMenuText(locked);
+        InsertMenuW(hmenu, indexMenu, MF_BYPOSITION | MF_STRING, idCmdFirst, text.c_str());
+        WriteLog(std::wstring(L"QueryContextMenu add item locked=") + Digit(locked));
+        return HRESULT{1};  // the number of command identifiers used
+    });
+}
+
+STDMETHODIMP KelvaroShellExt::InvokeCommand(LPCMINVOKECOMMANDINFO pici) noexcept {
+    if (pici == nullptr) {
+        return E_INVALIDARG;
+    }
+    return GuardBoundary([&] {
+        if (!IsToggleRequest(*pici)) {
+            WriteLog(L"InvokeCommand ignored unknown verb");
+            return E_FAIL;
+        }
+        if (selectedPath.empty()) {
+            WriteLog(L"InvokeCommand selected path empty");
+            return E_FAIL;
+        }
+        WriteLog(L"InvokeCommand start selected=" + selectedPath);
+        LaunchToggle(selectedPath, pici->hwnd);
+        return S_OK;
+    });
+}
+
+STDMETHODIMP KelvaroShellExt::GetCommandString(UINT_PTR idCmd, UINT uType, UINT* /*pReserved*/,
+                                               LPSTR pszName, UINT cchMax) noexcept {
+    if (idCmd != 0 || pszName == nullptr || cchMax == 0) {
+        return E_INVALIDARG;
+    }
+    return GuardBoundary([&] {
+        auto* const wideName = reinterpret_cast<LPWSTR>(pszName);
+        const int capacity = static_cast<int>(std::min(cchMax, UINT{INT_MAX}));
+        switch (uType) {
+            case GCS_HELPTEXTA:
+                lstrcpynA(pszName, kNarrowHelpText, capacity);
+                break;
+            case GCS_VERBA:
+                lstrcpynA(pszName, kVerb, capacity);
+                break;
+            case GCS_HELPTEXTW:
+                lstrcpynW(wideName, GetHelpText().c_str(), capacity);
+                break;
+            case GCS_VERBW:
+                lstrcpynW(wideName, kWideVerb, capacity);
+                break;
+            default:
+                break;
+        }
+        return S_OK;
+    });
+}
+
+}  // namespace
+
+HRESULT CreateShellExt(REFIID riid, void** ppv) noexcept {
+    auto* const object = new (std::nothrow) KelvaroShellExt;
+    if (object == nullptr) {
+        return E_OUTOFMEMORY;
+    }
+    const HRESULT result = object->QueryInterface(riid, ppv);
+    object->Release();
+    return result;
+}
+
+}  // namespace kelvaro

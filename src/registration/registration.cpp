@@ -1,0 +1,145 @@
+#include "registration/registration.h"
+
+#include <objbase.h>
+#include <shlobj.h>
+
+#include "common/boundary.h"
+#include "common/module_path.h"
+#include "common/owners.h"
+#include "server/clsid.h"
+#include "server/module.h"
+
+namespace kelvaro {
+namespace {
+
+constexpr std::wstring_view kUserClasses = L"Software\\Classes\\";
+constexpr std::wstring_view kClassKey = L"CLSID\\";
+constexpr std::wstring_view kServerKey = L"\\InprocServer32";
+constexpr std::wstring_view kProgramHandler =
+    L"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
+constexpr std::wstring_view kShortcutHandler =
+    L"lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
+
+std::wstring Concat(std::wstring_view first, std::wstring_view second, std::wstring_view third = {},
+                    std::wstring_view fourth = {}) {
+    return std::wstring(first).append(second).append(third).append(fourth);
+}
+
+// Frees text that COM handed out.
+class ScopedComText {
+  public:
+    ScopedComText() noexcept = default;
+    ~ScopedComText() { CoTaskMemFree(text_); }
+    ScopedComText(const ScopedComText&) = delete;
+    ScopedComText& operator=(const ScopedComText&) = delete;
+
+    LPOLESTR Get() const noexcept { return text_; }
+    LPOLESTR* Receive() noexcept { return &text_; }
+
+  private:
+    LPOLESTR text_ = nullptr;
+};
+
+// The class identifier as the registry spells it, empty when the system cannot say.
+std::wstring ClsidText() {
+    ScopedComText text;
+    if (FAILED(StringFromCLSID(kShellExtClsid, text.Receive())) || text.Get() == nullptr) {
+        return {};
+    }
+    return text.Get();
+}
+
+void NotifyShell() noexcept {
+    SHChangeNotify(SHCNE_ASSOCCHANGED, SHCNF_IDLIST, nullptr, nullptr);
+}
+
+HRESULT RegisterServer() {
+    const ModulePath module = ReadModulePath(g_moduleHandle);
+    if (module.path.empty()) {
+        return HRESULT_FROM_WIN32(module.error);
+    }
+    const std::wstring clsid = ClsidText();
+    if (clsid.empty()) {
+        return E_FAIL;
+    }
+    HRESULT result = RegisterUnderRoot(HKEY_CURRENT_USER, kUserClasses, clsid, module.path);
+    if (FAILED(result)) {
+        result = RegisterUnderRoot(HKEY_CLASSES_ROOT, {}, clsid, module.path);
+    }
+    if (FAILED(result)) {
+        return result;
+    }
+    NotifyShell();
+    return S_OK;
+}
+
+HRESULT UnregisterServer() {
+    const std::wstring clsid = ClsidText();
+    if (clsid.empty()) {
+        return E_FAIL;
+    }
+    struct Root {
+        HKEY key;
+        std::wstring_view prefix;
+    };
+    // Both roots, wherever registration wrote; what is not there needs no removing.
+    for (const auto& [root, prefix] :
+         {Root{HKEY_CURRENT_USER, kUserClasses}, Root{HKEY_CLASSES_ROOT, {}}}) {
+        RegDeleteTreeW(root, Concat(prefix, kProgramHandler).c_str());
+        RegDeleteTreeW(root, Concat(prefix, kShortcutHandler).c_str());
+        RegDeleteTreeW(root, Concat(prefix, kClassKey, clsid).c_str());
+    }
+    NotifyShell();
+    return S_OK;
+}
+
+}  // namespace
+
+HRESULT WriteRegistryString(HKEY root, const std::wstring& keyPath, const std::wstring& valueName,
+                            const std::wstring& data) noexcept {
+    ScopedKey key;
+    LSTATUS status = RegCreateKeyExW(root, keyPath.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                                     KEY_WRITE, nullptr, key.Receive(), nullptr);
+    if (status != ERROR_SUCCESS) {
+        return HRESULT_FROM_WIN32(static_cast<DWORD>(status));
+    }
+    const auto size = static_cast<DWORD>((data.size() + 1) * sizeof(wchar_t));
+    status = RegSetValueExW(key.Get(), valueName.empty() ? nullptr : valueName.c_str(), 0, REG_SZ,
+                            reinterpret_cast<const BYTE*>(data.c_str()), size);
+    return HRESULT_FROM_WIN32(static_cast<DWORD>(status));
+}
+
+HRESULT RegisterUnderRoot(HKEY root, std::wstring_view prefix, const std::wstring& clsid,
+                          const std::wstring& modulePath) {
+    const std::wstring classKey = Concat(prefix, kClassKey, clsid);
+    const std::wstring serverKey = classKey + std::wstring(kServerKey);
+    const struct Entry {
+        std::wstring keyPath;
+        std::wstring valueName;
+        std::wstring data;
+    } entries[] = {
+        {classKey, {}, L"Vorandel Kelvaro Shell Extension"},
+        {serverKey, {}, modulePath},
+        {serverKey, L"ThreadingModel", L"Apartment"},
+        {Concat(prefix, kProgramHandler), {}, clsid},
+        {Concat(prefix, kShortcutHandler), {}, clsid},
+    };
+    for (const Entry& entry : entries) {
+        const HRESULT result =
+            WriteRegistryString(root, entry.keyPath, entry.valueName, entry.data);
+        if (FAILED(result)) {
+            return result;
+        }
+    }
+    return S_OK;
+}
+
+}  // namespace kelvaro
+
+STDAPI DllRegisterServer() {
+    return kelvaro::GuardBoundary(kelvaro::RegisterServer);
+}
+
+STDAPI DllUnregisterServer() {
+    return kelvaro::GuardBoundary(kelvaro::UnregisterServer);
+}
