@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -20,5 +21,16 @@ std::wstring_view TrimWhitespace(std::wstring_view text) noexcept;
 
 // Whether two texts are equal once both are in lower case, found without a copy.
 bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept;
+
+// Appends `number` in `base` (up to 16, upper-case digits), filled up with zeros to `width` digits.
+// The C runtime's formatting would bring its floating-point half into the library.
+template <class Unit>
+void AppendNumber(std::basic_string<Unit>& text, uint32_t number, uint32_t base = 10,
+                  size_t width = 1) {
+    const size_t begin = text.size();
+    for (; number != 0 || text.size() - begin < width; number /= base) {
+        text.insert(begin, 1, static_cast<Unit>("0123456789ABCDEF"[number % base]));
+    }
+}
 
 }  // namespace kelvaro

@@ -3,6 +3,7 @@
 #include "common/file.h"
 #include "common/owners.h"
 #include "common/path.h"
+#include "common/text.h"
 #include "i18n/language_location.h"
 #include "i18n/texts.h"
 #include "log/log.h"
@@ -87,7 +88,9 @@ void LaunchToggle(const std::wstring& selectedPath, HWND owner) {
     WriteLog(L"CreateProcess: " + commandLine);
     const DWORD error = StartHidden(commandLine, directory);
     if (error != ERROR_SUCCESS) {
-        WriteLog(L"CreateProcess failed gle=" + std::to_wstring(error));
+        std::wstring failure = L"CreateProcess failed gle=";
+        AppendNumber(failure, error);
+        WriteLog(failure);
         ShowError(owner, kLaunchFailed);
         return;
     }

@@ -2,9 +2,8 @@
 
 #include <windows.h>
 
-#include <cstdio>
-
 #include "common/file.h"
+#include "common/text.h"
 
 namespace kelvaro {
 
@@ -17,17 +16,28 @@ namespace {
 std::string LocalTime() {
     SYSTEMTIME now = {};
     GetLocalTime(&now);
-    char text[48] = {};
-    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u", unsigned{now.wYear},
-                  unsigned{now.wMonth}, unsigned{now.wDay}, unsigned{now.wHour},
-                  unsigned{now.wMinute}, unsigned{now.wSecond});
+    std::string text;
+    text.reserve(sizeof "2026-11-16 18:06:33");
+    AppendNumber(text, now.wYear, 10, 4);
+    const struct {
+        char separator;
+        WORD value;
+    } parts[] = {{'-', now.wMonth},
+                 {'-', now.wDay},
+                 {' ', now.wHour},
+                 {':', now.wMinute},
+                 {':', now.wSecond}};
+    for (const auto& [separator, value] : parts) {
+        text.push_back(separator);
+        AppendNumber(text, value, 10, 2);
+    }
     return text;
 }
 
 void AppendEscaped(std::string& line, unsigned codePoint) {
-    char text[16] = {};
-    std::snprintf(text, sizeof text, "<U+%04X>", codePoint);
-    line += text;
+    line += "<U+";
+    AppendNumber(line, codePoint, 16, 4);
+    line += ">";
 }
 
 bool IsSurrogatePair(unsigned first, unsigned second) noexcept {

@@ -4,6 +4,10 @@
 
 #include <shellapi.h>
 
+#include <utility>
+
+#include "common/text.h"
+
 namespace kelvaro {
 namespace {
 
@@ -54,7 +58,9 @@ Selection ReadDropList(HGLOBAL memory) {
     constexpr UINT kCountFiles = 0xFFFFFFFF;
     const UINT count = DragQueryFileW(drop, kCountFiles, nullptr, 0);
     if (count != 1) {
-        return Failed(L"Initialize ignored selection count=" + std::to_wstring(count));
+        std::wstring why = L"Initialize ignored selection count=";
+        AppendNumber(why, count);
+        return Failed(std::move(why));
     }
     wchar_t path[MAX_PATH] = {};
     if (DragQueryFileW(drop, 0, path, MAX_PATH) == 0) {
