@@ -9,6 +9,7 @@
 #include <list>
 
 #include "layer/drive.h"
+#include "layer/encoding.h"
 #include "layer/faults.h"
 #include "layer/kernel_object.h"
 
@@ -284,7 +285,8 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
 }
 
 DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* /*filePart*/) noexcept {
-    std::wstring full = name;
+    // An absolute path of the host has a path here too; a command line may name either.
+    std::wstring full = *name == L'/' ? layer::FromHostPath(layer::Utf8FromWide(name)) : name;
     if (full.size() < 3 || full[1] != L':') {
         wchar_t directory[MAX_PATH] = {};
         GetCurrentDirectoryW(MAX_PATH, directory);

@@ -3,8 +3,6 @@
 #include <unistd.h>
 #include <windows.h>
 
-#include <array>
-#include <climits>
 #include <map>
 #include <mutex>
 
@@ -31,22 +29,16 @@ void* OpenedModule(HMODULE module) {
     return found == g_modules.end() ? nullptr : found->second;
 }
 
-std::string ProgramFile() {
-    std::array<char, PATH_MAX> path = {};
-    const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
-    return length > 0 ? std::string(path.data(), static_cast<size_t>(length)) : std::string();
-}
-
 std::string HostFileOf(HMODULE module) {
     if (module == nullptr) {
-        return ProgramFile();
+        return layer::ProgramFile();
     }
     Dl_info info = {};
     if (dladdr(module, &info) == 0 || info.dli_fbase != module || info.dli_fname == nullptr) {
         return {};
     }
     // The program itself is known to the loader by the name it was called with.
-    return info.dli_fname[0] == '/' ? info.dli_fname : ProgramFile();
+    return info.dli_fname[0] == '/' ? info.dli_fname : layer::ProgramFile();
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <fstream>
 #include <iterator>
@@ -48,14 +49,16 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 }
 
 std::vector<std::string> EnvironmentWith(std::wstring_view commandLine) {
-    std::vector<std::string> environment;
+    const std::string variables[] = {
+        std::string(kCommandLineVariable) + "=" + layer::Utf8FromWide(commandLine),
+        std::string(layer::kDriveVariable) + "=" + layer::DriveDirectory()};
+    std::vector<std::string> environment(std::begin(variables), std::end(variables));
     for (char** entry = environ; *entry != nullptr; ++entry) {
-        if (!std::string_view(*entry).starts_with(kCommandLineVariable)) {
+        const std::string_view name = std::string_view(*entry).substr(0, std::strcspn(*entry, "="));
+        if (name != kCommandLineVariable && name != layer::kDriveVariable) {
             environment.emplace_back(*entry);
         }
     }
-    environment.push_back(std::string(kCommandLineVariable) + "=" +
-                          layer::Utf8FromWide(commandLine));
     return environment;
 }
 

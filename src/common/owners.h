@@ -56,6 +56,7 @@ class ComPtr {
     ComPtr(const ComPtr&) = delete;
     ComPtr& operator=(const ComPtr&) = delete;
 
+    Interface* Get() const noexcept { return pointer_; }
     Interface* operator->() const noexcept { return pointer_; }
     explicit operator bool() const noexcept { return pointer_ != nullptr; }
     void** Receive() noexcept { return reinterpret_cast<void**>(&pointer_); }

@@ -16,14 +16,7 @@ constinit const std::wstring_view kRuleFilePath =
 namespace {
 
 bool RuleLocks(std::string_view objectText, std::wstring_view canonicalPath) {
-    if (ExtractStringField(objectText, "type", {}) != "exe" ||
-        !ExtractBoolField(objectText, "enabled", true)) {
-        return false;
-    }
-    const std::string target = ExtractStringField(objectText, "target", {});
-    // Malformed sequences become replacement characters: such a rule just fails to match.
-    const std::wstring canonicalTarget = NormalizePath(WideFromBytes(CP_UTF8, 0, target));
-    return !canonicalTarget.empty() && canonicalTarget == canonicalPath;
+    return ExtractBoolField(objectText, "enabled", true) && IsRuleFor(objectText, canonicalPath);
 }
 
 bool IsBrace(char byte) noexcept {
@@ -82,6 +75,16 @@ class CandidateSearch {
 };
 
 }  // namespace
+
+bool IsRuleFor(std::string_view objectText, std::wstring_view canonicalPath) {
+    if (ExtractStringField(objectText, "type", {}) != "exe") {
+        return false;
+    }
+    const std::string target = ExtractStringField(objectText, "target", {});
+    // Malformed sequences become replacement characters: such a rule just fails to match.
+    const std::wstring canonicalTarget = NormalizePath(WideFromBytes(CP_UTF8, 0, target));
+    return !canonicalTarget.empty() && canonicalTarget == canonicalPath;
+}
 
 bool AnyRuleLocks(std::string_view rules, std::wstring_view canonicalPath) {
     const CandidateSearch search(canonicalPath);

@@ -4,6 +4,8 @@ namespace kelvaro {
 namespace {
 
 constexpr std::string_view kWhitespace = " \t\n\v\f\r";
+constexpr std::string_view kTrue = "true";
+constexpr std::string_view kFalse = "false";
 
 std::string_view SkipWhitespace(std::string_view text) noexcept {
     const size_t skipped = text.find_first_not_of(kWhitespace);
@@ -63,18 +65,23 @@ std::string ExtractStringField(std::string_view objectText, std::string_view key
     return raw ? UnescapeJsonString(*raw) : std::string(defaultValue);
 }
 
-bool ExtractBoolField(std::string_view objectText, std::string_view key,
-                      bool defaultValue) noexcept {
+std::optional<std::string_view> FindBoolField(std::string_view objectText,
+                                              std::string_view key) noexcept {
     FieldValues values(objectText, key);
     while (const auto value = values.Next()) {
-        if (value->starts_with("true")) {
-            return true;
-        }
-        if (value->starts_with("false")) {
-            return false;
+        for (const std::string_view word : {kTrue, kFalse}) {
+            if (value->starts_with(word)) {
+                return value->substr(0, word.size());
+            }
         }
     }
-    return defaultValue;
+    return std::nullopt;
+}
+
+bool ExtractBoolField(std::string_view objectText, std::string_view key,
+                      bool defaultValue) noexcept {
+    const auto word = FindBoolField(objectText, key);
+    return word ? *word == kTrue : defaultValue;
 }
 
 std::string UnescapeJsonString(std::string_view raw) {

@@ -15,12 +15,16 @@ namespace kelvaro {
 std::optional<std::string_view> FindStringField(std::string_view objectText,
                                                 std::string_view key) noexcept;
 
+// The bare word true or false that is (or begins) the value of `key`, a view into `objectText`;
+// nothing when no occurrence of `key` has such a value.
+std::optional<std::string_view> FindBoolField(std::string_view objectText,
+                                              std::string_view key) noexcept;
+
 // The decoded string value of `key`, or `defaultValue` as it is.
 std::string ExtractStringField(std::string_view objectText, std::string_view key,
                                std::string_view defaultValue);
 
-// The value of `key` where it is the bare word true or false (or begins with one), or
-// `defaultValue`.
+// The value of `key` where it has one of FindBoolField's form, or `defaultValue`.
 bool ExtractBoolField(std::string_view objectText, std::string_view key,
                       bool defaultValue) noexcept;
 

@@ -5,7 +5,9 @@
 #include <unistd.h>
 #include <winerror.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <memory>
 
@@ -26,6 +28,11 @@ bool HasForbiddenCharacter(std::wstring_view path) noexcept {
 bool Exists(const std::string& host) noexcept {
     struct stat status = {};
     return lstat(host.c_str(), &status) == 0;
+}
+
+bool IsDirectory(const std::string& host) noexcept {
+    struct stat status = {};
+    return stat(host.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 // The entry of `directory` whose name is `name` in another letter case, or `name` itself.
@@ -75,9 +82,20 @@ Split SplitDrive(std::wstring_view path) {
 
 }  // namespace
 
+std::string ProgramFile() {
+    std::array<char, PATH_MAX> path = {};
+    const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
+    return length > 0 ? std::string(path.data(), static_cast<size_t>(length)) : std::string();
+}
+
 std::string DriveDirectory() {
     const char* const named = std::getenv(kDriveVariable);
     std::string directory = named == nullptr ? "" : named;
+    if (directory.empty()) {
+        const std::string program = ProgramFile();
+        directory = program.substr(0, program.rfind('/') + 1) + "drive_c";
+        return IsDirectory(directory) ? directory : std::string();
+    }
     while (directory.size() > 1 && directory.ends_with('/')) {
         directory.pop_back();
     }

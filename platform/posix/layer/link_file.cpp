@@ -79,20 +79,34 @@ std::wstring JoinParts(std::wstring path, const std::wstring& part) {
     return path + part;
 }
 
+// Where the long name stands in the block that follows a file item's short one; 0 for a block of
+// another kind. One without a signature is what Wine writes.
+size_t LongNameOffset(const Bytes& item, size_t block) {
+    constexpr size_t kPlain = 20;
+    if (item.Long(block + 4) == 0) {
+        return kPlain;
+    }
+    const uint32_t version = item.Word(block + 2);
+    if (item.Long(block + 4) != kLongNameBlock || version < 3) {
+        return 0;
+    }
+    constexpr size_t kWithFileReference = 38;
+    size_t offset = version >= 7 ? kWithFileReference : kPlain;
+    offset += version >= 8 ? 4 : 0;
+    offset += version >= 9 ? 4 : 0;
+    return offset;
+}
+
 // A file or folder of the item list, by its long name where it has one.
 std::wstring FileItemName(const Bytes& item) {
+    constexpr size_t kShortName = 14;
     const size_t block = item.Word(item.Size() - 2);
-    if (block != 0 && item.Long(block + 4) == kLongNameBlock) {
-        const uint32_t version = item.Word(block + 2);
-        size_t offset = version >= 7 ? 38 : 20;
-        offset += version >= 8 ? 4 : 0;
-        offset += version >= 9 ? 4 : 0;
-        if (std::wstring name = item.Wide(block + offset); version >= 3 && !name.empty()) {
-            return name;
-        }
+    const size_t offset = block > kShortName ? LongNameOffset(item, block) : 0;
+    if (std::wstring name; offset != 0 && !(name = item.Wide(block + offset)).empty()) {
+        return name;
     }
     constexpr uint32_t kWideName = 0x4;
-    return (item.Byte(2) & kWideName) != 0 ? item.Wide(14) : item.Narrow(14);
+    return (item.Byte(2) & kWideName) != 0 ? item.Wide(kShortName) : item.Narrow(kShortName);
 }
 
 // The path that the items of the shell's namespace spell: a drive and the names below it. Empty
@@ -105,10 +119,14 @@ std::wstring ItemListPath(Bytes list) {
         if (size < 3 || item.Size() < size) {
             return {};
         }
+        constexpr uint32_t kNamespaceItem = 0x2E;  // the control panel, say
         switch (item.Byte(2) & 0x70) {
             case 0x10:  // the desktop's root items, "my computer" among them
                 break;
             case 0x20:
+                if (item.Byte(2) == kNamespaceItem) {
+                    return {};
+                }
                 path = item.Narrow(3);
                 break;
             case 0x30:
@@ -164,13 +182,14 @@ std::optional<LinkTarget> ReadLinkFile(std::string_view bytes) {
     const uint32_t flags = file.Long(kFlagsOffset);
     size_t at = kHeaderSize;
     LinkTarget target;
-    std::wstring listed;
     if ((flags & kHasItemList) != 0) {
-        listed = ItemListPath(Bytes(file.Part(at + 2, file.Word(at))));
+        target.path = ItemListPath(Bytes(file.Part(at + 2, file.Word(at))));
         at += 2 + file.Word(at);
     }
     if ((flags & kHasLinkInfo) != 0) {
-        target.path = LinkInfoPath(Bytes(file.Part(at, file.Long(at))));
+        if (target.path.empty()) {
+            target.path = LinkInfoPath(Bytes(file.Part(at, file.Long(at))));
+        }
         at += file.Long(at);
     }
     for (const uint32_t flag : kStringFlags) {
@@ -180,9 +199,6 @@ std::optional<LinkTarget> ReadLinkFile(std::string_view bytes) {
     }
     if (at > file.Size()) {
         return std::nullopt;
-    }
-    if (target.path.empty()) {
-        target.path = std::move(listed);
     }
     if ((flags & kHasEnvironmentPath) != 0) {
         target.rawPath = EnvironmentPath(file, at);

@@ -8,7 +8,7 @@ namespace layer {
 
 // What a .lnk file says of its target.
 struct LinkTarget {
-    std::wstring path;     // from the link info, or spelt by the shell's item list; may be empty
+    std::wstring path;     // spelt by the shell's item list, or from the link info; may be empty
     std::wstring rawPath;  // with environment variables, where the file has such a form
 };
 

@@ -1,0 +1,78 @@
+// A stand-in for the application's authorisation prompt, for trying the extension out: asks nothing
+// and switches the lock of the program that it is given.
+
+#include <windows.h>
+
+#include <objbase.h>
+
+#include "auth_prompt/rule_editor.h"
+#include "common/file.h"
+#include "console/console.h"
+#include "menu/shortcut_target.h"
+#include "rules/lock_lookup.h"
+
+namespace {
+
+constexpr wchar_t kRecordPath[] =
+    L"C:\\ProgramData\\Vorandel\\Kelvaro\\config\\auth_prompt_calls.txt";
+constexpr std::wstring_view kSwitches[] = {L"--auth-only", L"--startup-gate", L"--shell-toggle"};
+constexpr char kUsage[] =
+    "usage: KelvaroAuthPrompt --auth-only --startup-gate --shell-toggle PATH\n"
+    "Switches the lock of the program (or of the program behind the shortcut) PATH on or off.\n";
+
+bool Complain(std::string_view what) {
+    console::Print(stderr, "KelvaroAuthPrompt: " + std::string(what) + "\n");
+    return false;
+}
+
+bool HasRightShape(const std::vector<std::wstring>& arguments) {
+    constexpr size_t kCount = std::size(kSwitches) + 2;
+    return arguments.size() == kCount &&
+           std::equal(std::begin(kSwitches), std::end(kSwitches), arguments.begin() + 1) &&
+           !arguments.back().empty();
+}
+
+// The new file takes the old one's place in one step: whoever reads meanwhile has one or the other.
+bool ReplaceRules(std::string_view rules) {
+    const std::wstring path(kelvaro::kRuleFilePath);
+    const std::wstring fresh = path + L".new";
+    DeleteFileW(fresh.c_str());
+    return kelvaro::AppendToFile(fresh, rules) &&
+           MoveFileExW(fresh.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING);
+}
+
+bool Toggle(const std::wstring& selectedPath) {
+    const std::wstring target = kelvaro::ResolveShortcutTarget(selectedPath);
+    if (target.empty()) {
+        return Complain("no program behind " + console::Utf8(selectedPath));
+    }
+    const auto rules = kelvaro::ReadFileBytes(std::wstring(kelvaro::kRuleFilePath));
+    const auto changed = auth_prompt::ToggleRule(rules.View(), target);
+    if (!changed) {
+        return Complain("the rule file has no list of rules");
+    }
+    return ReplaceRules(*changed) || Complain("cannot write the rule file");
+}
+
+void RecordCall() {
+    std::wstring directory(MAX_PATH, L'\0');
+    directory.resize(GetCurrentDirectoryW(MAX_PATH, directory.data()));
+    kelvaro::AppendToFile(kRecordPath, "command line: " + console::Utf8(GetCommandLineW()) +
+                                           "\ndirectory: " + console::Utf8(directory) + "\n");
+}
+
+}  // namespace
+
+int main() {
+    const std::vector<std::wstring> arguments = console::Arguments();
+    if (!HasRightShape(arguments)) {
+        Complain("wrong arguments, nothing changed");
+        console::Print(stderr, kUsage);
+        return 2;
+    }
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    const bool done = Toggle(arguments.back());
+    CoUninitialize();
+    RecordCall();
+    return done ? 0 : 1;
+}

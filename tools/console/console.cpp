@@ -1,0 +1,42 @@
+#include "console/console.h"
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+namespace console {
+
+std::vector<std::wstring> Arguments() {
+    int count = 0;
+    LPWSTR* const table = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::wstring> arguments;
+    for (int at = 0; table != nullptr && at < count; ++at) {
+        arguments.emplace_back(table[at]);
+    }
+    LocalFree(table);
+    return arguments;
+}
+
+std::string Utf8(std::wstring_view text) {
+    const int units = static_cast<int>(text.size());
+    const int size =
+        WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<size_t>(size > 0 ? size : 0), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), units, bytes.data(), size, nullptr, nullptr);
+    return bytes;
+}
+
+std::wstring FromLatin1(std::string_view bytes) {
+    std::wstring text;
+    for (const char byte : bytes) {
+        text.push_back(static_cast<wchar_t>(static_cast<unsigned char>(byte)));
+    }
+    return text;
+}
+
+void Print(std::FILE* stream, std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stream);
+    std::fflush(stream);
+}
+
+}  // namespace console

@@ -1,0 +1,99 @@
+#include "rightclick/drop_list.h"
+
+#include <shlobj.h>
+
+#include <atomic>
+#include <cstring>
+
+namespace rightclick {
+namespace {
+
+class DropListObject final : public IDataObject {
+  public:
+    explicit DropListObject(std::vector<std::wstring> files) : files_(std::move(files)) {}
+    DropListObject(const DropListObject&) = delete;
+    DropListObject& operator=(const DropListObject&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) noexcept override {
+        if (riid != IID_IUnknown && riid != IID_IDataObject) {
+            *ppv = nullptr;
+            return E_NOINTERFACE;
+        }
+        *ppv = this;
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
+    STDMETHODIMP_(ULONG) Release() noexcept override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+
+    STDMETHODIMP GetData(FORMATETC* format, STGMEDIUM* medium) noexcept override {
+        *medium = {};
+        const HRESULT offered = QueryGetData(format);
+        if (offered != S_OK) {
+            return offered;
+        }
+        medium->tymed = TYMED_HGLOBAL;
+        medium->hGlobal = MakeDropList(files_);
+        return medium->hGlobal == nullptr ? E_OUTOFMEMORY : S_OK;
+    }
+    STDMETHODIMP QueryGetData(FORMATETC* format) noexcept override {
+        const bool offered = format->cfFormat == CF_HDROP && format->dwAspect == DVASPECT_CONTENT &&
+                             (format->tymed & TYMED_HGLOBAL) != 0;
+        return offered ? S_OK : DV_E_FORMATETC;
+    }
+
+    STDMETHODIMP GetDataHere(FORMATETC*, STGMEDIUM*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP GetCanonicalFormatEtc(FORMATETC*, FORMATETC*) noexcept override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP SetData(FORMATETC*, STGMEDIUM*, BOOL) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP EnumFormatEtc(DWORD, IEnumFORMATETC**) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP DAdvise(FORMATETC*, DWORD, IAdviseSink*, DWORD*) noexcept override {
+        return OLE_E_ADVISENOTSUPPORTED;
+    }
+    STDMETHODIMP DUnadvise(DWORD) noexcept override { return OLE_E_ADVISENOTSUPPORTED; }
+    STDMETHODIMP EnumDAdvise(IEnumSTATDATA**) noexcept override { return OLE_E_ADVISENOTSUPPORTED; }
+
+  private:
+    ~DropListObject() = default;
+
+    std::atomic<ULONG> references_ = 1;
+    std::vector<std::wstring> files_;
+};
+
+}  // namespace
+
+HGLOBAL MakeDropList(const std::vector<std::wstring>& files) {
+    std::wstring names;
+    for (const std::wstring& file : files) {
+        names += file;
+        names.push_back(L'\0');
+    }
+    names.push_back(L'\0');
+    const size_t size = names.size() * sizeof(wchar_t);
+    const HGLOBAL memory = GlobalAlloc(GHND, sizeof(DROPFILES) + size);
+    auto* const block = static_cast<char*>(GlobalLock(memory));
+    if (block == nullptr) {
+        GlobalFree(memory);
+        return nullptr;
+    }
+    DROPFILES header = {};
+    header.pFiles = sizeof header;
+    header.fWide = TRUE;
+    std::memcpy(block, &header, sizeof header);
+    std::memcpy(block + sizeof header, names.data(), size);
+    GlobalUnlock(memory);
+    return memory;
+}
+
+IDataObject* MakeDropListObject(std::vector<std::wstring> files) {
+    return new DropListObject(std::move(files));
+}
+
+}  // namespace rightclick

@@ -1,0 +1,67 @@
+#include "rightclick/handler.h"
+
+#include <objbase.h>
+
+#include <iterator>
+
+#include "common/owners.h"
+#include "common/text.h"
+
+namespace rightclick {
+namespace {
+
+constexpr wchar_t kProgramClass[] = L"exefile";
+constexpr wchar_t kShortcutClass[] = L"lnkfile";
+
+std::wstring ReadDefaultValue(HKEY root, const std::wstring& path) {
+    kelvaro::ScopedKey key;
+    wchar_t text[1024] = {};
+    DWORD size = sizeof text - sizeof *text;
+    DWORD type = REG_NONE;
+    if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Receive()) != ERROR_SUCCESS ||
+        RegQueryValueExW(key.Get(), nullptr, nullptr, &type, reinterpret_cast<BYTE*>(text),
+                         &size) != ERROR_SUCCESS ||
+        type != REG_SZ) {
+        return {};
+    }
+    return text;
+}
+
+// The default value of a key of the classes. The user's come first; not every implementation of the
+// platform shows them under the merged root too.
+std::wstring ReadClassValue(const std::wstring& path) {
+    const std::wstring own = ReadDefaultValue(HKEY_CURRENT_USER, L"Software\\Classes\\" + path);
+    return own.empty() ? ReadDefaultValue(HKEY_CLASSES_ROOT, path) : own;
+}
+
+}  // namespace
+
+std::wstring ClassOfFile(const std::wstring& file) {
+    const std::wstring name = file.substr(file.find_last_of(L"\\/") + 1);
+    const size_t dot = name.rfind(L'.');
+    if (dot == std::wstring::npos) {
+        return {};
+    }
+    const std::wstring extension = kelvaro::ToLower(name.substr(dot));
+    std::wstring known = ReadClassValue(extension);
+    if (known.empty() && extension == L".exe") {
+        known = kProgramClass;
+    }
+    if (known.empty() && extension == L".lnk") {
+        known = kShortcutClass;
+    }
+    return known;
+}
+
+std::optional<Handler> FindHandler(const std::wstring& fileClass) {
+    const std::wstring clsid =
+        ReadClassValue(fileClass + L"\\shellex\\ContextMenuHandlers\\VorandelKelvaro");
+    Handler handler = {};
+    if (clsid.empty() || FAILED(CLSIDFromString(clsid.c_str(), &handler.clsid))) {
+        return std::nullopt;
+    }
+    handler.library = ReadClassValue(L"CLSID\\" + clsid + L"\\InprocServer32");
+    return handler.library.empty() ? std::nullopt : std::optional(handler);
+}
+
+}  // namespace rightclick

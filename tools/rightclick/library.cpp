@@ -1,0 +1,22 @@
+#include "rightclick/library.h"
+
+#include <objbase.h>
+
+namespace rightclick {
+
+Library::~Library() {
+    if (IsLoaded()) {
+        FreeLibrary(module_);
+    }
+}
+
+HRESULT CallRegistration(const std::wstring& file, const char* name) {
+    const Library library(file);
+    if (!library.IsLoaded()) {
+        return HRESULT_FROM_WIN32(GetLastError());
+    }
+    const auto call = library.Export<HRESULT(STDMETHODCALLTYPE*)()>(name);
+    return call == nullptr ? HRESULT_FROM_WIN32(GetLastError()) : call();
+}
+
+}  // namespace rightclick

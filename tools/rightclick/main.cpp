@@ -1,0 +1,118 @@
+#include <windows.h>
+
+#include <objbase.h>
+
+#include "common/file.h"
+#include "console/console.h"
+#include "log/log.h"
+#include "rightclick/handler.h"
+#include "rightclick/library.h"
+#include "rightclick/options.h"
+#include "rightclick/report.h"
+#include "rightclick/result_text.h"
+#include "rightclick/ride.h"
+#include "server/clsid.h"
+
+namespace rightclick {
+namespace {
+
+constexpr int kOffered = 0;
+constexpr int kNothingOffered = 1;
+constexpr int kWrongUsage = 2;
+
+// Initialises COM for the thread, as the shell has done on its own.
+class ComApartment {
+  public:
+    ComApartment() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
+    ~ComApartment() { CoUninitialize(); }
+    ComApartment(const ComApartment&) = delete;
+    ComApartment& operator=(const ComApartment&) = delete;
+};
+
+int Complain(const std::string& what) {
+    console::Print(stderr, "rightclick: " + what + "\n");
+    return kWrongUsage;
+}
+
+std::string ReadLog() {
+    return std::string(kelvaro::ReadFileBytes(std::wstring(kelvaro::kLogFilePath)).View());
+}
+
+std::vector<std::string> LinesBehind(const std::string& log, size_t begin) {
+    std::vector<std::string> lines;
+    for (size_t at = begin; at < log.size();) {
+        const size_t end = std::min(log.find("\r\n", at), log.size());
+        lines.push_back(console::Utf8(console::FromLatin1(log.substr(at, end - at))));
+        at = end + 2;
+    }
+    return lines;
+}
+
+int ChangeRegistration(const Options& options) {
+    const char* const name =
+        options.action == Action::registerLibrary ? "DllRegisterServer" : "DllUnregisterServer";
+    const HRESULT result = CallRegistration(options.library, name);
+    console::Print(stdout, std::string(name) + ": " + DescribeResult(result) + "\n");
+    return SUCCEEDED(result) ? kOffered : kNothingOffered;
+}
+
+// The handler to ride: the one that was named, or the registered one.
+std::optional<Handler> ChooseHandler(const Options& options, std::string& note) {
+    if (!options.library.empty()) {
+        return Handler{kelvaro::kShellExtClsid, options.library};
+    }
+    const std::wstring fileClass = ClassOfFile(options.files.front());
+    auto handler = FindHandler(fileClass);
+    if (!handler) {
+        handler = FindHandler(L"exefile");
+        note = "the shell asks no handler for this kind of file; asked the one for programs";
+    }
+    return handler;
+}
+
+int RightClick(const Options& options) {
+    Surroundings surroundings;
+    const auto handler = ChooseHandler(options, surroundings.note);
+    if (!handler) {
+        return Complain(
+            "no handler is registered; register one with rightclick --register LIBRARY");
+    }
+    const size_t logBegin = options.log ? ReadLog().size() : 0;
+    const Outcome outcome = Ride(*handler, options);
+    if (options.log) {
+        surroundings.logLines = LinesBehind(ReadLog(), logBegin);
+    }
+    console::Print(stdout, options.json ? ReportAsJson(options, outcome, surroundings)
+                                        : ReportAsText(options, outcome, surroundings));
+    return outcome.item ? kOffered : kNothingOffered;
+}
+
+int Run(const Options& options) {
+    if (!options.error.empty()) {
+        return Complain(options.error + " (rightclick --help tells how)");
+    }
+    switch (options.action) {
+        case Action::help:
+            console::Print(stdout, kHelp);
+            return kOffered;
+        case Action::version:
+            console::Print(stdout, "rightclick " KELVARO_VERSION "\n");
+            return kOffered;
+        case Action::registerLibrary:
+        case Action::unregisterLibrary:
+            return ChangeRegistration(options);
+        case Action::ride:
+            break;
+    }
+    return RightClick(options);
+}
+
+}  // namespace
+}  // namespace rightclick
+
+int main() {
+    std::vector<std::wstring> arguments = console::Arguments();
+    arguments.erase(arguments.begin());
+    const rightclick::ComApartment apartment;
+    return rightclick::Run(rightclick::ParseOptions(arguments));
+}

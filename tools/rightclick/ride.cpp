@@ -1,0 +1,118 @@
+#include "rightclick/ride.h"
+
+#include <shlobj.h>
+
+#include "common/owners.h"
+#include "console/console.h"
+#include "rightclick/library.h"
+#include "rightclick/selection.h"
+
+namespace rightclick {
+namespace {
+
+using kelvaro::ComPtr;
+
+// The shell's numbers: its own items lie below.
+constexpr UINT kFirstId = 100;
+constexpr UINT kLastId = 0x7FFF;
+constexpr UINT kTextCapacity = 512;
+
+class Menu {
+  public:
+    Menu() : handle_(CreatePopupMenu()) {}
+    ~Menu() { DestroyMenu(handle_); }
+    Menu(const Menu&) = delete;
+    Menu& operator=(const Menu&) = delete;
+
+    HMENU Handle() const { return handle_; }
+    bool IsEmpty() const { return GetMenuItemCount(handle_) <= 0; }
+    UINT FirstId() const { return GetMenuItemID(handle_, 0); }
+    std::wstring FirstText() const {
+        wchar_t text[kTextCapacity] = {};
+        GetMenuStringW(handle_, 0, text, kTextCapacity, MF_BYPOSITION);
+        return text;
+    }
+
+  private:
+    HMENU handle_;
+};
+
+std::wstring CommandText(IContextMenu& menu, UINT_PTR command, UINT kind) {
+    wchar_t text[kTextCapacity] = {};
+    const HRESULT result =
+        menu.GetCommandString(command, kind, nullptr, reinterpret_cast<LPSTR>(text), kTextCapacity);
+    return SUCCEEDED(result) ? text : L"";
+}
+
+HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command) {
+    const std::wstring wideVerb = options.verb.value_or(L"");
+    const std::string verb = console::Utf8(wideVerb);
+    CMINVOKECOMMANDINFOEX request = {};
+    request.cbSize = sizeof request;
+    request.nShow = SW_SHOWNORMAL;
+    request.lpVerb = reinterpret_cast<LPCSTR>(command);
+    if (options.verb) {
+        request.fMask = CMIC_MASK_UNICODE;
+        request.lpVerb = verb.c_str();
+        request.lpVerbW = wideVerb.c_str();
+    }
+    return menu.InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&request));
+}
+
+HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>& object) {
+    using GetClassObject = HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, LPVOID*);
+    const auto getClassObject = library.Export<GetClassObject>("DllGetClassObject");
+    if (getClassObject == nullptr) {
+        return HRESULT_FROM_WIN32(GetLastError());
+    }
+    ComPtr<IClassFactory> factory;
+    const HRESULT result = getClassObject(clsid, IID_IClassFactory, factory.Receive());
+    return FAILED(result) ? result
+                          : factory->CreateInstance(nullptr, IID_IShellExtInit, object.Receive());
+}
+
+void RideObject(ComPtr<IShellExtInit>& object, const Options& options, Outcome& outcome) {
+    ComPtr<IDataObject> selection;
+    *selection.Receive() = MakeSelection(options.files);
+    outcome.initialize = object->Initialize(nullptr, selection.Get(), nullptr);
+    ComPtr<IContextMenu> menu;
+    if (FAILED(outcome.initialize) ||
+        FAILED(object->QueryInterface(IID_IContextMenu, menu.Receive()))) {
+        return;
+    }
+    const Menu popup;
+    outcome.query = menu->QueryContextMenu(popup.Handle(), 0, kFirstId, kLastId, options.flags);
+    UINT_PTR command = 0;
+    if (SUCCEEDED(outcome.query) && !popup.IsEmpty()) {
+        command = popup.FirstId() - kFirstId;
+        outcome.item = {popup.FirstText(), CommandText(*menu.Get(), command, GCS_VERBW),
+                        CommandText(*menu.Get(), command, GCS_HELPTEXTW)};
+    }
+    if (options.verb || (options.choose && outcome.item)) {
+        outcome.invoke = Choose(*menu.Get(), options, command);
+    }
+}
+
+}  // namespace
+
+Outcome Ride(const Handler& handler, const Options& options) {
+    Outcome outcome;
+    const Library library(handler.library);
+    if (!library.IsLoaded()) {
+        outcome.load = HRESULT_FROM_WIN32(GetLastError());
+        return outcome;
+    }
+    {
+        ComPtr<IShellExtInit> object;
+        outcome.load = MakeObject(library, handler.clsid, object);
+        if (SUCCEEDED(outcome.load)) {
+            RideObject(object, options, outcome);
+        }
+    }
+    if (const auto canUnload = library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow")) {
+        outcome.canUnload = canUnload();
+    }
+    return outcome;
+}
+
+}  // namespace rightclick
