@@ -4,8 +4,10 @@
 #include <unistd.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <list>
 
 #include "layer/drive.h"
@@ -285,15 +287,20 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
 }
 
 DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* /*filePart*/) noexcept {
-    // An absolute path of the host has a path here too; a command line may name either.
-    std::wstring full = *name == L'/' ? layer::FromHostPath(layer::Utf8FromWide(name)) : name;
-    if (full.size() < 3 || full[1] != L':') {
-        wchar_t directory[MAX_PATH] = {};
-        GetCurrentDirectoryW(MAX_PATH, directory);
-        full = std::wstring(directory) + L'\\' + full;
+    std::wstring full = name == nullptr ? L"" : name;
+    if (full.empty()) {
+        SetLastError(ERROR_INVALID_NAME);
+        return 0;
     }
     for (wchar_t& unit : full) {
         unit = unit == L'/' ? L'\\' : unit;
+    }
+    if (full.size() < 2 || full[1] != L':') {
+        // A path of the host, absolute or not, has a path here too; a command line may name either.
+        std::string host = layer::Utf8FromWide(name);
+        std::replace(host.begin(), host.end(), '\\', '/');
+        host = std::filesystem::absolute(host).lexically_normal();
+        full = layer::FromHostPath(host);
     }
     if (full.size() >= size) {
         return static_cast<DWORD>(full.size() + 1);

@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -20,6 +19,7 @@
 #include "layer/drive.h"
 #include "layer/encoding.h"
 #include "layer/faults.h"
+#include "layer/host_file.h"
 #include "layer/kernel_object.h"
 
 namespace {
@@ -136,8 +136,8 @@ std::wstring OwnCommandLine() {
         unsetenv(kCommandLineVariable);  // not for the processes that this one starts by itself
         return line;
     }
-    std::ifstream file("/proc/self/cmdline", std::ios::binary);
-    const std::string joined(std::istreambuf_iterator<char>(file), {});
+    std::string joined;
+    layer::ReadHostFile("/proc/self/cmdline", joined);
     std::vector<std::wstring> arguments;
     for (size_t at = 0; at < joined.size();) {
         const size_t end = std::min(joined.find('\0', at), joined.size());

@@ -6,11 +6,11 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 
 #include "layer/drive.h"
 #include "layer/encoding.h"
 #include "layer/faults.h"
+#include "layer/host_file.h"
 #include "layer/registry_file.h"
 #include "layer/resources.h"
 
@@ -45,8 +45,9 @@ std::string RegistryFile() {
 }
 
 RegistryKeys Load() {
-    std::ifstream file(RegistryFile(), std::ios::binary);
-    return layer::ParseRegistry(std::string(std::istreambuf_iterator<char>(file), {}));
+    std::string text;
+    layer::ReadHostFile(RegistryFile(), text);
+    return layer::ParseRegistry(text);
 }
 
 // Changes the registry file for all processes as one step. A reader sees it before or after.

@@ -3,11 +3,10 @@
 #include <shlobj.h>
 
 #include <atomic>
-#include <fstream>
-#include <iterator>
 
 #include "layer/drive.h"
 #include "layer/faults.h"
+#include "layer/host_file.h"
 #include "layer/link_file.h"
 #include "layer/resources.h"
 
@@ -72,11 +71,10 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
             return static_cast<HRESULT>(*error);
         }
         const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
-        std::ifstream file(host, std::ios::binary);
-        if (error != ERROR_SUCCESS || !file.is_open()) {
+        std::string bytes;
+        if (error != ERROR_SUCCESS || !ReadHostFile(host, bytes)) {
             return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
         }
-        const std::string bytes(std::istreambuf_iterator<char>(file), {});
         auto target = ReadLinkFile(bytes);
         if (!target) {
             return E_FAIL;

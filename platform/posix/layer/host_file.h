@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace layer {
+
+// The content of a file of the host. False when it cannot be read, as a directory cannot.
+bool ReadHostFile(const std::string& path, std::string& content);
+
+}  // namespace layer

@@ -1,0 +1,59 @@
+#include "rules/anchor_search.h"
+
+#include <random>
+
+#include "support/fixture.h"
+
+namespace kelvaro {
+namespace {
+
+TEST(Anchor, IsTakenFromTheNameBeforeTheExtension) {
+    const struct {
+        const wchar_t* path;
+        size_t position;
+    } cases[] = {{L"c:\\apps\\tool.exe", 9}, {L"abc", 0}, {L"c:\\\u00C4\\ab.exe", 5}};
+    for (const auto& [path, position] : cases) {
+        const auto anchor = Anchor::Choose(path);
+        ASSERT_TRUE(anchor) << Narrow(path);
+        EXPECT_EQ(anchor->Position(), position) << Narrow(path);
+    }
+}
+
+TEST(Anchor, PathsWithoutThreePlainLettersHaveNone) {
+    for (const wchar_t* const path :
+         {L"", L"ab", L"a\\b\\c\\d", L"\u5DE5\u5177\\\u5DE5a", L"a b c d"}) {
+        EXPECT_FALSE(Anchor::Choose(path)) << Narrow(path);
+    }
+}
+
+TEST(Anchor, MatchesInEitherCaseAndEscaped) {
+    const auto anchor = Anchor::Choose(L"\\abc");
+    ASSERT_TRUE(anchor);
+    for (const std::string_view bytes : {"abc", "ABC", "a\\bc", "a\\b\\C...", "aBc"}) {
+        EXPECT_TRUE(anchor->Matches(bytes)) << bytes;
+    }
+    for (const std::string_view bytes : {"", "a", "ab", "a\\\\bc", "xbc", "ab\\", "a\\"}) {
+        EXPECT_FALSE(anchor->Matches(bytes)) << bytes;
+    }
+}
+
+// Blocks of sixteen and single bytes must find the same places, wherever a match lies in a block.
+TEST(Anchor, VectorsAndBytesAgree) {
+    const auto anchor = Anchor::Choose(L"\\abc");
+    ASSERT_TRUE(anchor);
+    std::mt19937 random(20261124);
+    constexpr std::string_view kPieces = "aAbBcC\\x";
+    for (int round = 0; round < 20000; ++round) {
+        std::string bytes(random() % 80, '\0');
+        for (char& byte : bytes) {
+            byte = kPieces[random() % kPieces.size()];
+        }
+        for (size_t from = 0; from <= bytes.size(); from += 1 + random() % 7) {
+            ASSERT_EQ(anchor->Find(bytes, from), anchor->FindPlain(bytes, from))
+                << bytes << " from " << from;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace kelvaro

@@ -1,0 +1,174 @@
+#include "common/file.h"
+#include "common/module_path.h"
+#include "common/path.h"
+#include "common/text.h"
+#include "support/fixture.h"
+
+namespace kelvaro {
+namespace {
+
+TEST(Text, LowersOnlyAToZ) {
+    EXPECT_EQ(ToLower(L"C:\\Apps\\TOOL[@`{\u00C4\u0416].Exe"),
+              L"c:\\apps\\tool[@`{\u00C4\u0416].exe");
+}
+
+TEST(Text, TrimsBothEndsAndNothingInside) {
+    EXPECT_EQ(TrimWhitespace(L" \t\r\n\v\f a  b \n"), L"a  b");
+    EXPECT_EQ(TrimWhitespace(L" \t "), L"");
+    EXPECT_EQ(TrimWhitespace(L""), L"");
+}
+
+TEST(Text, ComparesWithoutLetterCase) {
+    EXPECT_TRUE(EqualsIgnoringCase(L"Menu.Lock", L"mENU.lOCK"));
+    EXPECT_FALSE(EqualsIgnoringCase(L"menu", L"menu.lock"));
+    EXPECT_FALSE(EqualsIgnoringCase(L"\u00C4", L"\u00E4"));
+}
+
+TEST(Text, FormatsNumbers) {
+    const struct {
+        uint32_t number, base;
+        size_t width;
+        const char* text;
+    } cases[] = {
+        {0, 10, 1, "0"},         {7, 10, 2, "07"},          {4294967295, 10, 1, "4294967295"},
+        {0x8F6F, 16, 4, "8F6F"}, {0x1F600, 16, 4, "1F600"}, {0xE9, 16, 4, "00E9"}};
+    for (const auto& [number, base, width, expected] : cases) {
+        std::string text = "=";
+        AppendNumber(text, number, base, width);
+        EXPECT_EQ(text, std::string("=") + expected);
+    }
+}
+
+TEST(Path, JoinsWithOneSeparator) {
+    const struct {
+        const wchar_t *directory, *joined;
+    } cases[] = {{L"C:\\Apps", L"C:\\Apps\\x"},
+                 {L"C:\\", L"C:\\x"},
+                 {L"C:/", L"C:/x"},
+                 {L"C:", L"C:x"},
+                 {L"", L"x"},
+                 {L"\\\\server", L"\\\\server\\x"}};
+    for (const auto& [directory, joined] : cases) {
+        EXPECT_EQ(JoinPath(directory, L"x"), joined) << Narrow(directory);
+    }
+}
+
+TEST(Path, ParentNeverLosesTheRoot) {
+    const struct {
+        const wchar_t *path, *parent;
+    } cases[] = {
+        {L"C:\\Apps\\Tool.exe", L"C:\\Apps"},
+        {L"C:\\Apps\\\\/Tool.exe", L"C:\\Apps"},
+        {L"C:\\Apps\\", L"C:\\Apps"},
+        {L"C:\\x.dll", L"C:\\"},
+        {L"C:/x.dll", L"C:/"},
+        {L"C:\\", L"C:\\"},
+        {L"C:x.dll", L"C:"},
+        {L"x.dll", L""},
+        {L"", L""},
+        {L"\\x.dll", L"\\"},
+        {L"\\\\server\\share\\x.dll", L"\\\\server\\share"},
+        {L"\\\\server\\share", L"\\\\server\\"},
+        {L"\\\\server", L"\\\\server"},
+        {L"\\\\?\\C:\\Apps\\x.dll", L"\\\\?\\C:\\Apps"},
+    };
+    for (const auto& [path, parent] : cases) {
+        EXPECT_EQ(ParentPath(path), parent) << Narrow(path);
+    }
+}
+
+using File = DriveTest;
+
+TEST_F(File, ReadsEveryByte) {
+    std::string bytes;
+    for (int byte = 0; byte < 256; ++byte) {
+        bytes.push_back(static_cast<char>(byte));
+    }
+    Write(L"C:\\Test\\bytes", bytes + "\r\n\x1A\n");
+    EXPECT_EQ(ReadFileBytes(L"C:\\Test\\bytes").View(), bytes + "\r\n\x1A\n");
+    EXPECT_EQ(ReadFileBytes(L"C:\\test\\BYTES").View().size(), bytes.size() + 4);
+}
+
+TEST_F(File, WhatCannotBeReadIsEmpty) {
+    Write(L"C:\\Test\\four", "four");
+    MakeDirectory(L"C:\\Test\\directory");
+    EXPECT_EQ(ReadFileBytes(L"C:\\Test\\four", 4).View(), "four");
+    for (const auto& [path, limit] :
+         {std::pair(L"C:\\Test\\four", uint64_t{3}), std::pair(L"C:\\Test\\missing", UINT64_MAX),
+          std::pair(L"C:\\Test\\directory", UINT64_MAX), std::pair(L"C:\\Test\\a<b", UINT64_MAX),
+          std::pair(L"", UINT64_MAX)}) {
+        EXPECT_EQ(ReadFileBytes(path, limit).View(), "") << Narrow(path);
+    }
+}
+
+// Opens a file as another program may.
+HANDLE OpenShared(const wchar_t* path, DWORD access, DWORD share) {
+    return CreateFileW(path, access, share, nullptr, OPEN_EXISTING, 0, nullptr);
+}
+
+TEST_F(File, OthersDecideWhetherWeMayRead) {
+    Write(L"C:\\Test\\held", "text");
+    HANDLE holder = OpenShared(L"C:\\Test\\held", GENERIC_READ | GENERIC_WRITE, 0);
+    EXPECT_EQ(ReadFileBytes(L"C:\\Test\\held").View(), "");
+    EXPECT_FALSE(AppendToFile(L"C:\\Test\\held", "more"));
+    CloseHandle(holder);
+    holder = OpenShared(L"C:\\Test\\held", GENERIC_WRITE, FILE_SHARE_READ);
+    EXPECT_EQ(ReadFileBytes(L"C:\\Test\\held").View(), "text");
+    CloseHandle(holder);
+}
+
+TEST_F(File, AppendsAndMakesTheFile) {
+    EXPECT_FALSE(AppendToFile(L"C:\\Test\\no\\file", "a"));
+    MakeDirectory(L"C:\\Test");
+    EXPECT_TRUE(AppendToFile(L"C:\\Test\\file", "one\n"));
+    EXPECT_TRUE(AppendToFile(L"C:\\Test\\file", "two\r\n"));
+    EXPECT_EQ(Read(L"C:\\Test\\file"), "one\ntwo\r\n");
+    SetFileAttributesW(L"C:\\Test\\file", FILE_ATTRIBUTE_READONLY);
+    EXPECT_FALSE(AppendToFile(L"C:\\Test\\file", "three"));
+    SetFileAttributesW(L"C:\\Test\\file", FILE_ATTRIBUTE_NORMAL);
+    EXPECT_EQ(Read(L"C:\\Test\\file"), "one\ntwo\r\n");
+}
+
+TEST_F(File, TellsWhatExists) {
+    Write(L"C:\\Test\\file", "");
+    EXPECT_TRUE(PathExists(L"C:\\Test\\file"));
+    EXPECT_TRUE(PathExists(L"C:\\Test"));
+    for (const wchar_t* const path : {L"C:\\Test\\other", L"C:\\Test\\file\\below", L"Q:\\file",
+                                      L"C:\\Test\\a?b", L"C:\\no\\file", L""}) {
+        EXPECT_FALSE(PathExists(path)) << Narrow(path);
+    }
+}
+
+TEST_F(File, MakesDirectoriesAboveToo) {
+    EXPECT_TRUE(CreateDirectories(L"C:\\Test\\a\\b\\c"));
+    EXPECT_TRUE(CreateDirectories(L"C:\\Test\\a\\b\\c"));
+    EXPECT_TRUE(PathExists(L"C:\\Test\\a\\b\\c"));
+    Write(L"C:\\Test\\file", "");
+    EXPECT_FALSE(CreateDirectories(L"C:\\Test\\file"));
+    EXPECT_FALSE(CreateDirectories(L"C:\\Test\\file\\below"));
+    EXPECT_FALSE(CreateDirectories(L"Q:\\a\\b"));
+}
+
+TEST_F(File, FindsTheModuleHoweverLongItsPath) {
+    std::wstring directory = L"C:\\Test";
+    while (directory.size() < 300) {
+        directory += L"\\" + std::wstring(40, L'd');
+    }
+    const std::wstring path = InstallLibrary(L"C:\\Test\\Short");
+    EXPECT_EQ(ReadModulePath(nullptr).error, DWORD{ERROR_SUCCESS});
+    EXPECT_FALSE(ReadModulePath(nullptr).path.empty());
+    // A path beyond MAX_PATH needs its long form to be opened.
+    const std::wstring longPath = L"\\\\?\\" + directory + L"\\KelvaroShellExt.dll";
+    Copy(path, longPath);
+    const HMODULE module = LoadLibraryW(longPath.c_str());
+    ASSERT_NE(module, nullptr);
+    EXPECT_TRUE(
+        ReadModulePath(module).path.ends_with(directory.substr(2) + L"\\KelvaroShellExt.dll"));
+    FreeLibrary(module);
+    const ModulePath none = ReadModulePath(reinterpret_cast<HMODULE>(uintptr_t{0x10}));
+    EXPECT_EQ(none.path, L"");
+    EXPECT_NE(none.error, DWORD{ERROR_SUCCESS});
+}
+
+}  // namespace
+}  // namespace kelvaro

@@ -1,0 +1,69 @@
+#include "i18n/language_location.h"
+
+#include "common/path.h"
+#include "support/fixture.h"
+
+namespace kelvaro {
+namespace {
+
+constexpr wchar_t kSpecial[] = L"Lang_Harrowdelle_SpecialOffer";
+constexpr wchar_t kEnglish[] = L"English.ini";
+constexpr wchar_t kChinese[] = L"Chinese(Simplified).ini";
+
+class LanguageLocation : public DriveTest {
+  public:
+    LanguageLocation() { InstallLibrary(); }
+
+    static std::wstring InApplication(const std::wstring& name) {
+        return JoinPath(kApplication, name);
+    }
+    static void Add(const std::wstring& folder, const std::wstring& file) {
+        Write(InApplication(folder + L"\\" + file), "");
+    }
+    static void ExpectFile(const std::wstring& expected, const char* when) {
+        EXPECT_EQ(Narrow(GetLanguageFilePath()), Narrow(InApplication(expected))) << when;
+    }
+};
+
+TEST_F(LanguageLocation, TheFolderThatHasTheFileWins) {
+    const std::wstring special = std::wstring(kSpecial) + L"\\";
+    const std::wstring standard = L"Lang\\";
+    for (const auto& [locale, file, other] :
+         {std::tuple(L"zh-CN", kChinese, kEnglish), std::tuple(L"en-US", kEnglish, kChinese)}) {
+        std::filesystem::remove_all(world::NativePath(InApplication(kSpecial)));
+        std::filesystem::remove_all(world::NativePath(InApplication(L"Lang")));
+        SetLocale(locale);
+        EXPECT_EQ(GetLanguageFileName(), file);
+        ExpectFile(standard + file, "neither folder is there");
+        MakeDirectory(InApplication(kSpecial));
+        ExpectFile(special + file, "an empty special folder is there");
+        Add(kSpecial, other);
+        ExpectFile(special + file, "the special folder has another language");
+        Add(L"Lang", file);
+        ExpectFile(standard + file, "only the standard folder has the file");
+        Add(kSpecial, file);
+        ExpectFile(special + file, "both have the file");
+    }
+}
+
+TEST_F(LanguageLocation, ADirectoryOfTheNameCountsAsTheFile) {
+    SetLocale(L"en-US");
+    Add(L"Lang", kEnglish);
+    MakeDirectory(InApplication(std::wstring(kSpecial) + L"\\" + kEnglish));
+    ExpectFile(std::wstring(kSpecial) + L"\\" + kEnglish, "anything of the name exists");
+}
+
+TEST(LanguageLocationWithoutModule, IsEmpty) {
+    EXPECT_EQ(GetModuleDirectory(reinterpret_cast<HMODULE>(uintptr_t{0x10})), L"");
+}
+
+TEST_F(DriveTest, TheLibraryMayLieInTheRoot) {
+    SetLocale(L"en-US");
+    const std::wstring library = InstallLibrary(L"C:\\");
+    EXPECT_EQ(Narrow(GetLanguageFilePath()), "C:\\Lang\\English.ini");
+    world::Reset();
+    DeleteFileW(library.c_str());
+}
+
+}  // namespace
+}  // namespace kelvaro

@@ -1,0 +1,93 @@
+#include "launch/launch_toggle.h"
+
+#include "support/fixture.h"
+#include "support/message_boxes.h"
+#include "support/prompt.h"
+
+namespace kelvaro {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+TEST(CommandLine, QuotesBothPaths) {
+    EXPECT_EQ(BuildCommandLine(L"C:\\a b\\p.exe", L"C:\\c d\\t.exe"),
+              L"\"C:\\a b\\p.exe\" --auth-only --startup-gate --shell-toggle \"C:\\c d\\t.exe\"");
+    EXPECT_EQ(BuildCommandLine(L"p", L""), L"\"p\" --auth-only --startup-gate --shell-toggle \"\"");
+    EXPECT_EQ(BuildCommandLine(L"p", L"a\"b\\"),
+              L"\"p\" --auth-only --startup-gate --shell-toggle \"a\\\"b\\\"");
+}
+
+class Launch : public DriveTest {
+  public:
+    Launch() {
+        InstallLibrary();
+        SetLocale(L"en-US");
+    }
+    static std::wstring Program(const std::wstring& name) {
+        return std::wstring(kApplication) + L"\\" + name;
+    }
+    static std::string Started(const std::string& name) {
+        return "CreateProcess: \"C:\\Program Files\\Kelvaro\\" + name +
+               "\" --auth-only --startup-gate --shell-toggle \"C:\\Apps\\Tool.exe\"";
+    }
+    MessageBoxes boxes_;
+};
+
+TEST_F(Launch, StartsTheFirstProgramThereIs) {
+    int calls = 0;
+    for (const char* const name : {"Kelvaro_UI.exe", "Kelvaro.exe", "KelvaroAuthPrompt.exe"}) {
+        InstallPrompt(Program(std::wstring(name, name + std::string_view(name).size())));
+        DeleteFileW(kLog);
+        LaunchToggle(L"C:\\Apps\\Tool.exe", nullptr);
+        EXPECT_EQ(Messages(), (Strings{Started(name), "CreateProcess started (non-blocking)"}));
+        const auto call = WaitForPrompt(++calls);
+        EXPECT_EQ("CreateProcess: " + call.commandLine, Started(name));
+        EXPECT_EQ(call.directory, "C:\\Program Files\\Kelvaro");
+    }
+    EXPECT_EQ(boxes_.shown, Strings());
+}
+
+TEST_F(Launch, TellsTheUserThatNoProgramIsThere) {
+    LaunchToggle(L"C:\\Apps\\Tool.exe", nullptr);
+    EXPECT_EQ(Messages(), (Strings{"Launch failed: KelvaroAuthPrompt/Kelvaro not found in "
+                                   "C:\\Program Files\\Kelvaro"}));
+    if (MessageBoxes::kCanSee) {
+        EXPECT_EQ(boxes_.shown, (Strings{"Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe."}));
+    }
+}
+
+TEST_F(Launch, TellsTheUserThatAProgramCannotBeStarted) {
+    Write(L"C:\\Program Files\\Kelvaro\\Lang\\English.ini",
+          "[Product]\nProduct short Name=Kel\n[ShellExt]\nmsg.launch_failed=No {product}\n");
+    MakeDirectory(Program(L"KelvaroAuthPrompt.exe"));
+    LaunchToggle(L"C:\\Apps\\Tool.exe", nullptr);
+    EXPECT_EQ(Messages(),
+              (Strings{Started("KelvaroAuthPrompt.exe"), "CreateProcess failed gle=5"}));
+    if (MessageBoxes::kCanSee) {
+        EXPECT_EQ(boxes_.shown, (Strings{"Kel: No {product}"}));
+    }
+}
+
+TEST_F(Launch, AFileThatIsNoProgramCannotBeStarted) {
+    Write(Program(L"KelvaroAuthPrompt.exe"), "no program");
+    LaunchToggle(L"C:\\Apps\\Tool.exe", nullptr);
+    EXPECT_EQ(Messages(),
+              (Strings{Started("KelvaroAuthPrompt.exe"), "CreateProcess failed gle=193"}));
+}
+
+// One argument reaches the prompt, whatever a Windows path may hold.
+TEST_F(Launch, ThePathArrivesWhole) {
+    InstallPrompt(Program(L"KelvaroAuthPrompt.exe"));
+    int calls = 0;
+    for (const wchar_t* const path :
+         {L"C:\\Apps\\a  b.exe", L"C:\\Apps\\100%PATH%.exe", L"C:\\Apps\\a & b ^ c, d;'e'.exe",
+          L"C:\\\u5DE5\u5177\\\u00E9 \xD83D\xDE00.exe", L"C:\\Apps\\--shell-toggle.exe"}) {
+        LaunchToggle(path, nullptr);
+        const auto call = WaitForPrompt(++calls);
+        EXPECT_TRUE(call.commandLine.ends_with(" \"" + Narrow(path) + "\"")) << call.commandLine;
+        EXPECT_TRUE(IsLockedByPrompt(path)) << Narrow(path);
+    }
+}
+
+}  // namespace
+}  // namespace kelvaro

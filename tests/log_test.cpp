@@ -1,0 +1,95 @@
+#include "log/log.h"
+
+#include <regex>
+
+#include "support/fixture.h"
+
+namespace kelvaro {
+namespace {
+
+using Log = DriveTest;
+
+TEST(LogLine, KeepsEveryCharacterOnOneByteOrByName) {
+    const struct {
+        std::wstring message;
+        std::string text;
+    } cases[] = {
+        {L"", ""},
+        {L"Initialize ok locked=1", "Initialize ok locked=1"},
+        {L"caf\u00E9 \u00FF\u0080", "caf\xE9 \xFF\x80"},
+        {L"\u0100", "<U+0100>"},
+        {L"C:\\\u8F6F\u4EF6\\a.exe", "C:\\<U+8F6F><U+4EF6>\\a.exe"},
+        {L"\xD83D\xDE00!", "<U+1F600>!"},
+        {L"\xDBFF\xDFFF", "<U+10FFFF>"},
+        {L"\xD83D", "<U+D83D>"},
+        {L"\xDE00\xD83D", "<U+DE00><U+D83D>"},
+        {L"\xD83D\xD83D\xDE00", "<U+D83D><U+1F600>"},
+        {L"two\nlines", "two\r\nlines"},
+        {L"cr\r\n", "cr\r\r\n"},
+        {std::wstring(L"nul\0!", 5), std::string("nul\0!", 5)},
+    };
+    for (const auto& [message, text] : cases) {
+        EXPECT_EQ(FormatLogLine("TIME", message), "[TIME] " + text + "\r\n") << text;
+    }
+}
+
+TEST_F(Log, TheFirstLineMakesFileAndDirectories) {
+    WriteLog(L"first");
+    WriteLog(L"");
+    const std::regex lines(
+        R"(\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\] first\r\n\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\] \r\n)");
+    EXPECT_TRUE(std::regex_match(Read(kLog), lines)) << Read(kLog);
+}
+
+TEST_F(Log, TheStampIsTheLocalTime) {
+    const auto now = [] {
+        SYSTEMTIME time = {};
+        GetLocalTime(&time);
+        char text[64] = {};
+        std::snprintf(text, sizeof text, "[%04d-%02d-%02d %02d:%02d:%02d] ", time.wYear,
+                      time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond);
+        return std::string(text);
+    };
+    const std::string before = now();
+    WriteLog(L"x");
+    const std::string after = now();
+    const std::string stamp = Read(kLog).substr(0, before.size());
+    EXPECT_LE(before, stamp);
+    EXPECT_LE(stamp, after);
+}
+
+TEST_F(Log, WhatCannotBeWrittenIsDropped) {
+    Write(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs", "a file in the directory's place");
+    WriteLog(L"lost");
+    EXPECT_EQ(Read(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs"), "a file in the directory's place");
+    DeleteFileW(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs");
+
+    MakeDirectory(kLog);
+    WriteLog(L"lost");
+    RemoveDirectoryW(kLog);
+
+    Write(kLog, "old\r\n");
+    SetFileAttributesW(kLog, FILE_ATTRIBUTE_READONLY);
+    WriteLog(L"lost");
+    EXPECT_EQ(Read(kLog), "old\r\n");
+    SetFileAttributesW(kLog, FILE_ATTRIBUTE_NORMAL);
+
+    const HANDLE holder =
+        CreateFileW(kLog, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    WriteLog(L"lost");
+    CloseHandle(holder);
+    EXPECT_EQ(Read(kLog), "old\r\n");
+}
+
+TEST_F(Log, OthersMayHoldTheFileOpen) {
+    WriteLog(L"one");
+    const HANDLE holder = CreateFileW(kLog, GENERIC_READ | GENERIC_WRITE,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_EXISTING, 0, nullptr);
+    WriteLog(L"two");
+    CloseHandle(holder);
+    EXPECT_EQ(Messages(), (std::vector<std::string>{"one", "two"}));
+}
+
+}  // namespace
+}  // namespace kelvaro

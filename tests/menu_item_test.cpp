@@ -1,0 +1,190 @@
+#include "menu/shell_ext.h"
+#include "server/module.h"
+#include "support/extension.h"
+#include "support/fixture.h"
+#include "support/message_boxes.h"
+#include "support/prompt.h"
+
+namespace kelvaro {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
+constexpr char kVerbName[] = "vorandel_kelvaro_toggle";
+constexpr wchar_t kWideVerbName[] = L"vorandel_kelvaro_toggle";
+
+class MenuItem : public DriveTest {
+  public:
+    MenuItem() {
+        InstallLibrary();
+        SetLocale(L"en-US");
+        WriteRules(R"({"type":"exe","target":"c:\\apps\\tool.exe"})");
+        extension_.Select({kTool});
+        DeleteFileW(kLog);
+    }
+    IContextMenu& Menu() { return extension_.Menu(); }
+    Extension extension_;
+};
+
+TEST_F(MenuItem, StandsWhereTheShellWantsIt) {
+    const ScopedMenu menu;
+    for (const wchar_t* const text : {L"Open", L"Properties"}) {
+        InsertMenuW(menu.Handle(), 9, MF_BYPOSITION | MF_STRING, 7, text);
+    }
+    EXPECT_EQ(Menu().QueryContextMenu(menu.Handle(), 1, 500, 500, CMF_NORMAL), 1);
+    ASSERT_EQ(menu.Count(), 3);
+    EXPECT_EQ(menu.Text(1), L"Unlock with Vorandel Kelvaro");
+    EXPECT_EQ(GetMenuItemID(menu.Handle(), 1), 500U);
+    EXPECT_EQ(Messages(), Strings{"QueryContextMenu add item locked=1"});
+}
+
+TEST_F(MenuItem, OnlyTheDefaultOnlyFlagKeepsItOut) {
+    const ScopedMenu menu;
+    EXPECT_EQ(Menu().QueryContextMenu(menu.Handle(), 0, 1, 9, CMF_DEFAULTONLY | CMF_EXPLORE), S_OK);
+    EXPECT_EQ(menu.Count(), 0);
+    EXPECT_EQ(Messages(), Strings());
+    for (const UINT flags : {CMF_VERBSONLY, CMF_EXPLORE, CMF_EXTENDEDVERBS, 0xFFFFFFFEU}) {
+        EXPECT_EQ(extension_.MenuText(flags), L"Unlock with Vorandel Kelvaro") << flags;
+    }
+}
+
+TEST_F(MenuItem, IsReportedEvenWhereTheMenuTakesNone) {
+    EXPECT_EQ(Menu().QueryContextMenu(nullptr, 0, 1, 9, CMF_NORMAL), 1);
+    EXPECT_EQ(Messages(), Strings{"QueryContextMenu add item locked=1"});
+}
+
+TEST_F(MenuItem, IsOfferedForAShortcutThatLeadsNowhere) {
+    extension_.Select({L"C:\\missing.lnk"});
+    EXPECT_EQ(extension_.MenuText(), L"Lock with Vorandel Kelvaro");
+}
+
+TEST_F(MenuItem, TellsVerbAndHelp) {
+    SetLocale(L"zh-CN");
+    Write(L"C:\\Program Files\\Kelvaro\\Lang\\Chinese(Simplified).ini",
+          "[ShellExt]\nhelp=\xE9\x94\x81 {product}\n");
+    char narrow[64] = {};
+    EXPECT_EQ(Menu().GetCommandString(0, GCS_VERBA, nullptr, narrow, 64), S_OK);
+    EXPECT_STREQ(narrow, kVerbName);
+    EXPECT_EQ(Menu().GetCommandString(0, GCS_HELPTEXTA, nullptr, narrow, 64), S_OK);
+    EXPECT_STREQ(narrow, "Toggle lock state via Vorandel Kelvaro");
+    wchar_t wide[64] = {};
+    auto* const buffer = reinterpret_cast<LPSTR>(wide);
+    EXPECT_EQ(Menu().GetCommandString(0, GCS_VERBW, nullptr, buffer, 64), S_OK);
+    EXPECT_STREQ(wide, kWideVerbName);
+    EXPECT_EQ(Menu().GetCommandString(0, GCS_HELPTEXTW, nullptr, buffer, 64), S_OK);
+    EXPECT_STREQ(wide, L"\u9501 Vorandel Kelvaro");
+    EXPECT_EQ(Messages(), Strings());
+}
+
+TEST_F(MenuItem, CutsWhatDoesNotFit) {
+    for (const UINT kind : {GCS_VERBA, GCS_HELPTEXTA}) {
+        char text[] = "xxxxxxxxx";
+        EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, text, 5), S_OK);
+        EXPECT_EQ(std::string(text, 9),
+                  std::string(kind == GCS_VERBA ? "vora" : "Togg") + std::string("\0xxxx", 5));
+    }
+    for (const UINT kind : {GCS_VERBW, GCS_HELPTEXTW}) {
+        wchar_t text[] = L"xxxxxxxxx";
+        EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, reinterpret_cast<LPSTR>(text), 1),
+                  S_OK);
+        EXPECT_EQ(std::wstring(text, 3), std::wstring(L"\0xx", 3));
+    }
+}
+
+TEST_F(MenuItem, AnswersNoOtherQuestion) {
+    char text[] = "untouched";
+    for (const UINT kind : {GCS_VALIDATEA, GCS_VALIDATEW, 3U, 7U, 0x10000U, 0xFFFFFFFFU}) {
+        EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, text, 9), S_OK) << kind;
+    }
+    EXPECT_EQ(Menu().GetCommandString(1, GCS_VERBA, nullptr, text, 9), E_INVALIDARG);
+    EXPECT_EQ(Menu().GetCommandString(UINT_PTR{1} << 32, GCS_VERBA, nullptr, text, 9),
+              E_INVALIDARG);
+    EXPECT_EQ(Menu().GetCommandString(0, GCS_VERBA, nullptr, text, 0), E_INVALIDARG);
+    EXPECT_EQ(Menu().GetCommandString(0, GCS_VERBA, nullptr, nullptr, 9), E_INVALIDARG);
+    EXPECT_STREQ(text, "untouched");
+}
+
+TEST_F(MenuItem, KnowsItsCommand) {
+    const auto* const offset1 = reinterpret_cast<LPCSTR>(uintptr_t{1});
+    const auto* const highBits = reinterpret_cast<LPCSTR>(uintptr_t{7} << 32);
+    const auto* const wideOffset = reinterpret_cast<LPCWSTR>(uintptr_t{0});
+    constexpr DWORD kShort = sizeof(CMINVOKECOMMANDINFO);
+    constexpr DWORD kLong = sizeof(CMINVOKECOMMANDINFOEX);
+    const struct {
+        const char* what;
+        LPCSTR verb;
+        DWORD mask, size;
+        LPCWSTR wideVerb;
+        bool known;
+    } cases[] = {
+        {"offset 0", nullptr, 0, kShort, nullptr, true},
+        {"offset 1", offset1, 0, kShort, nullptr, false},
+        {"offset 0 in the low words", highBits, 0, kShort, nullptr, true},
+        {"the verb", kVerbName, 0, kShort, nullptr, true},
+        {"the verb in capitals", "VORANDEL_Kelvaro_TOGGLE", 0, kShort, nullptr, true},
+        {"another verb", "open", 0, kShort, nullptr, false},
+        {"a longer verb", "vorandel_kelvaro_toggle2", 0, kShort, nullptr, false},
+        {"an empty verb", "", 0, kShort, nullptr, false},
+        {"the wide verb", "open", CMIC_MASK_UNICODE, kLong, L"Vorandel_KELVARO_toggle", true},
+        {"the wide verb beside offset 1", offset1, CMIC_MASK_UNICODE, kLong, kWideVerbName, true},
+        {"the wide verb, larger record", "open", CMIC_MASK_UNICODE, kLong + 8, kWideVerbName, true},
+        {"the wide verb without the mask", "open", 0, kLong, kWideVerbName, false},
+        {"the wide verb in a short record", "open", CMIC_MASK_UNICODE, kShort, kWideVerbName,
+         false},
+        {"the wide verb, a byte short", "open", CMIC_MASK_UNICODE, kLong - 1, kWideVerbName, false},
+        {"another wide verb", "open", CMIC_MASK_UNICODE, kLong, L"open", false},
+        {"a wide offset", "open", CMIC_MASK_UNICODE, kLong, wideOffset, false},
+        {"a size of nothing", kVerbName, CMIC_MASK_UNICODE, 0, nullptr, true},
+    };
+    const MessageBoxes boxes;
+    for (const auto& [what, verb, mask, size, wideVerb, known] : cases) {
+        CMINVOKECOMMANDINFOEX request = {};
+        request.cbSize = size;
+        request.fMask = mask;
+        request.lpVerb = verb;
+        request.lpVerbW = wideVerb;
+        DeleteFileW(kLog);
+        EXPECT_EQ(Menu().InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&request)),
+                  known ? S_OK : E_FAIL)
+            << what;
+        EXPECT_EQ(Messages()[0], known ? "InvokeCommand start selected=C:\\Apps\\Tool.exe"
+                                       : "InvokeCommand ignored unknown verb")
+            << what;
+    }
+}
+
+TEST_F(MenuItem, NeedsARequestAndASelection) {
+    EXPECT_EQ(Menu().InvokeCommand(nullptr), E_INVALIDARG);
+    EXPECT_EQ(Messages(), Strings());
+    Extension fresh;
+    CMINVOKECOMMANDINFO request = {};
+    EXPECT_EQ(fresh.Menu().InvokeCommand(&request), E_FAIL);
+    EXPECT_EQ(Messages(), Strings{"InvokeCommand selected path empty"});
+}
+
+TEST_F(MenuItem, EveryChoiceStartsThePromptWithTheSelectedPath) {
+    InstallPrompt(std::wstring(kApplication) + L"\\KelvaroAuthPrompt.exe");
+    const std::wstring shortcut = L"C:\\Test\\Tool.lnk";
+    Copy(world::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", shortcut);
+    extension_.Select({shortcut});
+    CMINVOKECOMMANDINFO request = {};
+    for (int calls = 1; calls <= 2; ++calls) {
+        EXPECT_EQ(Menu().InvokeCommand(&request), S_OK);
+        EXPECT_TRUE(WaitForPrompt(calls).commandLine.ends_with(" \"C:\\Test\\Tool.lnk\""));
+    }
+}
+
+TEST_F(MenuItem, TheBoxBelongsToTheShellsWindow) {
+    const MessageBoxes boxes;
+    CMINVOKECOMMANDINFO request = {};
+    request.hwnd = reinterpret_cast<HWND>(uintptr_t{0x1234});
+    EXPECT_EQ(Menu().InvokeCommand(&request), S_OK) << "the launcher tells of its failures itself";
+    if (MessageBoxes::kCanSee) {
+        EXPECT_EQ(boxes.shown,
+                  Strings{"Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe. owner=4660"});
+    }
+}
+
+}  // namespace
+}  // namespace kelvaro

@@ -1,0 +1,188 @@
+#include <cstring>
+
+#include "rightclick/drop_list.h"
+#include "support/extension.h"
+#include "support/fixture.h"
+
+namespace kelvaro {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
+
+// A data object whose one answer the test decides.
+class OneAnswer final : public IDataObject {
+  public:
+    OneAnswer(HRESULT result, HGLOBAL memory) : result_(result), memory_(memory) {}
+    OneAnswer(const OneAnswer&) = delete;
+    OneAnswer& operator=(const OneAnswer&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID, void** ppv) noexcept override {
+        *ppv = nullptr;
+        return E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
+    STDMETHODIMP_(ULONG) Release() noexcept override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+    STDMETHODIMP GetData(FORMATETC* format, STGMEDIUM* medium) noexcept override {
+        EXPECT_EQ(format->cfFormat, CF_HDROP);
+        EXPECT_EQ(format->ptd, nullptr);
+        EXPECT_EQ(format->dwAspect, DWORD{DVASPECT_CONTENT});
+        EXPECT_EQ(format->lindex, -1);
+        EXPECT_EQ(format->tymed, DWORD{TYMED_HGLOBAL});
+        EXPECT_EQ(medium->tymed, 0U);
+        EXPECT_EQ(medium->pUnkForRelease, nullptr);
+        if (SUCCEEDED(result_)) {
+            medium->tymed = TYMED_HGLOBAL;
+            medium->hGlobal = memory_;
+            // The medium is this object's own: it learns how often it is given back.
+            medium->pUnkForRelease = this;
+            AddRef();
+        }
+        return result_;
+    }
+    STDMETHODIMP GetDataHere(FORMATETC*, STGMEDIUM*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP QueryGetData(FORMATETC*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP GetCanonicalFormatEtc(FORMATETC*, FORMATETC*) noexcept override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP SetData(FORMATETC*, STGMEDIUM*, BOOL) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP EnumFormatEtc(DWORD, IEnumFORMATETC**) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP DAdvise(FORMATETC*, DWORD, IAdviseSink*, DWORD*) noexcept override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP DUnadvise(DWORD) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP EnumDAdvise(IEnumSTATDATA**) noexcept override { return E_NOTIMPL; }
+
+    static int alive;
+
+  private:
+    ~OneAnswer() { --alive; }
+
+    ULONG references_ = (++alive, 1);
+    HRESULT result_;
+    HGLOBAL memory_;
+};
+int OneAnswer::alive = 0;
+
+class Selection : public DriveTest {
+  public:
+    Selection() {
+        SetLocale(L"en-US");
+        WriteRules(R"({"type":"exe","target":"c:\\apps\\tool.exe"})");
+    }
+    // The messages that came since the last call.
+    Strings NewMessages() {
+        Strings messages = Messages();
+        messages.erase(messages.begin(), messages.begin() + static_cast<ptrdiff_t>(seen_));
+        seen_ += messages.size();
+        return messages;
+    }
+    size_t seen_ = 0;
+};
+
+TEST_F(Selection, TakesOneProgramOrShortcut) {
+    const struct {
+        const wchar_t* file;
+        HRESULT result;
+        const char* message;
+    } cases[] = {
+        {L"C:\\Apps\\Tool.EXE", S_OK,
+         "Initialize ok selected=C:\\Apps\\Tool.EXE target=C:\\Apps\\Tool.EXE locked=1"},
+        {L"C:\\Apps\\Other.exe", S_OK,
+         "Initialize ok selected=C:\\Apps\\Other.exe target=C:\\Apps\\Other.exe locked=0"},
+        {L".exe", S_OK, "Initialize ok selected=.exe target=.exe locked=0"},
+        {L"C:\\missing.lnk", S_OK, "Initialize resolve target failed: C:\\missing.lnk"},
+        {L"C:\\Docs\\readme.txt", E_INVALIDARG,
+         "Initialize ignored non exe/lnk: C:\\Docs\\readme.txt"},
+        {L"C:\\Apps\\Tool.exe.bak", E_INVALIDARG,
+         "Initialize ignored non exe/lnk: C:\\Apps\\Tool.exe.bak"},
+        {L"C:\\Apps\\exe", E_INVALIDARG, "Initialize ignored non exe/lnk: C:\\Apps\\exe"},
+    };
+    Extension extension;
+    for (const auto& [file, result, message] : cases) {
+        EXPECT_EQ(extension.Select({file}), result) << Narrow(file);
+        EXPECT_EQ(NewMessages(), Strings{message});
+    }
+}
+
+TEST_F(Selection, TakesExactlyOneFile) {
+    Extension extension;
+    EXPECT_EQ(extension.Select(std::vector<std::wstring>{}), E_INVALIDARG);
+    EXPECT_EQ(NewMessages(), Strings{"Initialize ignored selection count=0"});
+    EXPECT_EQ(extension.Select({kTool, kTool}), E_INVALIDARG);
+    EXPECT_EQ(NewMessages(), Strings{"Initialize ignored selection count=2"});
+    EXPECT_EQ(extension.Select(std::vector<std::wstring>(1234, kTool)), E_INVALIDARG);
+    EXPECT_EQ(NewMessages(), Strings{"Initialize ignored selection count=1234"});
+}
+
+TEST_F(Selection, ReadsAtMost259Characters) {
+    const std::wstring name = L"C:\\" + std::wstring(252, L'n') + L".exe";
+    Extension extension;
+    EXPECT_EQ(extension.Select({name}), S_OK);
+    EXPECT_TRUE(NewMessages()[0].starts_with("Initialize ok selected=" + Narrow(name) + " "));
+    EXPECT_EQ(extension.Select({L"C:\\n" + name.substr(3)}), E_INVALIDARG)
+        << "the last letter is cut off";
+}
+
+TEST_F(Selection, ADataObjectMayFail) {
+    Extension extension;
+    EXPECT_EQ(extension.Select(nullptr), E_INVALIDARG);
+    EXPECT_EQ(NewMessages(), Strings());
+    for (const HRESULT failure : {E_FAIL, E_OUTOFMEMORY, DV_E_FORMATETC}) {
+        EXPECT_EQ(extension.Select(new OneAnswer(failure, nullptr)), E_INVALIDARG);
+        EXPECT_EQ(NewMessages(), Strings{"Initialize GetData failed"});
+    }
+    EXPECT_EQ(extension.Select(new OneAnswer(S_OK, nullptr)), E_INVALIDARG);
+    EXPECT_EQ(NewMessages(), Strings{"Initialize GlobalLock failed"});
+    EXPECT_EQ(OneAnswer::alive, 0) << "the medium is given back once";
+}
+
+// Under Wine, as on Windows, it is undefined to read a list that its memory does not hold.
+TEST_F(Selection, ReadsNarrowLists) {
+    constexpr std::string_view kNames("C:\\caf\xE9\\Tool.exe\0\0", 19);
+    DROPFILES header = {};
+    header.pFiles = sizeof header;
+    const HGLOBAL memory = GlobalAlloc(GHND, sizeof header + kNames.size());
+    auto* const block = static_cast<char*>(GlobalLock(memory));
+    std::memcpy(block, &header, sizeof header);
+    std::memcpy(block + sizeof header, kNames.data(), kNames.size());
+    GlobalUnlock(memory);
+    Extension extension;
+    EXPECT_EQ(extension.Select(new OneAnswer(S_FALSE, memory)), S_OK);
+    EXPECT_EQ(NewMessages(), Strings{"Initialize ok selected=C:\\caf\xE9\\Tool.exe "
+                                     "target=C:\\caf\xE9\\Tool.exe locked=0"});
+    GlobalFree(memory);
+}
+
+TEST_F(Selection, ALaterOneForgetsTheEarlier) {
+    Extension extension;
+    EXPECT_EQ(extension.Select({kTool}), S_OK);
+    EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro");
+    for (const auto& files : {std::vector<std::wstring>{}, {kTool, kTool}, {L"C:\\a.txt"}}) {
+        EXPECT_EQ(extension.Select(files), E_INVALIDARG);
+        EXPECT_EQ(extension.MenuText(), L"Lock with Vorandel Kelvaro");
+    }
+    EXPECT_EQ(extension.Select({kTool}), S_OK);
+    EXPECT_EQ(extension.Select(nullptr), E_INVALIDARG);
+    EXPECT_EQ(extension.MenuText(), L"Lock with Vorandel Kelvaro");
+}
+
+TEST_F(Selection, EveryTimeTheRulesAreReadAfresh) {
+    Extension extension;
+    extension.Select({kTool});
+    EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro");
+    WriteRules("");
+    EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro") << "stored in the object";
+    extension.Select({kTool});
+    EXPECT_EQ(extension.MenuText(), L"Lock with Vorandel Kelvaro");
+}
+
+}  // namespace
+}  // namespace kelvaro

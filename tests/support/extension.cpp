@@ -1,0 +1,36 @@
+#include "support/extension.h"
+
+#include <gtest/gtest.h>
+
+#include "menu/shell_ext.h"
+#include "rightclick/drop_list.h"
+
+using kelvaro::ComPtr;
+
+Extension::Extension() {
+    EXPECT_EQ(kelvaro::CreateShellExt(IID_IShellExtInit, init_.Receive()), S_OK);
+    EXPECT_EQ(init_->QueryInterface(IID_IContextMenu, menu_.Receive()), S_OK);
+}
+
+HRESULT Extension::Select(const std::vector<std::wstring>& files) {
+    return Select(rightclick::MakeDropListObject(files));
+}
+
+HRESULT Extension::Select(IDataObject* selection) {
+    ComPtr<IDataObject> owner;
+    *owner.Receive() = selection;
+    return init_->Initialize(nullptr, selection, nullptr);
+}
+
+std::wstring Extension::MenuText(UINT flags) {
+    const ScopedMenu menu;
+    const HRESULT result = menu_->QueryContextMenu(menu.Handle(), 0, 1, 0x7FFF, flags);
+    EXPECT_EQ(result, menu.Count());
+    return menu.Count() == 1 ? menu.Text(0) : L"";
+}
+
+std::wstring ScopedMenu::Text(UINT position) const {
+    wchar_t text[512] = {};
+    GetMenuStringW(handle_, position, text, 512, MF_BYPOSITION);
+    return text;
+}

@@ -1,0 +1,81 @@
+#include "support/fixture.h"
+
+#include <objbase.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "common/owners.h"
+#include "common/path.h"
+#include "server/module.h"
+
+namespace fs = std::filesystem;
+
+DriveTest::DriveTest() {
+    world::Reset();
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+}
+
+DriveTest::~DriveTest() {
+    kelvaro::g_moduleHandle = nullptr;
+    if (module_ != nullptr) {
+        FreeLibrary(module_);
+    }
+    CoUninitialize();
+    EXPECT_EQ(world::HeldResources(), "") << "something was not given back";
+    EXPECT_EQ(kelvaro::g_objectCount, 0U);
+}
+
+void DriveTest::Write(const std::wstring& path, std::string_view bytes) {
+    MakeDirectory(std::wstring(kelvaro::ParentPath(path)));
+    std::ofstream file(world::NativePath(path), std::ios::binary);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    ASSERT_TRUE(file.good()) << Narrow(path);
+}
+
+std::string DriveTest::Read(const std::wstring& path) {
+    std::ifstream file(world::NativePath(path), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void DriveTest::MakeDirectory(const std::wstring& path) {
+    fs::create_directories(world::NativePath(path));
+}
+
+void DriveTest::Copy(const std::wstring& from, const std::wstring& to) {
+    MakeDirectory(std::wstring(kelvaro::ParentPath(to)));
+    fs::copy_file(world::NativePath(from), world::NativePath(to),
+                  fs::copy_options::overwrite_existing);
+}
+
+std::vector<std::string> DriveTest::Messages() {
+    constexpr size_t kStamp = sizeof "[2026-11-16 18:06:33] " - 1;
+    std::vector<std::string> messages;
+    const std::string log = Read(kLog);
+    for (size_t at = 0; at < log.size();) {
+        const size_t end = std::min(log.find("\r\n", at), log.size());
+        messages.push_back(log.substr(at, end - at).substr(std::min(kStamp, end - at)));
+        at = end + 2;
+    }
+    return messages;
+}
+
+void DriveTest::SetLocale(const std::wstring& locale, DWORD type) {
+    kelvaro::ScopedKey key;
+    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, nullptr,
+                              REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Receive(), nullptr),
+              ERROR_SUCCESS);
+    ASSERT_EQ(RegSetValueExW(key.Get(), L"UILocale", 0, type,
+                             reinterpret_cast<const BYTE*>(locale.c_str()),
+                             static_cast<DWORD>((locale.size() + 1) * sizeof(wchar_t))),
+              ERROR_SUCCESS);
+}
+
+std::wstring DriveTest::InstallLibrary(const std::wstring& directory) {
+    const std::wstring path = kelvaro::JoinPath(directory, L"KelvaroShellExt.dll");
+    Copy(world::BuiltFile(KELVARO_LIBRARY), path);
+    module_ = LoadLibraryW(path.c_str());
+    EXPECT_NE(module_, nullptr) << Narrow(path);
+    kelvaro::g_moduleHandle = module_;
+    return path;
+}

@@ -1,0 +1,61 @@
+#include <windows.h>
+
+#include "support/message_boxes.h"
+#include "support/small_stack.h"
+#include "support/world.h"
+
+namespace fs = std::filesystem;
+
+namespace world {
+
+void Reset() {
+    for (const wchar_t* const directory :
+         {L"C:\\ProgramData\\Vorandel", L"C:\\Program Files\\Kelvaro", L"C:\\Apps", L"C:\\Test"}) {
+        std::error_code ignored;
+        fs::remove_all(directory, ignored);
+    }
+    const std::wstring clsid = L"CLSID\\{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}";
+    for (const std::wstring& key :
+         {std::wstring(L"Software\\Vorandel"), std::wstring(L"Software\\Classes\\exefile\\shellex"),
+          std::wstring(L"Software\\Classes\\lnkfile\\shellex"), L"Software\\Classes\\" + clsid}) {
+        RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str());
+    }
+    for (const std::wstring& key :
+         {std::wstring(L"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro"),
+          std::wstring(L"lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro"), clsid}) {
+        RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
+    }
+}
+
+std::string HeldResources() {
+    return {};
+}
+
+fs::path NativePath(const std::wstring& path) {
+    return path;
+}
+
+std::wstring BuiltFile(const char* path) {
+    return L"Z:" + fs::path(path).wstring();
+}
+
+}  // namespace world
+
+void RunOnSmallStack(const std::function<void()>& work) {
+    const auto run = [](LPVOID argument) -> DWORD {
+        (*static_cast<const std::function<void()>*>(argument))();
+        return 0;
+    };
+    constexpr SIZE_T kStack = SIZE_T{64} << 10;
+    auto* const argument = const_cast<std::function<void()>*>(&work);
+    const HANDLE thread =
+        CreateThread(nullptr, kStack, run, argument, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+}
+
+const bool MessageBoxes::kCanSee = false;
+
+MessageBoxes::MessageBoxes() = default;
+
+MessageBoxes::~MessageBoxes() = default;

@@ -1,0 +1,76 @@
+#include "i18n/texts.h"
+
+#include "i18n/language_file.h"
+#include "support/fixture.h"
+
+namespace kelvaro {
+namespace {
+
+TEST(FillProductName, ReplacesTheFirstPlaceholder) {
+    const struct {
+        const wchar_t *text, *filled;
+    } cases[] = {{L"Lock with {product}", L"Lock with P{product}"},
+                 {L"{product}{product}", L"P{product}{product}"},
+                 {L"{Product} {product", L"{Product} {product"},
+                 {L"", L""}};
+    for (const auto& [text, filled] : cases) {
+        EXPECT_EQ(FillProductName(text, L"P{product}"), filled) << Narrow(text);
+    }
+}
+
+class Texts : public DriveTest {
+  public:
+    Texts() {
+        InstallLibrary();
+        SetLocale(L"en-US");
+    }
+    static void WriteEnglish(std::string_view bytes) {
+        Write(L"C:\\Program Files\\Kelvaro\\Lang\\English.ini", bytes);
+    }
+};
+
+TEST_F(Texts, HaveDefaults) {
+    for (const std::string_view content :
+         {"", "[Other]\nmenu.lock=x", "\xFF\xFE", "\xEF\xBB\xBF"}) {
+        WriteEnglish(content);
+        EXPECT_EQ(GetMenuText(false), L"Lock with Vorandel Kelvaro");
+        EXPECT_EQ(GetMenuText(true), L"Unlock with Vorandel Kelvaro");
+        EXPECT_EQ(GetHelpText(), L"Toggle lock state via Vorandel Kelvaro");
+        EXPECT_EQ(LoadText(kPromptNotFound), L"Cannot find KelvaroAuthPrompt.exe.");
+        EXPECT_EQ(LoadText(kLaunchFailed), L"Failed to launch Kelvaro command.");
+    }
+}
+
+TEST_F(Texts, ComeFromTheFileAsItIsNow) {
+    WriteEnglish("[product]\nPRODUCT SHORT NAME=Kel\n[shellext]\nmenu.lock={product}: lock\n");
+    EXPECT_EQ(GetMenuText(false), L"Kel: lock");
+    EXPECT_EQ(GetMenuText(true), L"Unlock with Kel");
+    WriteEnglish("[Product]\nProduct short Name=\n[ShellExt]\nhelp=\n");
+    EXPECT_EQ(GetMenuText(false), L"Lock with ");
+    EXPECT_EQ(GetHelpText(), L"");
+}
+
+TEST_F(Texts, NoPlaceholderIsFilledInMessages) {
+    WriteEnglish("[ShellExt]\nmsg.launch_failed=No {product}\n");
+    EXPECT_EQ(LoadText(kLaunchFailed), L"No {product}");
+}
+
+// What ships has every text, and menu texts that name the product.
+TEST(LanguageFiles, AreComplete) {
+    for (const wchar_t* const name : {L"English.ini", L"Chinese(Simplified).ini"}) {
+        const std::wstring path = world::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\" + name;
+        const std::wstring text = ReadLanguageText(path);
+        ASSERT_FALSE(text.empty()) << Narrow(path);
+        for (const TextKey& key :
+             {kProductName, kMenuLock, kMenuUnlock, kHelp, kPromptNotFound, kLaunchFailed}) {
+            const auto value = FindIniValue(text, key.section, key.key);
+            ASSERT_TRUE(value && !value->empty()) << Narrow(key.key) << " in " << Narrow(name);
+            const bool named = key.defaultText.find(L"{product}") != std::wstring_view::npos;
+            EXPECT_EQ(value->find(L"{product}") != std::wstring_view::npos, named)
+                << Narrow(key.key) << " in " << Narrow(name);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace kelvaro

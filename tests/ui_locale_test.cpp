@@ -1,0 +1,100 @@
+#include "i18n/ui_locale.h"
+
+#include "common/owners.h"
+#include "support/fixture.h"
+
+namespace kelvaro {
+namespace {
+
+TEST(NormalizeLocale, KnowsTwoLanguages) {
+    for (const wchar_t* const tag :
+         {L"zh-CN", L"zh-TW", L"ZH_cn", L"zh", L"Zh-Hans", L"  zh-HK\t", L"zhuang"}) {
+        EXPECT_EQ(NormalizeLocale(tag), L"zh-CN") << Narrow(tag);
+    }
+    for (const wchar_t* const tag :
+         {L"en-US", L"fr-FR", L"chinese", L"cn", L"z", L"", L"  ", L"z h", L"-zh"}) {
+        EXPECT_EQ(NormalizeLocale(tag), L"en-US") << Narrow(tag);
+    }
+}
+
+class UiLocale : public DriveTest {
+  public:
+    // What the display language alone decides.
+    const std::wstring_view byDisplay_ = GetUiLocale();
+};
+
+TEST_F(UiLocale, TheSettingDecides) {
+    EXPECT_EQ(ReadRegistryLocale(), L"");
+    const struct {
+        const wchar_t *setting, *locale;
+    } cases[] = {{L"zh-CN", L"zh-CN"},
+                 {L" ZH-tw ", L"zh-CN"},
+                 {L"en-GB", L"en-US"},
+                 {L"", L"en-US"},
+                 {L"%LANG%", L"en-US"}};
+    for (const auto& [setting, locale] : cases) {
+        for (const DWORD type : {REG_SZ, REG_EXPAND_SZ}) {
+            SetLocale(setting, type);
+            EXPECT_EQ(ReadRegistryLocale(), locale) << Narrow(setting);
+            EXPECT_EQ(GetUiLocale(), locale) << Narrow(setting);
+        }
+    }
+}
+
+TEST_F(UiLocale, AnUnusableSettingCountsAsAbsent) {
+    for (const DWORD type : {REG_DWORD, REG_MULTI_SZ, REG_BINARY, REG_NONE}) {
+        SetLocale(L"zh", type);
+        EXPECT_EQ(ReadRegistryLocale(), L"") << type;
+    }
+    SetLocale(L"zh" + std::wstring(61, L' '));
+    EXPECT_EQ(ReadRegistryLocale(), L"zh-CN") << "63 characters and the null just fit";
+    SetLocale(L"zh" + std::wstring(62, L' '));
+    EXPECT_EQ(ReadRegistryLocale(), L"");
+    EXPECT_EQ(GetUiLocale(), byDisplay_);
+}
+
+TEST_F(UiLocale, TheTextNeedsNoNull) {
+    ScopedKey key;
+    RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, nullptr,
+                    REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Receive(), nullptr);
+    const std::wstring full = L"zh" + std::wstring(62, L'x');
+    RegSetValueExW(key.Get(), L"UILocale", 0, REG_SZ, reinterpret_cast<const BYTE*>(full.data()),
+                   static_cast<DWORD>(full.size() * sizeof(wchar_t)));
+    EXPECT_EQ(ReadRegistryLocale(), L"zh-CN");
+    RegSetValueExW(key.Get(), L"UILocale", 0, REG_SZ, reinterpret_cast<const BYTE*>(L"z\0h"),
+                   3 * sizeof(wchar_t));
+    EXPECT_EQ(ReadRegistryLocale(), L"en-US");
+}
+
+TEST_F(UiLocale, TheMachinesSettingIsIgnored) {
+    ScopedKey key;
+    if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Vorandel\\Kelvaro", 0, nullptr,
+                        REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Receive(),
+                        nullptr) != ERROR_SUCCESS) {
+        GTEST_SKIP() << "no right to write the machine's settings";
+    }
+    RegSetValueExW(key.Get(), L"UILocale", 0, REG_SZ, reinterpret_cast<const BYTE*>(L"zh"),
+                   3 * sizeof(wchar_t));
+    EXPECT_EQ(ReadRegistryLocale(), L"");
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Vorandel\\Kelvaro");
+}
+
+#ifndef _WIN32
+TEST_F(UiLocale, WithoutASettingTheDisplayLanguageDecides) {
+    const struct {
+        const char* host;
+        const wchar_t* locale;
+    } cases[] = {{"zh_TW.UTF-8", L"zh-CN"}, {"zh_CN", L"zh-CN"}, {"zh_SG", L"zh-CN"},
+                 {"de_DE.UTF-8", L"en-US"}, {"C", L"en-US"},     {"", L"en-US"}};
+    for (const auto& [host, locale] : cases) {
+        setenv("LC_ALL", host, 1);
+        EXPECT_EQ(GetUiLocale(), locale) << host;
+        SetLocale(L"");
+        EXPECT_EQ(GetUiLocale(), L"en-US") << "a present setting wins";
+        RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Vorandel");
+    }
+}
+#endif
+
+}  // namespace
+}  // namespace kelvaro
