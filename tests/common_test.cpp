@@ -123,10 +123,17 @@ TEST_F(File, AppendsAndMakesTheFile) {
     EXPECT_TRUE(AppendToFile(L"C:\\Test\\file", "one\n"));
     EXPECT_TRUE(AppendToFile(L"C:\\Test\\file", "two\r\n"));
     EXPECT_EQ(Read(L"C:\\Test\\file"), "one\ntwo\r\n");
+}
+
+TEST_F(File, ReadOnlyIsNotAppendedTo) {
+    if (!world::ReadOnlyRefuses()) {
+        GTEST_SKIP() << "this user may write read-only files";
+    }
+    Write(L"C:\\Test\\file", "one");
     SetFileAttributesW(L"C:\\Test\\file", FILE_ATTRIBUTE_READONLY);
-    EXPECT_FALSE(AppendToFile(L"C:\\Test\\file", "three"));
+    EXPECT_FALSE(AppendToFile(L"C:\\Test\\file", "two"));
     SetFileAttributesW(L"C:\\Test\\file", FILE_ATTRIBUTE_NORMAL);
-    EXPECT_EQ(Read(L"C:\\Test\\file"), "one\ntwo\r\n");
+    EXPECT_EQ(Read(L"C:\\Test\\file"), "one");
 }
 
 TEST_F(File, TellsWhatExists) {

@@ -44,7 +44,8 @@ TEST_F(MenuItem, OnlyTheDefaultOnlyFlagKeepsItOut) {
     EXPECT_EQ(Menu().QueryContextMenu(menu.Handle(), 0, 1, 9, CMF_DEFAULTONLY | CMF_EXPLORE), S_OK);
     EXPECT_EQ(menu.Count(), 0);
     EXPECT_EQ(Messages(), Strings());
-    for (const UINT flags : {CMF_VERBSONLY, CMF_EXPLORE, CMF_EXTENDEDVERBS, 0xFFFFFFFEU}) {
+    for (const UINT flags :
+         std::vector<UINT>{CMF_VERBSONLY, CMF_EXPLORE, CMF_EXTENDEDVERBS, 0xFFFFFFFE}) {
         EXPECT_EQ(extension_.MenuText(flags), L"Unlock with Vorandel Kelvaro") << flags;
     }
 }
@@ -94,7 +95,8 @@ TEST_F(MenuItem, CutsWhatDoesNotFit) {
 
 TEST_F(MenuItem, AnswersNoOtherQuestion) {
     char text[] = "untouched";
-    for (const UINT kind : {GCS_VALIDATEA, GCS_VALIDATEW, 3U, 7U, 0x10000U, 0xFFFFFFFFU}) {
+    for (const UINT kind :
+         std::vector<UINT>{GCS_VALIDATEA, GCS_VALIDATEW, 3, 7, 0x10000, 0xFFFFFFFF}) {
         EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, text, 9), S_OK) << kind;
     }
     EXPECT_EQ(Menu().GetCommandString(1, GCS_VERBA, nullptr, text, 9), E_INVALIDARG);

@@ -57,9 +57,10 @@ TEST_F(UiLocale, TheTextNeedsNoNull) {
     ScopedKey key;
     RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, nullptr,
                     REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Receive(), nullptr);
-    const std::wstring full = L"zh" + std::wstring(62, L'x');
+    // Not a null behind what is stored either: the registry would take it along.
+    const std::wstring full = L"zh" + std::wstring(63, L'x');
     RegSetValueExW(key.Get(), L"UILocale", 0, REG_SZ, reinterpret_cast<const BYTE*>(full.data()),
-                   static_cast<DWORD>(full.size() * sizeof(wchar_t)));
+                   64 * sizeof(wchar_t));
     EXPECT_EQ(ReadRegistryLocale(), L"zh-CN");
     RegSetValueExW(key.Get(), L"UILocale", 0, REG_SZ, reinterpret_cast<const BYTE*>(L"z\0h"),
                    3 * sizeof(wchar_t));

@@ -44,8 +44,8 @@ void DriveTest::MakeDirectory(const std::wstring& path) {
 
 void DriveTest::Copy(const std::wstring& from, const std::wstring& to) {
     MakeDirectory(std::wstring(kelvaro::ParentPath(to)));
-    fs::copy_file(world::NativePath(from), world::NativePath(to),
-                  fs::copy_options::overwrite_existing);
+    fs::remove(world::NativePath(to));
+    fs::copy_file(world::NativePath(from), world::NativePath(to));
 }
 
 std::vector<std::string> DriveTest::Messages() {

@@ -14,6 +14,10 @@ void Reset();
 // the platform cannot tell.
 std::string HeldResources();
 
+// Whether the read-only attribute keeps this user from writing. It does on Windows and over the
+// layer; Wine leaves it to the host, which lets its administrator write all the same.
+bool ReadOnlyRefuses();
+
 // The file of the test's own operating system for a Windows path.
 std::filesystem::path NativePath(const std::wstring& path);
 

@@ -55,6 +55,8 @@ std::string HeldResources() {
     return layer::HeldResources();
 }
 
+bool ReadOnlyRefuses() { return true; }
+
 fs::path NativePath(const std::wstring& path) {
     return layer::ToHostPath(path).host;
 }

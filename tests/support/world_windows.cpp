@@ -8,11 +8,36 @@ namespace fs = std::filesystem;
 
 namespace world {
 
+namespace {
+
+// Removes a file or directory whose path may be longer than MAX_PATH, which the standard library's
+// own function cannot.
+void RemoveTree(const std::wstring& path) {
+    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    if (DeleteFileW(path.c_str())) {
+        return;
+    }
+    WIN32_FIND_DATAW found = {};
+    const HANDLE search = FindFirstFileW((path + L"\\*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) {
+        return;
+    }
+    do {
+        const std::wstring name = found.cFileName;
+        if (name != L"." && name != L"..") {
+            RemoveTree(path + L"\\" + name);
+        }
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+    RemoveDirectoryW(path.c_str());
+}
+
+}  // namespace
+
 void Reset() {
     for (const wchar_t* const directory :
          {L"C:\\ProgramData\\Vorandel", L"C:\\Program Files\\Kelvaro", L"C:\\Apps", L"C:\\Test"}) {
-        std::error_code ignored;
-        fs::remove_all(directory, ignored);
+        RemoveTree(L"\\\\?\\" + std::wstring(directory));
     }
     const std::wstring clsid = L"CLSID\\{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}";
     for (const std::wstring& key :
@@ -29,6 +54,21 @@ void Reset() {
 
 std::string HeldResources() {
     return {};
+}
+
+bool ReadOnlyRefuses() {
+    constexpr wchar_t kProbe[] = L"C:\\Test\\probe";
+    CreateDirectoryW(L"C:\\Test", nullptr);
+    CloseHandle(CreateFileW(kProbe, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                            FILE_ATTRIBUTE_READONLY, nullptr));
+    const HANDLE file =
+        CreateFileW(kProbe, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file != INVALID_HANDLE_VALUE) {
+        CloseHandle(file);
+    }
+    SetFileAttributesW(kProbe, FILE_ATTRIBUTE_NORMAL);
+    DeleteFileW(kProbe);
+    return file == INVALID_HANDLE_VALUE;
 }
 
 fs::path NativePath(const std::wstring& path) {
