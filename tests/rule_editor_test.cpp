@@ -15,11 +15,18 @@ bool Locks(std::string_view rules) {
 
 TEST(RuleEditor, SwitchesTheLockBackAndForth) {
     const std::string rule = R"("type":"exe","target":"C:\\Apps\\Tool.exe")";
-    for (const std::string& rules :
-         {std::string(), std::string(" \n"), std::string("[]"), std::string(R"({"rules":[ ]})"),
-          R"({"rules":[{"type":"exe","target":"D:\\x.exe"}]})" + std::string("\n"),
-          "[{" + rule + "}]", "[{" + rule + R"(,"enabled":false}])",
-          R"([{"enabled":1,)" + rule + "}]", "[{" + rule + "},{" + rule + "}]"}) {
+    const std::string files[] = {
+        "",
+        " \n",
+        "[]",
+        R"({"rules":[ ]})",
+        R"({"rules":[{"type":"exe","target":"D:\\x.exe"}]})",
+        "[{" + rule + "}]",
+        "[{" + rule + R"(,"enabled":false}])",
+        R"([{"enabled":1,)" + rule + "}]",
+        "[{" + rule + "},{" + rule + "}]",
+    };
+    for (const std::string& rules : files) {
         bool locked = Locks(rules);
         std::string now = rules;
         for (int toggles = 0; toggles < 3; ++toggles) {

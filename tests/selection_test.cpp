@@ -149,7 +149,7 @@ TEST_F(Selection, ADataObjectMayFail) {
 
 // Under Wine, as on Windows, it is undefined to read a list that its memory does not hold.
 TEST_F(Selection, ReadsNarrowLists) {
-    constexpr std::string_view kNames("C:\\caf\xE9\\Tool.exe\0\0", 19);
+    constexpr std::string_view kNames("C:\\caf\xE9\\Tool.exe\0\0", 18);
     DROPFILES header = {};
     header.pFiles = sizeof header;
     const HGLOBAL memory = GlobalAlloc(GHND, sizeof header + kNames.size());

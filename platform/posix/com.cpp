@@ -76,6 +76,7 @@ HRESULT CLSIDFromString(LPCOLESTR text, CLSID* clsid) noexcept {
     *clsid = {};
     const std::string bytes = layer::Utf8FromWide(text);
     std::array<unsigned, 11> parts = {};
+    // NOLINTNEXTLINE(cert-err34-c): every part has its width, so no number can be too large
     const int read = std::sscanf(bytes.c_str(), "{%8X-%4X-%4X-%2X%2X-%2X%2X%2X%2X%2X%2X}",
                                  &parts[0], &parts[1], &parts[2], &parts[3], &parts[4], &parts[5],
                                  &parts[6], &parts[7], &parts[8], &parts[9], &parts[10]);

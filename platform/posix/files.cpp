@@ -287,11 +287,11 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
 }
 
 DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* /*filePart*/) noexcept {
-    std::wstring full = name == nullptr ? L"" : name;
-    if (full.empty()) {
+    if (name == nullptr || *name == L'\0') {
         SetLastError(ERROR_INVALID_NAME);
         return 0;
     }
+    std::wstring full = name;
     for (wchar_t& unit : full) {
         unit = unit == L'/' ? L'\\' : unit;
     }

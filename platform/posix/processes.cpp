@@ -149,6 +149,7 @@ std::wstring OwnCommandLine() {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the real one writes into its command line
 BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIBUTES* /*process*/,
                     SECURITY_ATTRIBUTES* /*thread*/, BOOL /*inherit*/, DWORD /*flags*/,
                     LPVOID /*environment*/, LPCWSTR directory, STARTUPINFOW* startup,

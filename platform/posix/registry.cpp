@@ -99,7 +99,7 @@ std::wstring FullPath(const RegistryKeys& keys, HKEY root, LPCWSTR subkey) {
 
 // Makes the key at `path` and those above it.
 void MakeKeys(RegistryKeys& keys, const std::wstring& path) {
-    for (size_t end = path.find(L'\\'); end != path.npos;) {
+    for (size_t end = path.find(L'\\'); end != std::wstring::npos;) {
         end = path.find(L'\\', end + 1);
         const std::wstring part = path.substr(0, end);
         keys.try_emplace(FoldName(part), layer::RegistryKey{part, {}});

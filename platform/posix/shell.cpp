@@ -55,7 +55,7 @@ std::vector<std::wstring> ReadDropList(std::string_view block) {
 // Matches without recursion: on a mismatch the last asterisk takes one unit more.
 bool MatchesWildcards(std::wstring_view name, std::wstring_view pattern) noexcept {
     size_t at = 0;
-    size_t star = pattern.npos;
+    size_t star = std::wstring_view::npos;
     size_t starAt = 0;
     size_t in = 0;
     while (in < name.size()) {
@@ -65,14 +65,14 @@ bool MatchesWildcards(std::wstring_view name, std::wstring_view pattern) noexcep
         } else if (at < pattern.size() && (pattern[at] == L'?' || pattern[at] == name[in])) {
             ++at;
             ++in;
-        } else if (star != pattern.npos) {
+        } else if (star != std::wstring_view::npos) {
             at = star + 1;
             in = ++starAt;
         } else {
             return false;
         }
     }
-    return pattern.find_first_not_of(L'*', at) == pattern.npos;
+    return pattern.find_first_not_of(L'*', at) == std::wstring_view::npos;
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ void AppendEscaped(std::string& line, unsigned codePoint) {
     line += ">";
 }
 
-bool IsSurrogatePair(unsigned first, unsigned second) noexcept {
+bool IsSurrogatePair(char16_t first, char16_t second) noexcept {
     return first >= 0xD800 && first < 0xDC00 && second >= 0xDC00 && second < 0xE000;
 }
 
@@ -51,14 +51,14 @@ std::string FormatLogLine(std::string_view time, std::wstring_view message) {
     line.reserve(time.size() + message.size() + 8);
     line.append("[").append(time).append("] ");
     for (size_t at = 0; at < message.size(); ++at) {
-        const auto unit = static_cast<unsigned>(message[at]);
-        const unsigned next = at + 1 < message.size() ? static_cast<unsigned>(message[at + 1]) : 0;
-        if (unit == '\n') {
+        const auto unit = static_cast<char16_t>(message[at]);
+        const auto next = static_cast<char16_t>(at + 1 < message.size() ? message[at + 1] : 0);
+        if (unit == u'\n') {
             line += "\r\n";
         } else if (unit <= 0xFF) {
             line.push_back(static_cast<char>(unit));
         } else if (IsSurrogatePair(unit, next)) {
-            AppendEscaped(line, 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00));
+            AppendEscaped(line, 0x10000U + ((unit - 0xD800U) << 10) + (next - 0xDC00U));
             ++at;
         } else {
             AppendEscaped(line, unit);

@@ -17,8 +17,8 @@ bool IsTargetLocked(std::wstring_view targetPath);
 // normalised target is the same. The bytes need not be JSON; time grows with their number alone.
 bool AnyRuleLocks(std::string_view rules, std::wstring_view canonicalPath);
 
-// Whether the object `objectText` (without a brace inside) is a rule of type "exe" for that program,
-// switched off or not.
+// Whether the object `objectText` (without a brace inside) is a rule of type "exe" for that
+// program, switched off or not.
 bool IsRuleFor(std::string_view objectText, std::wstring_view canonicalPath);
 
 }  // namespace kelvaro

@@ -66,7 +66,7 @@ bool MakeControlPanelShortcut(const std::wstring& directory) {
 // The form of a target with environment variables that Windows keeps beside the plain one. Wine's
 // link object does not write it, so it is appended here.
 struct EnvironmentBlock {
-    DWORD size = sizeof(EnvironmentBlock);
+    DWORD size = 0;
     DWORD signature = 0xA0000001;
     char narrow[MAX_PATH] = "%windir%\\notepad.exe";
     wchar_t wide[MAX_PATH] = L"%windir%\\notepad.exe";
@@ -86,7 +86,7 @@ bool MakeEnvironmentShortcut(const std::wstring& directory) {
     flags |= kHasEnvironmentPath;
     std::memcpy(&bytes[kFlagsOffset], &flags, sizeof flags);
     EnvironmentBlock block;
-    block.size -= sizeof block.terminator;
+    block.size = sizeof block - sizeof block.terminator;
     bytes.resize(bytes.size() - sizeof block.terminator);
     bytes.append(reinterpret_cast<const char*>(&block), sizeof block);
     return DeleteFileW(path.c_str()) && kelvaro::AppendToFile(path, bytes);

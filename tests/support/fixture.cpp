@@ -72,7 +72,7 @@ void DriveTest::SetLocale(const std::wstring& locale, DWORD type) {
 }
 
 std::wstring DriveTest::InstallLibrary(const std::wstring& directory) {
-    const std::wstring path = kelvaro::JoinPath(directory, L"KelvaroShellExt.dll");
+    std::wstring path = kelvaro::JoinPath(directory, L"KelvaroShellExt.dll");
     Copy(world::BuiltFile(KELVARO_LIBRARY), path);
     module_ = LoadLibraryW(path.c_str());
     EXPECT_NE(module_, nullptr) << Narrow(path);

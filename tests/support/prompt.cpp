@@ -25,7 +25,7 @@ PromptCall WaitForPrompt(int count) {
             lines.push_back(text.substr(text.find(": ") + 2, end - text.find(": ") - 2));
             text.erase(0, end + 1);
         }
-        if (lines.size() >= static_cast<size_t>(2 * count)) {
+        if (lines.size() >= size_t{2} * static_cast<size_t>(count)) {
             return {lines[lines.size() - 2], lines[lines.size() - 1]};
         }
         Sleep(20);

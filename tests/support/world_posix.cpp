@@ -55,7 +55,9 @@ std::string HeldResources() {
     return layer::HeldResources();
 }
 
-bool ReadOnlyRefuses() { return true; }
+bool ReadOnlyRefuses() {
+    return true;
+}
 
 fs::path NativePath(const std::wstring& path) {
     return layer::ToHostPath(path).host;

@@ -61,8 +61,7 @@ bool ReadOnlyRefuses() {
     CreateDirectoryW(L"C:\\Test", nullptr);
     CloseHandle(CreateFileW(kProbe, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                             FILE_ATTRIBUTE_READONLY, nullptr));
-    const HANDLE file =
-        CreateFileW(kProbe, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE file = CreateFileW(kProbe, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     if (file != INVALID_HANDLE_VALUE) {
         CloseHandle(file);
     }

@@ -45,16 +45,20 @@ std::wstring CommandText(IContextMenu& menu, UINT_PTR command, UINT kind) {
 }
 
 HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command) {
-    const std::wstring wideVerb = options.verb.value_or(L"");
-    const std::string verb = console::Utf8(wideVerb);
+    // Names stand on the stack: a handler tells a name from a number by the middle bits of the
+    // pointer, and some heaps lie where those are zero.
+    wchar_t wideVerb[kTextCapacity] = {};
+    char verb[kTextCapacity] = {};
+    lstrcpynW(wideVerb, options.verb.value_or(L"").c_str(), kTextCapacity);
+    lstrcpynA(verb, console::Utf8(wideVerb).c_str(), kTextCapacity);
     CMINVOKECOMMANDINFOEX request = {};
     request.cbSize = sizeof request;
     request.nShow = SW_SHOWNORMAL;
     request.lpVerb = reinterpret_cast<LPCSTR>(command);
     if (options.verb) {
         request.fMask = CMIC_MASK_UNICODE;
-        request.lpVerb = verb.c_str();
-        request.lpVerbW = wideVerb.c_str();
+        request.lpVerb = verb;
+        request.lpVerbW = wideVerb;
     }
     return menu.InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&request));
 }

@@ -125,8 +125,8 @@ HostPath ToHostPath(std::wstring_view path) {
         if (name.empty()) {
             continue;
         }
-        const std::string exact = host + "/" + name;
-        host = Exists(exact) ? exact : host + "/" + FindEntry(host + "/", name);
+        host += '/';
+        host += Exists(host + name) ? name : FindEntry(host, name);
     }
     return {host.empty() ? "/" : std::move(host), ERROR_SUCCESS};
 }

@@ -78,7 +78,7 @@ Utf8Sequence ReadUtf8(std::string_view bytes) noexcept {
     unsigned char low = kind.low;
     unsigned char high = kind.high;
     for (size_t at = 1; at < kind.length; ++at) {
-        const auto byte = at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0;
+        const unsigned byte = at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0U;
         if (byte < low || byte > high) {
             return {kMalformed, at};
         }
