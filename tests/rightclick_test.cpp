@@ -62,6 +62,7 @@ TEST(Report, SaysTheSameForPeopleAndPrograms) {
     EXPECT_EQ(ReportAsJson(options, outcome, {"", {"line"}}),
               "{\"files\": [\"C:\\\\\xE5\xB7\xA5\\\"\\u0009.exe\"], \"offered\": true, "
               "\"text\": \"Lock\", \"verb\": \"verb\", \"help\": \"Help\", "
+              "\"selection\": \"drop list\", "
               "\"load\": \"0x00000000\", \"initialize\": \"0x00000000\", \"query\": "
               "\"0x00000001\", \"unloadable\": true, \"invoke\": \"0x80004005\", "
               "\"log\": [\"line\"]}\n");

@@ -7,6 +7,7 @@
 #include "log/log.h"
 #include "rightclick/handler.h"
 #include "rightclick/library.h"
+#include "rightclick/menu_screen.h"
 #include "rightclick/options.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
@@ -71,6 +72,9 @@ std::optional<Handler> ChooseHandler(const Options& options, std::string& note) 
 }
 
 int RightClick(const Options& options) {
+    if (options.popup && !MenuScreen::IsThere()) {
+        return Complain("--popup needs the Windows program and a screen");
+    }
     Surroundings surroundings;
     const auto handler = ChooseHandler(options, surroundings.note);
     if (!handler) {

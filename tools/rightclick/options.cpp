@@ -17,6 +17,8 @@ that is registered for the first file's class is loaded, asked for its menu item
 
   --choose              choose the item too
   --verb NAME           choose the command called NAME, whatever the item
+  --popup               show the menu on the screen, at the pointer, and carry out what is chosen
+                        there (the Windows program only)
   --flags HEX           menu flags for the handler (1: default item only)
   --library FILE        ride this library instead of the registered one
   --log                 print the log lines that this ride added
@@ -80,6 +82,8 @@ class Parser {
             options_.action = Action::version;
         } else if (name == L"--choose") {
             options_.choose = true;
+        } else if (name == L"--popup") {
+            options_.popup = true;
         } else if (name == L"--json") {
             options_.json = true;
         } else if (name == L"--log") {

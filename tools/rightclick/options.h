@@ -18,6 +18,7 @@ struct Options {
     bool choose = false;               // choose the item by its place
     std::optional<std::wstring> verb;  // choose the item by name
     UINT flags = 0;                    // for QueryContextMenu
+    bool popup = false;                // show the menu on the screen
     bool json = false;
     bool log = false;
     std::string error;  // not empty: wrong usage, and why

@@ -93,6 +93,8 @@ std::string ReportAsJson(const Options& options, const Outcome& outcome,
     } else {
         json += ", \"reason\": " + JsonText(Reason(outcome));
     }
+    json +=
+        std::string(", \"selection\": ") + (outcome.shellSelection ? "\"shell\"" : "\"drop list\"");
     json += ", \"load\": " + JsonText(HexResult(outcome.load));
     if (SUCCEEDED(outcome.load)) {
         json += ", \"initialize\": " + JsonText(HexResult(outcome.initialize));

@@ -5,6 +5,7 @@
 #include "common/owners.h"
 #include "console/console.h"
 #include "rightclick/library.h"
+#include "rightclick/menu_screen.h"
 #include "rightclick/selection.h"
 
 namespace rightclick {
@@ -44,7 +45,7 @@ std::wstring CommandText(IContextMenu& menu, UINT_PTR command, UINT kind) {
     return SUCCEEDED(result) ? text : L"";
 }
 
-HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command) {
+HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command, HWND owner) {
     // Names stand on the stack: a handler tells a name from a number by the middle bits of the
     // pointer, and some heaps lie where those are zero.
     wchar_t wideVerb[kTextCapacity] = {};
@@ -53,6 +54,7 @@ HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command) {
     lstrcpynA(verb, console::Utf8(wideVerb).c_str(), kTextCapacity);
     CMINVOKECOMMANDINFOEX request = {};
     request.cbSize = sizeof request;
+    request.hwnd = owner;
     request.nShow = SW_SHOWNORMAL;
     request.lpVerb = reinterpret_cast<LPCSTR>(command);
     if (options.verb) {
@@ -75,25 +77,39 @@ HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>
                           : factory->CreateInstance(nullptr, IID_IShellExtInit, object.Receive());
 }
 
-void RideObject(ComPtr<IShellExtInit>& object, const Options& options, Outcome& outcome) {
-    ComPtr<IDataObject> selection;
-    *selection.Receive() = MakeSelection(options.files);
-    outcome.initialize = object->Initialize(nullptr, selection.Get(), nullptr);
-    ComPtr<IContextMenu> menu;
-    if (FAILED(outcome.initialize) ||
-        FAILED(object->QueryInterface(IID_IContextMenu, menu.Receive()))) {
-        return;
-    }
+void RideMenu(IContextMenu& handler, const Options& options, Outcome& outcome) {
     const Menu popup;
-    outcome.query = menu->QueryContextMenu(popup.Handle(), 0, kFirstId, kLastId, options.flags);
+    outcome.query = handler.QueryContextMenu(popup.Handle(), 0, kFirstId, kLastId, options.flags);
     UINT_PTR command = 0;
     if (SUCCEEDED(outcome.query) && !popup.IsEmpty()) {
         command = popup.FirstId() - kFirstId;
-        outcome.item = {popup.FirstText(), CommandText(*menu.Get(), command, GCS_VERBW),
-                        CommandText(*menu.Get(), command, GCS_HELPTEXTW)};
+        outcome.item = {popup.FirstText(), CommandText(handler, command, GCS_VERBW),
+                        CommandText(handler, command, GCS_HELPTEXTW)};
     }
-    if (options.verb || (options.choose && outcome.item)) {
-        outcome.invoke = Choose(*menu.Get(), options, command);
+    HWND owner = nullptr;
+    bool chosen = options.verb || (options.choose && outcome.item);
+    MenuScreen screen;
+    if (options.popup) {
+        const auto shown = screen.Show(popup.Handle());
+        chosen = shown && *shown >= kFirstId && *shown <= kLastId;
+        command = chosen ? *shown - kFirstId : command;
+        owner = screen.Owner();
+    }
+    if (chosen) {
+        outcome.invoke = Choose(handler, options, command, owner);
+    }
+}
+
+void RideObject(IShellExtInit& object, const Options& options, Outcome& outcome) {
+    const Selection selection = MakeSelection(options.files);
+    ComPtr<IDataObject> dataObject;
+    *dataObject.Receive() = selection.dataObject;
+    outcome.shellSelection = selection.fromShell;
+    outcome.initialize = object.Initialize(nullptr, dataObject.Get(), nullptr);
+    ComPtr<IContextMenu> menu;
+    if (SUCCEEDED(outcome.initialize) &&
+        SUCCEEDED(object.QueryInterface(IID_IContextMenu, menu.Receive()))) {
+        RideMenu(*menu.Get(), options, outcome);
     }
 }
 
@@ -110,7 +126,7 @@ Outcome Ride(const Handler& handler, const Options& options) {
         ComPtr<IShellExtInit> object;
         outcome.load = MakeObject(library, handler.clsid, object);
         if (SUCCEEDED(outcome.load)) {
-            RideObject(object, options, outcome);
+            RideObject(*object.Get(), options, outcome);
         }
     }
     if (const auto canUnload = library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow")) {

@@ -20,6 +20,7 @@ struct Item {
 
 // What became of one right-click.
 struct Outcome {
+    bool shellSelection = false;    // whether the shell made the data object
     HRESULT load = E_FAIL;          // of loading the library and making the object
     HRESULT initialize = E_FAIL;    // of handing it the selection
     HRESULT query = E_FAIL;         // of asking for items: their number when it succeeded

@@ -3,8 +3,8 @@
 
 namespace rightclick {
 
-IDataObject* MakeSelection(const std::vector<std::wstring>& files) {
-    return MakeDropListObject(files);
+Selection MakeSelection(const std::vector<std::wstring>& files) {
+    return {MakeDropListObject(files), false};
 }
 
 }  // namespace rightclick

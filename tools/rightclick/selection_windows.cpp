@@ -68,14 +68,15 @@ bool ShareFolder(const std::vector<std::wstring>& files) {
 
 }  // namespace
 
-IDataObject* MakeSelection(const std::vector<std::wstring>& files) {
+Selection MakeSelection(const std::vector<std::wstring>& files) {
     ItemLists items;
     bool known = ShareFolder(files);
     for (const std::wstring& file : files) {
         known = known && items.Add(file);
     }
     IDataObject* const object = known ? AskFolder(items.Items()) : nullptr;
-    return object != nullptr ? object : MakeDropListObject(files);
+    return object != nullptr ? Selection{object, true}
+                             : Selection{MakeDropListObject(files), false};
 }
 
 }  // namespace rightclick

@@ -1,0 +1,225 @@
+// The built library under the platform's own shell and tools, which only Windows and Wine have.
+
+#include <windows.h>
+
+#include <shellapi.h>
+#include <shlobj.h>
+
+#include "common/owners.h"
+#include "common/path.h"
+#include "registration/registration.h"
+#include "rightclick/library.h"
+#include "rightclick/ride.h"
+#include "server/clsid.h"
+#include "support/fixture.h"
+#include "support/prompt.h"
+
+namespace kelvaro {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
+constexpr wchar_t kClsid[] = L"{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}";
+
+// The exit code of a command line.
+DWORD RunToEnd(std::wstring commandLine) {
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                        &startup, &process)) {
+        return GetLastError();
+    }
+    const ScopedHandle processHandle(process.hProcess);
+    const ScopedHandle threadHandle(process.hThread);
+    WaitForSingleObject(process.hProcess, INFINITE);
+    DWORD code = 0;
+    GetExitCodeProcess(process.hProcess, &code);
+    return code;
+}
+
+bool HasKey(HKEY root, const std::wstring& path) {
+    ScopedKey key;
+    return RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Receive()) == ERROR_SUCCESS;
+}
+
+// Makes a shortcut with the shell's own link object: to a path, or to an item of the shell.
+void MakeShortcut(const std::wstring& file, const wchar_t* target, LPCITEMIDLIST item = nullptr) {
+    ComPtr<IShellLinkW> link;
+    ComPtr<IPersistFile> saver;
+    ASSERT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                               link.Receive()),
+              S_OK);
+    ASSERT_GE(item == nullptr ? link->SetPath(target) : link->SetIDList(item), S_OK);
+    ASSERT_EQ(link->QueryInterface(IID_IPersistFile, saver.Receive()), S_OK);
+    ASSERT_EQ(saver->Save(file.c_str(), TRUE), S_OK);
+}
+
+class WindowsShell : public DriveTest {
+  public:
+    explicit WindowsShell(const std::wstring& directory = kApplication)
+        : library_(JoinPath(directory, L"KelvaroShellExt.dll")) {
+        MakeDirectory(L"C:\\Test");
+        Copy(world::BuiltFile(KELVARO_LIBRARY), library_);
+        InstallPrompt(JoinPath(directory, L"KelvaroAuthPrompt.exe"));
+        InstallPrompt(kTool);
+        SetLocale(L"en-US");
+    }
+
+    DWORD RegSvr32(const std::wstring& switches) const {
+        return RunToEnd(L"regsvr32 " + switches + L" \"" + library_ + L"\"");
+    }
+
+    // Rides through the real registry with the shell's own data object; the last message but the
+    // menu's.
+    static std::string RightClick(const std::wstring& file, bool choose = false) {
+        DeleteFileW(kLog);
+        const auto handler = rightclick::FindHandler(rightclick::ClassOfFile(file));
+        rightclick::Options options;
+        options.files = {file};
+        options.choose = choose;
+        const auto outcome = handler ? Ride(*handler, options) : rightclick::Outcome{};
+        EXPECT_TRUE(outcome.shellSelection) << Narrow(file);
+        EXPECT_TRUE(outcome.item) << Narrow(file);
+        EXPECT_EQ(outcome.canUnload, S_OK);
+        const Strings messages = Messages();
+        return messages.empty() ? "" : messages[0];
+    }
+
+    const std::wstring library_;
+};
+
+TEST_F(WindowsShell, RegSvr32RegistersAndRemoves) {
+    EXPECT_EQ(RegSvr32(L"/s"), 0U);
+    ASSERT_TRUE(rightclick::FindHandler(L"exefile"));
+    EXPECT_EQ(rightclick::FindHandler(L"lnkfile")->library, library_);
+    for (int removals = 0; removals < 2; ++removals) {
+        EXPECT_EQ(RegSvr32(L"/s /u"), 0U);
+        for (const std::wstring& key :
+             {L"CLSID\\" + std::wstring(kClsid),
+              std::wstring(L"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro"),
+              std::wstring(L"lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro")}) {
+            EXPECT_FALSE(HasKey(HKEY_CURRENT_USER, L"Software\\Classes\\" + key));
+            EXPECT_FALSE(HasKey(HKEY_CLASSES_ROOT, key));
+        }
+    }
+}
+
+TEST_F(WindowsShell, RidesWithTheShellsOwnObjects) {
+    ASSERT_EQ(RegSvr32(L"/s"), 0U);
+    EXPECT_EQ(RightClick(kTool, true),
+              "Initialize ok selected=C:\\Apps\\Tool.exe target=C:\\Apps\\Tool.exe locked=0");
+    EXPECT_EQ(WaitForPrompt(1).commandLine,
+              "\"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe\" --auth-only --startup-gate "
+              "--shell-toggle \"C:\\Apps\\Tool.exe\"");
+    MakeShortcut(L"C:\\Test\\Tool.lnk", kTool);
+    EXPECT_EQ(RightClick(L"C:\\Test\\Tool.lnk", true),
+              "Initialize ok selected=C:\\Test\\Tool.lnk target=C:\\Apps\\Tool.exe locked=1");
+    EXPECT_TRUE(WaitForPrompt(2).commandLine.ends_with("\"C:\\Test\\Tool.lnk\""));
+
+    MakeShortcut(L"C:\\Test\\Folder.lnk", L"C:\\Apps");
+    EXPECT_EQ(RightClick(L"C:\\Test\\Folder.lnk"),
+              "Initialize resolve target failed: C:\\Test\\Folder.lnk");
+    LPITEMIDLIST controls = nullptr;
+    ASSERT_EQ(SHGetSpecialFolderLocation(nullptr, CSIDL_CONTROLS, &controls), S_OK);
+    MakeShortcut(L"C:\\Test\\Controls.lnk", nullptr, controls);
+    CoTaskMemFree(controls);
+    EXPECT_EQ(RightClick(L"C:\\Test\\Controls.lnk"),
+              "Initialize resolve target failed: C:\\Test\\Controls.lnk");
+
+    // Wine's link object takes a target with a variable for a name below the current directory;
+    // the variable stays as it is, as on Windows.
+    MakeShortcut(L"C:\\Test\\Variable.lnk", L"%windir%\\notepad.exe");
+    const std::string message = RightClick(L"C:\\Test\\Variable.lnk");
+    EXPECT_TRUE(message.ends_with("%windir%\\notepad.exe locked=0")) << message;
+    EXPECT_EQ(RegSvr32(L"/s /u"), 0U);
+}
+
+// Gives files of an extension another class while it lives.
+class ScopedClass {
+  public:
+    ScopedClass(const wchar_t* extension, const wchar_t* restored, const std::wstring& fileClass)
+        : extension_(extension), restored_(restored) {
+        EXPECT_EQ(WriteRegistryString(HKEY_CLASSES_ROOT, extension, L"", fileClass), S_OK);
+    }
+    ~ScopedClass() {
+        if (restored_ == nullptr) {
+            RegDeleteTreeW(HKEY_CLASSES_ROOT, extension_);
+        } else {
+            WriteRegistryString(HKEY_CLASSES_ROOT, extension_, L"", restored_);
+        }
+    }
+    ScopedClass(const ScopedClass&) = delete;
+    ScopedClass& operator=(const ScopedClass&) = delete;
+
+  private:
+    const wchar_t* extension_;
+    const wchar_t* restored_;
+};
+
+// Wine's own shell asks a handler before it opens a file, if the handler's key among the machine's
+// classes is named by its class identifier. It wants the default item only, so it finds none.
+TEST_F(WindowsShell, TheShellItselfLoadsTheLibrary) {
+    constexpr wchar_t kClass[] = L"KelvaroTest";
+    ASSERT_EQ(RegisterUnderRoot(HKEY_CLASSES_ROOT, L"", kClsid, library_), S_OK);
+    ASSERT_EQ(WriteRegistryString(
+                  HKEY_CLASSES_ROOT,
+                  std::wstring(kClass) + L"\\shellex\\ContextMenuHandlers\\" + kClsid, L"", L""),
+              S_OK);
+    MakeShortcut(L"C:\\Test\\Tool.lnk", kTool);
+    Write(L"C:\\Test\\None.exe", "no program, so that nothing is started");
+    {
+        const ScopedClass programs(L".exe", nullptr, kClass);
+        const ScopedClass shortcuts(L".lnk", L"lnkfile", kClass);
+        for (const wchar_t* const file : {L"C:\\Test\\None.exe", L"C:\\Test\\Tool.lnk"}) {
+            SHELLEXECUTEINFOW request = {};
+            request.cbSize = sizeof request;
+            request.fMask = SEE_MASK_FLAG_NO_UI;
+            request.lpFile = file;
+            ShellExecuteExW(&request);
+        }
+    }
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, kClass);
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, (L"CLSID\\" + std::wstring(kClsid)).c_str());
+    EXPECT_EQ(
+        Messages(),
+        (Strings{"Initialize ok selected=C:\\Test\\None.exe target=C:\\Test\\None.exe locked=0",
+                 "Initialize ok selected=C:\\Test\\Tool.lnk target=C:\\Apps\\Tool.exe locked=0"}));
+}
+
+std::wstring LongDirectory() {
+    std::wstring directory = L"\\\\?\\C:\\Test";
+    while (directory.size() < 300) {
+        directory += L"\\" + std::wstring(40, L'd');
+    }
+    return directory;
+}
+
+class LongPath : public WindowsShell {
+  public:
+    LongPath() : WindowsShell(LongDirectory()) {}
+};
+
+TEST_F(LongPath, RegistersWholeAndFindsItsFiles) {
+    Write(LongDirectory() + L"\\Lang\\English.ini", "[ShellExt]\nmenu.lock=Found\n");
+    EXPECT_EQ(rightclick::CallRegistration(library_, "DllRegisterServer"), S_OK);
+    const auto handler = rightclick::FindHandler(L"exefile");
+    ASSERT_TRUE(handler);
+    EXPECT_TRUE(handler->library.ends_with(library_.substr(4))) << Narrow(handler->library);
+    rightclick::Options options;
+    options.files = {kTool};
+    options.choose = true;
+    const auto outcome = Ride({kShellExtClsid, library_}, options);
+    ASSERT_TRUE(outcome.item);
+    EXPECT_EQ(outcome.item->text, L"Found");
+    const Strings messages = Messages();
+    EXPECT_TRUE(messages[3].starts_with("CreateProcess: \"") &&
+                messages[3].find(Narrow(LongDirectory().substr(4)) + "\\KelvaroAuthPrompt.exe\"") !=
+                    std::string::npos)
+        << messages[3];
+    EXPECT_EQ(rightclick::CallRegistration(library_, "DllUnregisterServer"), S_OK);
+}
+
+}  // namespace
+}  // namespace kelvaro
