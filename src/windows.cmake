@@ -18,12 +18,12 @@ target_link_options(
 set_target_properties(KelvaroShellExt PROPERTIES LINK_DEPENDS "${exports_file}")
 
 # The symbols go into a file of their own, which debuggers find by its name.
+# Without an epoch the copies would hold the time of the day.
+set(copy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
 add_custom_command(
   TARGET KelvaroShellExt
   POST_BUILD
-  COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:KelvaroShellExt>
-          KelvaroShellExt.dll.debug
-  COMMAND ${CMAKE_OBJCOPY} --strip-all
-          --add-gnu-debuglink=KelvaroShellExt.dll.debug
-          $<TARGET_FILE:KelvaroShellExt>
+  COMMAND ${copy} --only-keep-debug KelvaroShellExt.dll KelvaroShellExt.dll.debug
+  COMMAND ${copy} --strip-all --add-gnu-debuglink=KelvaroShellExt.dll.debug KelvaroShellExt.dll
+  WORKING_DIRECTORY $<TARGET_FILE_DIR:KelvaroShellExt>
   VERBATIM)
