@@ -1,0 +1,149 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+#include <thread>
+
+#include "log/log.h"
+#include "support/extension.h"
+#include "support/fixture.h"
+
+namespace kelvaro {
+namespace {
+
+// Runs `work` in a process of its own, given its number.
+template <class Work>
+std::vector<pid_t> StartProcesses(int count, Work work) {
+    std::vector<pid_t> processes;
+    for (int number = 0; number < count; ++number) {
+        const pid_t child = fork();
+        if (child == 0) {
+            work(number);
+            _exit(0);
+        }
+        processes.push_back(child);
+    }
+    return processes;
+}
+
+void WaitForAll(const std::vector<pid_t>& processes) {
+    for (const pid_t process : processes) {
+        int status = -1;
+        EXPECT_EQ(waitpid(process, &status, 0), process);
+        EXPECT_EQ(status, 0);
+    }
+}
+
+using Load = DriveTest;
+
+TEST_F(Load, EightProcessesLoseNoLine) {
+    constexpr int kProcesses = 8;
+    constexpr int kLines = 2000;
+    WaitForAll(StartProcesses(kProcesses, [](int number) {
+        for (int line = 0; line < kLines; ++line) {
+            WriteLog(L"process " + std::to_wstring(number) + L" line " + std::to_wstring(line) +
+                     std::wstring(static_cast<size_t>(line % 300), L'.'));
+        }
+    }));
+    const std::vector<std::string> messages = Messages();
+    EXPECT_EQ(messages.size(), size_t{kProcesses} * kLines);
+    std::map<std::string, int> next;
+    for (const std::string& message : messages) {
+        const std::string process = message.substr(0, 9);
+        int& line = next[process];
+        ASSERT_EQ(message, process + " line " + std::to_string(line) +
+                               std::string(static_cast<size_t>(line % 300), '.'));
+        ++line;
+    }
+    EXPECT_EQ(next.size(), size_t{kProcesses});
+}
+
+// Sixteen threads ride while one process replaces the rules and another writes the log. The rules
+// always lock one program and never the other, so that there is one right answer for each.
+TEST_F(Load, SixteenThreadsRideWhileOthersWrite) {
+    constexpr int kThreads = 16;
+    constexpr int kRides = 2000;
+    const std::string rules = R"({"type":"exe","target":"C:\\Apps\\Locked.exe"})";
+    WriteRules(rules);
+    const std::wstring other = std::wstring(kRules) + L".other";
+    int done[2] = {};
+    ASSERT_EQ(pipe(done), 0);
+    const auto writers = StartProcesses(2, [&](int number) {
+        close(done[1]);
+        fd_set waiting;
+        timeval never = {};
+        do {
+            if (number == 0) {
+                Write(other, std::string(static_cast<size_t>(rand() % 5000), ' ') + rules);
+                MoveFileExW(other.c_str(), kRules, MOVEFILE_REPLACE_EXISTING);
+            } else {
+                WriteLog(L"another process");
+            }
+            FD_ZERO(&waiting);
+            FD_SET(done[0], &waiting);
+        } while (select(done[0] + 1, &waiting, nullptr, nullptr, &never) == 0);
+    });
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([&wrong, locked = thread % 2 == 0] {
+            CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+            for (int ride = 0; ride < kRides; ++ride) {
+                Extension extension;
+                extension.Select({locked ? L"C:\\Apps\\Locked.exe" : L"C:\\Apps\\Free.exe"});
+                const std::wstring text = extension.MenuText();
+                wrong += text.starts_with(locked ? L"Unlock" : L"Lock") ? 0 : 1;
+            }
+            CoUninitialize();
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    close(done[1]);
+    close(done[0]);
+    WaitForAll(writers);
+    EXPECT_EQ(wrong, 0);
+    std::map<std::string, int> lines;
+    for (const std::string& message : Messages()) {
+        ++lines[message];
+    }
+    constexpr int kEach = kThreads / 2 * kRides;
+    EXPECT_EQ(
+        lines["Initialize ok selected=C:\\Apps\\Locked.exe target=C:\\Apps\\Locked.exe locked=1"],
+        kEach);
+    EXPECT_EQ(lines["Initialize ok selected=C:\\Apps\\Free.exe target=C:\\Apps\\Free.exe locked=0"],
+              kEach);
+    EXPECT_EQ(lines["QueryContextMenu add item locked=1"], kEach);
+    EXPECT_EQ(lines["QueryContextMenu add item locked=0"], kEach);
+    EXPECT_GT(lines["another process"], 0);
+    EXPECT_EQ(lines.size(), 5U) << "a line is torn";
+}
+
+size_t ResidentKilobytes() {
+    std::string status = DriveTest::Read(L"Z:\\proc\\self\\status");
+    return std::stoul(status.substr(status.find("VmRSS:") + 6));
+}
+
+TEST_F(Load, OneObjectServesAHundredThousandMenus) {
+    WriteRules("{}");
+    Extension extension;
+    extension.Select({L"C:\\Apps\\Tool.exe"});
+    size_t before = 0;
+    for (int menu = 0; menu < 100'000; ++menu) {
+        ASSERT_EQ(extension.MenuText().substr(0, 4), L"Lock");
+        if (menu == 1000) {
+            before = ResidentKilobytes();
+        }
+        if (menu % 1000 == 0) {
+            DeleteFileW(kLog);
+        }
+    }
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !defined(__clang__)
+    EXPECT_LT(ResidentKilobytes(), before + 1024);
+#endif
+}
+
+}  // namespace
+}  // namespace kelvaro
