@@ -70,7 +70,7 @@ std::wstring BuiltFile(const char* path) {
 }  // namespace world
 
 void RunOnSmallStack(const std::function<void()>& work) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__clang__)
+#ifdef KELVARO_SANITIZED
     constexpr size_t kStack = size_t{256} << 10;
 #else
     constexpr size_t kStack = size_t{64} << 10;

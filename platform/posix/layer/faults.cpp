@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <map>
 #include <mutex>
 
 namespace layer {
@@ -17,6 +18,7 @@ struct Plan {
     std::vector<size_t> indexes;
     size_t calls = 0;
     std::vector<std::string> failed;
+    std::map<std::string, size_t> callsByName;
 };
 
 std::mutex g_mutex;
@@ -44,13 +46,14 @@ bool IsDue(Plan& plan, const char* call) {
         return index >= plan.skip && index - plan.skip < plan.times;
     }
     const size_t index = plan.calls++;
+    ++plan.callsByName[call];
     return std::find(plan.indexes.begin(), plan.indexes.end(), index) != plan.indexes.end();
 }
 
 }  // namespace
 
 FailingCall::FailingCall(std::string_view name, DWORD error, size_t skip, size_t times) {
-    Arm({std::string(name), error, skip, times, {}, 0, {}});
+    Arm({std::string(name), error, skip, times, {}, 0, {}, {}});
 }
 
 FailingCall::~FailingCall() {
@@ -58,7 +61,7 @@ FailingCall::~FailingCall() {
 }
 
 FailingNthCall::FailingNthCall(std::vector<size_t> indexes) {
-    Arm({{}, {}, 0, 0, std::move(indexes), 0, {}});
+    Arm({{}, {}, 0, 0, std::move(indexes), 0, {}, {}});
 }
 
 FailingNthCall::~FailingNthCall() {
@@ -68,6 +71,12 @@ FailingNthCall::~FailingNthCall() {
 size_t FailingNthCall::CallsMade() const {
     const std::lock_guard lock(g_mutex);
     return g_plan.calls;
+}
+
+size_t FailingNthCall::CallsOf(const std::string& name) const {
+    const std::lock_guard lock(g_mutex);
+    const auto found = g_plan.callsByName.find(name);
+    return found == g_plan.callsByName.end() ? 0 : found->second;
 }
 
 std::vector<std::string> FailingNthCall::Failed() const {

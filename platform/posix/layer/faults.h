@@ -33,6 +33,8 @@ class FailingNthCall {
 
     // How many calls that can fail were made since the object's birth.
     size_t CallsMade() const;
+    // How many of them were calls of `name`.
+    size_t CallsOf(const std::string& name) const;
     // The names of the calls that were made to fail.
     std::vector<std::string> Failed() const;
 };
