@@ -85,7 +85,7 @@ int wmain(int count, wchar_t** arguments) {
     kelvaro::CreateDirectories(path.substr(0, path.rfind(L'\\')));
     DeleteFileW(path.c_str());
     const rightclick::Library library(arguments[1]);
-    if (!library.IsLoaded() || !kelvaro::AppendToFile(path, rules)) {
+    if (!library.IsLoaded() || !kelvaro::AppendToFile(path.c_str(), rules)) {
         std::fputs("ride_windows: cannot load the library or write the rules\n", stderr);
         return 1;
     }

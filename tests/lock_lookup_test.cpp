@@ -166,10 +166,18 @@ class Generator {
         }
         return text;
     }
+    std::wstring Path() {
+        static const std::wstring kPaths[] = {
+            L"a:\\tool.exe", L"\\\\s\\tool.exe", L"\u5DE5\u5177.exe", L"b\nb\\tool",
+            L"tool",         L"x\uFFFDtool.exe"};
+        return kPaths[random_() % std::size(kPaths)];
+    }
 
   private:
     std::string Piece() {
         static const std::string kPieces[] = {"{",
+                                              "}",
+                                              "{",
                                               "}",
                                               "\"",
                                               "\\",
@@ -188,7 +196,10 @@ class Generator {
                                               "true",
                                               "false",
                                               "exe",
-                                              "a:\\\\tool.exe",
+                                              "tool",
+                                              "too",
+                                              "x",
+                                              "/",
                                               "\"type\"",
                                               "\"enabled\"",
                                               "\"target\"",
@@ -197,16 +208,24 @@ class Generator {
                                               "\"enabled\":false",
                                               "\"enabled\":true",
                                               "\"type\" : \"exe\",",
-                                              "A:/t\\ool.exe",
-                                              "\"target\":\"a:\\\\tool.exe\"",
-                                              "\"target\" :\"A:\\\\TOOL.EXE\"",
-                                              "tool",
-                                              "too",
-                                              "{\"type\":\"exe\",\"target\":\"a:\\\\tool.exe",
-                                              "\"}",
                                               "\\n",
                                               "\\\"",
-                                              "x"};
+                                              "\"}",
+                                              "{\"type\":\"exe\",\"target\":\"",
+                                              "\"target\":\"a:\\\\tool.exe\"",
+                                              "\"target\" :\"A:\\\\TOOL.EXE\"",
+                                              "a:\\\\tool.exe",
+                                              "A:/t\\ool.exe",
+                                              "\\ta:\\/tool.exe\\r",
+                                              "\\\\\\\\s\\\\tool.exe",
+                                              "//s\\\\//tool.exe",
+                                              "\\/\\/S/\\tool.exe",
+                                              "\xE5\xB7\xA5\xE5\x85\xB7.exe",
+                                              "\xE5\xB7\xA5\\\xE5\x85\xB7.EX\\E",
+                                              "b\\nb/tool",
+                                              "b\nB\\\\tool",
+                                              "x\xFFtool.exe",
+                                              "x\xEF\xBF\xBDtool.exe"};
         return kPieces[random_() % std::size(kPieces)];
     }
 
@@ -219,8 +238,9 @@ TEST(RuleScanner, AgreesWithThePatternsOnRandomFiles) {
     int locked = 0;
     for (int file = 0; file < kFiles; ++file) {
         const std::string rules = generator.File();
-        const bool expected = oracle::AnyRuleLocks(rules, L"a:\\tool.exe");
-        ASSERT_EQ(AnyRuleLocks(rules, L"a:\\tool.exe"), expected) << rules;
+        const std::wstring path = generator.Path();
+        const bool expected = oracle::AnyRuleLocks(rules, path);
+        ASSERT_EQ(AnyRuleLocks(rules, path), expected) << Narrow(path) << " in " << rules;
         locked += expected ? 1 : 0;
         for (const char* const key : {"type", "target"}) {
             ASSERT_EQ(ExtractStringField(rules, key, "(none)"),

@@ -100,6 +100,9 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR bytes, int size, LPWS
 
 int WideCharToMultiByte(UINT codePage, DWORD /*flags*/, LPCWSTR text, int length, LPSTR bytes,
                         int capacity, LPCSTR /*defaultChar*/, LPBOOL /*usedDefault*/) noexcept {
+    if (layer::FailsOnPurpose("WideCharToMultiByte", ERROR_NO_UNICODE_TRANSLATION)) {
+        return 0;
+    }
     if (text == nullptr || length == 0 || length < -1 || capacity < 0 || codePage != CP_UTF8) {
         return Fail(ERROR_INVALID_PARAMETER);
     }

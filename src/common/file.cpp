@@ -17,13 +17,13 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 // ReadFile and WriteFile count in 32 bits; larger files go in pieces of this size.
 constexpr size_t kLargestTransfer = size_t{1} << 30;
 
-HANDLE OpenExisting(const std::wstring& path, DWORD access, DWORD flags) noexcept {
-    return CreateFileW(path.c_str(), access, kShareAll, nullptr, OPEN_EXISTING, flags, nullptr);
+HANDLE OpenExisting(const wchar_t* path, DWORD access, DWORD flags) noexcept {
+    return CreateFileW(path, access, kShareAll, nullptr, OPEN_EXISTING, flags, nullptr);
 }
 
 }  // namespace
 
-FileBytes ReadFileBytes(const std::wstring& path, uint64_t limit) {
+FileBytes ReadFileBytes(const wchar_t* path, uint64_t limit) {
     const ScopedHandle file(OpenExisting(path, GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN));
     LARGE_INTEGER length = {};
     if (!file.IsOpen() || !GetFileSizeEx(file.Get(), &length)) {
@@ -46,8 +46,8 @@ FileBytes ReadFileBytes(const std::wstring& path, uint64_t limit) {
     return {std::move(bytes), filled};
 }
 
-bool PathExists(const std::wstring& path) noexcept {
-    const DWORD attributes = GetFileAttributesW(path.c_str());
+bool PathExists(const wchar_t* path) noexcept {
+    const DWORD attributes = GetFileAttributesW(path);
     if (attributes == INVALID_FILE_ATTRIBUTES) {
         return false;
     }
@@ -58,11 +58,11 @@ bool PathExists(const std::wstring& path) noexcept {
     return ScopedHandle(OpenExisting(path, 0, FILE_FLAG_BACKUP_SEMANTICS)).IsOpen();
 }
 
-bool AppendToFile(const std::wstring& path, std::string_view bytes) noexcept {
+bool AppendToFile(const wchar_t* path, std::string_view bytes) noexcept {
     // Append access alone makes the system put each write at the end as it is then: lines of
     // several processes never overwrite each other.
-    const ScopedHandle file(CreateFileW(path.c_str(), FILE_APPEND_DATA, kShareAll, nullptr,
-                                        OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const ScopedHandle file(CreateFileW(path, FILE_APPEND_DATA, kShareAll, nullptr, OPEN_ALWAYS,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr));
     DWORD written = 0;
     return file.IsOpen() && bytes.size() <= kLargestTransfer &&
            WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written,

@@ -25,14 +25,14 @@ class FileBytes {
 // The content of the file at `path` as it stands, empty when it cannot be opened or holds more than
 // `limit` bytes. A read that stops early gives what was read. Other programs may go on reading,
 // writing, renaming and deleting the file. Throws std::bad_alloc.
-FileBytes ReadFileBytes(const std::wstring& path, uint64_t limit = UINT64_MAX);
+FileBytes ReadFileBytes(const wchar_t* path, uint64_t limit = UINT64_MAX);
 
 // Whether something of any kind stands at `path`, links followed; every failure counts as absent.
-bool PathExists(const std::wstring& path) noexcept;
+bool PathExists(const wchar_t* path) noexcept;
 
 // Appends `bytes` to the file at `path` in one write, making the file where it is absent. False
 // when it cannot be opened or written.
-bool AppendToFile(const std::wstring& path, std::string_view bytes) noexcept;
+bool AppendToFile(const wchar_t* path, std::string_view bytes) noexcept;
 
 // Makes the directory `path` and every missing one above it. False when that fails or something
 // else stands there.

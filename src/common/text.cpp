@@ -12,6 +12,19 @@ bool IsWhitespace(wchar_t unit) noexcept {
 
 }  // namespace
 
+std::wstring Concat(std::initializer_list<std::wstring_view> parts) {
+    size_t length = 0;
+    for (const std::wstring_view part : parts) {
+        length += part.size();
+    }
+    std::wstring text;
+    text.reserve(length);
+    for (const std::wstring_view part : parts) {
+        text.append(part);
+    }
+    return text;
+}
+
 std::wstring ToLower(std::wstring_view text) {
     std::wstring lowered(text);
     std::transform(lowered.begin(), lowered.end(), lowered.begin(), ToLowerUnit);

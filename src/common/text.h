@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -12,6 +13,9 @@ namespace kelvaro {
 constexpr wchar_t ToLowerUnit(wchar_t unit) noexcept {
     return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit - L'A' + L'a') : unit;
 }
+
+// `parts` one after the other, in one allocation.
+std::wstring Concat(std::initializer_list<std::wstring_view> parts);
 
 // A copy of `text` with every unit in lower case.
 std::wstring ToLower(std::wstring_view text);

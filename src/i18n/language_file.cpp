@@ -30,7 +30,7 @@ bool IsComment(std::wstring_view line) noexcept {
 }  // namespace
 
 std::wstring ReadLanguageText(const std::wstring& path) {
-    return DecodeText(ReadFileBytes(path, INT_MAX).View());
+    return DecodeText(ReadFileBytes(path.c_str(), INT_MAX).View());
 }
 
 std::wstring DecodeText(std::string_view bytes) {

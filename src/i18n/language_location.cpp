@@ -32,14 +32,14 @@ std::wstring FindLanguageDirectory() {
         return {};
     }
     std::wstring special = JoinPath(directory, kSpecialOfferFolder);
-    if (PathExists(JoinPath(special, GetLanguageFileName()))) {
+    if (PathExists(JoinPath(special, GetLanguageFileName()).c_str())) {
         return special;
     }
     std::wstring standard = JoinPath(directory, kDefaultFolder);
-    if (PathExists(JoinPath(standard, GetLanguageFileName()))) {
+    if (PathExists(JoinPath(standard, GetLanguageFileName()).c_str())) {
         return standard;
     }
-    return PathExists(special) ? special : standard;
+    return PathExists(special.c_str()) ? special : standard;
 }
 
 std::wstring GetLanguageFilePath() {

@@ -21,7 +21,7 @@ constexpr std::wstring_view kSwitches = L" --auth-only --startup-gate --shell-to
 std::wstring FindProgram(std::wstring_view directory) {
     for (const std::wstring_view name : kPrograms) {
         std::wstring path = JoinPath(directory, name);
-        if (PathExists(path)) {
+        if (PathExists(path.c_str())) {
             return path;
         }
     }

@@ -6,11 +6,6 @@
 #include "common/text.h"
 
 namespace kelvaro {
-
-constinit const std::wstring_view kLogDirectory = L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs";
-constinit const std::wstring_view kLogFilePath =
-    L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs\\ShellExt.log";
-
 namespace {
 
 std::string LocalTime() {
@@ -71,11 +66,10 @@ std::string FormatLogLine(std::string_view time, std::wstring_view message) {
 void WriteLog(std::wstring_view message) noexcept {
     try {
         const std::string line = FormatLogLine(LocalTime(), message);
-        const std::wstring path(kLogFilePath);
         // The directory is there but for the first line ever.
-        if (!AppendToFile(path, line) && !PathExists(path) &&
-            CreateDirectories(std::wstring(kLogDirectory))) {
-            AppendToFile(path, line);
+        if (!AppendToFile(kLogFilePath, line) && !PathExists(kLogFilePath) &&
+            CreateDirectories(kLogDirectory)) {
+            AppendToFile(kLogFilePath, line);
         }
     } catch (...) {  // NOLINT(bugprone-empty-catch): what cannot be logged has nowhere else to go
     }

@@ -5,8 +5,8 @@
 
 namespace kelvaro {
 
-extern const std::wstring_view kLogDirectory;
-extern const std::wstring_view kLogFilePath;
+inline constexpr wchar_t kLogDirectory[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs";
+inline constexpr wchar_t kLogFilePath[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs\\ShellExt.log";
 
 // Appends one line with the local time and `message` to the diagnostic log. Never reports a
 // failure: a line that cannot be written is dropped.

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "common/boundary.h"
+#include "common/text.h"
 #include "i18n/texts.h"
 #include "launch/launch_toggle.h"
 #include "log/log.h"
@@ -114,8 +115,8 @@ HRESULT KelvaroShellExt::TakeSelection(IDataObject& dataObject) {
         return S_OK;
     }
     locked = IsTargetLocked(targetPath);
-    WriteLog(L"Initialize ok selected=" + selectedPath + L" target=" + targetPath + L" locked=" +
-             Digit(locked));
+    WriteLog(Concat({L"Initialize ok selected=", selectedPath, L" target=", targetPath, L" locked=",
+                     Digit(locked)}));
     return S_OK;
 }
 
@@ -127,7 +128,7 @@ STDMETHODIMP KelvaroShellExt::QueryContextMenu(HMENU hmenu, UINT indexMenu, UINT
     return GuardBoundary([&] {
         const std::wstring text = GetMenuText(locked);
         InsertMenuW(hmenu, indexMenu, MF_BYPOSITION | MF_STRING, idCmdFirst, text.c_str());
-        WriteLog(std::wstring(L"QueryContextMenu add item locked=") + Digit(locked));
+        WriteLog(Concat({L"QueryContextMenu add item locked=", Digit(locked)}));
         return HRESULT{1};  // the number of command identifiers used
     });
 }

@@ -6,6 +6,7 @@
 #include "common/boundary.h"
 #include "common/module_path.h"
 #include "common/owners.h"
+#include "common/text.h"
 #include "server/clsid.h"
 #include "server/module.h"
 
@@ -19,11 +20,6 @@ constexpr std::wstring_view kProgramHandler =
     L"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
 constexpr std::wstring_view kShortcutHandler =
     L"lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
-
-std::wstring Concat(std::wstring_view first, std::wstring_view second, std::wstring_view third = {},
-                    std::wstring_view fourth = {}) {
-    return std::wstring(first).append(second).append(third).append(fourth);
-}
 
 // Frees text that COM handed out.
 class ScopedComText {
@@ -85,9 +81,9 @@ HRESULT UnregisterServer() {
     // Both roots, wherever registration wrote; what is not there needs no removing.
     for (const auto& [root, prefix] :
          {Root{HKEY_CURRENT_USER, kUserClasses}, Root{HKEY_CLASSES_ROOT, {}}}) {
-        RegDeleteTreeW(root, Concat(prefix, kProgramHandler).c_str());
-        RegDeleteTreeW(root, Concat(prefix, kShortcutHandler).c_str());
-        RegDeleteTreeW(root, Concat(prefix, kClassKey, clsid).c_str());
+        RegDeleteTreeW(root, Concat({prefix, kProgramHandler}).c_str());
+        RegDeleteTreeW(root, Concat({prefix, kShortcutHandler}).c_str());
+        RegDeleteTreeW(root, Concat({prefix, kClassKey, clsid}).c_str());
     }
     NotifyShell();
     return S_OK;
@@ -111,8 +107,8 @@ HRESULT WriteRegistryString(HKEY root, const std::wstring& keyPath, const std::w
 
 HRESULT RegisterUnderRoot(HKEY root, std::wstring_view prefix, const std::wstring& clsid,
                           const std::wstring& modulePath) {
-    const std::wstring classKey = Concat(prefix, kClassKey, clsid);
-    const std::wstring serverKey = classKey + std::wstring(kServerKey);
+    const std::wstring classKey = Concat({prefix, kClassKey, clsid});
+    const std::wstring serverKey = Concat({classKey, kServerKey});
     const struct Entry {
         std::wstring keyPath;
         std::wstring valueName;
@@ -121,8 +117,8 @@ HRESULT RegisterUnderRoot(HKEY root, std::wstring_view prefix, const std::wstrin
         {classKey, {}, L"Vorandel Kelvaro Shell Extension"},
         {serverKey, {}, modulePath},
         {serverKey, L"ThreadingModel", L"Apartment"},
-        {Concat(prefix, kProgramHandler), {}, clsid},
-        {Concat(prefix, kShortcutHandler), {}, clsid},
+        {Concat({prefix, kProgramHandler}), {}, clsid},
+        {Concat({prefix, kShortcutHandler}), {}, clsid},
     };
     for (const Entry& entry : entries) {
         const HRESULT result =

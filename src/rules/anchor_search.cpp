@@ -1,5 +1,7 @@
 #include "rules/anchor_search.h"
 
+#include <algorithm>
+
 #ifdef __SSE2__
 #include <emmintrin.h>
 
@@ -12,19 +14,11 @@ namespace {
 constexpr size_t kLetters = 3;
 constexpr size_t kExtension = 4;
 
-// Units that reach a decoded target only as the same byte, in either case: no control characters
-// (escapes make those), no separators (spelt in several ways), nothing outside ASCII.
-bool IsPlain(wchar_t unit) noexcept {
-    return unit > L' ' && unit < 0x7F && unit != L'\\';
-}
-
-bool ArePlain(std::wstring_view units) noexcept {
-    for (const wchar_t unit : units) {
-        if (!IsPlain(unit)) {
-            return false;
-        }
-    }
-    return true;
+// Bytes that a decoded target has only where the same byte stands in the file, in either case: no
+// control characters (escapes make those) and no separators (spelt in several ways).
+bool IsPlain(char byte) noexcept {
+    const auto value = static_cast<unsigned char>(byte);
+    return value > 0x20 && value != 0x7F && byte != '\\';
 }
 
 #ifdef __SSE2__
@@ -66,18 +60,16 @@ class BlockFilter {
 
 }  // namespace
 
-std::optional<Anchor> Anchor::Choose(std::wstring_view canonicalPath) noexcept {
+std::optional<Anchor> Anchor::Choose(std::string_view canonicalPath) noexcept {
     std::optional<Anchor> chosen;
     for (size_t at = 0; at + kLetters <= canonicalPath.size(); ++at) {
         const bool inExtension = at + kLetters + kExtension > canonicalPath.size();
         if (inExtension && chosen) {
             break;
         }
-        const std::wstring_view units = canonicalPath.substr(at, kLetters);
-        if (ArePlain(units)) {
-            chosen = Anchor(
-                at, {FoldCase(static_cast<char>(units[0])), FoldCase(static_cast<char>(units[1])),
-                     FoldCase(static_cast<char>(units[2]))});
+        const std::string_view bytes = canonicalPath.substr(at, kLetters);
+        if (std::all_of(bytes.begin(), bytes.end(), IsPlain)) {
+            chosen = Anchor(at, {FoldCase(bytes[0]), FoldCase(bytes[1]), FoldCase(bytes[2])});
         }
     }
     return chosen;

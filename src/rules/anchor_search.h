@@ -6,14 +6,14 @@
 
 namespace kelvaro {
 
-// Three neighbouring plain ASCII letters of a canonical path. A rule can only name that path where
+// Three neighbouring plain bytes of a canonical path in UTF-8. A rule can only name that path where
 // its target holds the three in a row, in either case, each perhaps escaped by a backslash: a
 // necessary condition that is cheap to look for in megabytes of rules.
 class Anchor {
   public:
     // The anchor that lies closest before the path's four-character extension (nearly every path
-    // shares the extension), or else any; nothing when the path has no three such letters in a row.
-    static std::optional<Anchor> Choose(std::wstring_view canonicalPath) noexcept;
+    // shares the extension), or else any; nothing when the path has no three such bytes in a row.
+    static std::optional<Anchor> Choose(std::string_view canonicalPath) noexcept;
 
     // The index of the anchor's first letter in the path it was chosen from.
     size_t Position() const noexcept { return position_; }

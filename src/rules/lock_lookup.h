@@ -6,7 +6,8 @@
 namespace kelvaro {
 
 // The application's rule file, read afresh for every question and never written.
-extern const std::wstring_view kRuleFilePath;
+inline constexpr wchar_t kRuleFilePath[] =
+    L"C:\\ProgramData\\Vorandel\\Kelvaro\\config\\rules.json";
 
 // Whether a rule of the rule file locks the program at `targetPath` now. False for an empty path
 // and for a file that is missing, unreadable or malformed. Throws std::bad_alloc.

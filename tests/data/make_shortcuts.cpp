@@ -78,7 +78,7 @@ bool MakeEnvironmentShortcut(const std::wstring& directory) {
     if (!MakeFileShortcut(directory, {L"environment.lnk", L"C:\\windows\\notepad.exe", nullptr})) {
         return false;
     }
-    std::string bytes(kelvaro::ReadFileBytes(path).View());
+    std::string bytes(kelvaro::ReadFileBytes(path.c_str()).View());
     constexpr size_t kFlagsOffset = 20;
     constexpr DWORD kHasEnvironmentPath = 0x200;
     DWORD flags = 0;
@@ -89,7 +89,7 @@ bool MakeEnvironmentShortcut(const std::wstring& directory) {
     block.size = sizeof block - sizeof block.terminator;
     bytes.resize(bytes.size() - sizeof block.terminator);
     bytes.append(reinterpret_cast<const char*>(&block), sizeof block);
-    return DeleteFileW(path.c_str()) && kelvaro::AppendToFile(path, bytes);
+    return DeleteFileW(path.c_str()) && kelvaro::AppendToFile(path.c_str(), bytes);
 }
 
 void MakeTargets() {

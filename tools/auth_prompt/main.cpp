@@ -37,7 +37,7 @@ bool ReplaceRules(std::string_view rules) {
     const std::wstring path(kelvaro::kRuleFilePath);
     const std::wstring fresh = path + L".new";
     DeleteFileW(fresh.c_str());
-    return kelvaro::AppendToFile(fresh, rules) &&
+    return kelvaro::AppendToFile(fresh.c_str(), rules) &&
            MoveFileExW(fresh.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING);
 }
 
@@ -46,7 +46,7 @@ bool Toggle(const std::wstring& selectedPath) {
     if (target.empty()) {
         return Complain("no program behind " + console::Utf8(selectedPath));
     }
-    const auto rules = kelvaro::ReadFileBytes(std::wstring(kelvaro::kRuleFilePath));
+    const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
     const auto changed = auth_prompt::ToggleRule(rules.View(), target);
     if (!changed) {
         return Complain("the rule file has no list of rules");

@@ -4,6 +4,8 @@
 
 #include <shellapi.h>
 
+#include "common/code_page.h"
+
 namespace console {
 
 std::vector<std::wstring> Arguments() {
@@ -18,12 +20,7 @@ std::vector<std::wstring> Arguments() {
 }
 
 std::string Utf8(std::wstring_view text) {
-    const int units = static_cast<int>(text.size());
-    const int size =
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<size_t>(size > 0 ? size : 0), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), units, bytes.data(), size, nullptr, nullptr);
-    return bytes;
+    return kelvaro::Utf8FromWide(text);
 }
 
 std::wstring FromLatin1(std::string_view bytes) {

@@ -36,7 +36,7 @@ int Complain(const std::string& what) {
 }
 
 std::string ReadLog() {
-    return std::string(kelvaro::ReadFileBytes(std::wstring(kelvaro::kLogFilePath)).View());
+    return std::string(kelvaro::ReadFileBytes(kelvaro::kLogFilePath).View());
 }
 
 std::vector<std::string> LinesBehind(const std::string& log, size_t begin) {
