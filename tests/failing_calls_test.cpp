@@ -43,11 +43,11 @@ class FailingCalls : public DriveTest {
 };
 
 TEST_F(FailingCalls, EachInTurnAndEachWithTheNext) {
-    TakeWholeRide(kShortcut);
+    TakeWholeRide(LinkedExports(), kShortcut);
     size_t calls = 0;
     {
         const FailingNthCall counting({});
-        TakeWholeRide(kShortcut);
+        TakeWholeRide(LinkedExports(), kShortcut);
         calls = counting.CallsMade();
     }
     std::map<std::string, int> failed;
@@ -55,7 +55,7 @@ TEST_F(FailingCalls, EachInTurnAndEachWithTheNext) {
         for (const auto& indexes : {std::vector{index}, {index, index + 1}}) {
             {
                 const FailingNthCall failing(indexes);
-                TakeWholeRide(kShortcut);
+                TakeWholeRide(LinkedExports(), kShortcut);
                 for (const std::string& name : failing.Failed()) {
                     ++failed[name];
                 }
@@ -63,7 +63,7 @@ TEST_F(FailingCalls, EachInTurnAndEachWithTheNext) {
             ASSERT_EQ(world::HeldResources(), "1 module") << "after call " << index << " failed";
         }
     }
-    TakeWholeRide(kShortcut);
+    TakeWholeRide(LinkedExports(), kShortcut);
     EXPECT_TRUE(IsTargetLocked(L"C:\\Apps\\Tool.exe")) << "the next ride works";
     for (const auto& [name, times] : failed) {
         RecordProperty(name, times);

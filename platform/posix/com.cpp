@@ -44,9 +44,9 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD /*context*/, REF
         return E_POINTER;
     }
     *ppv = nullptr;
-    if (const auto error =
-            layer::InjectedError("CoCreateInstance", static_cast<DWORD>(REGDB_E_CLASSNOTREG))) {
-        return static_cast<HRESULT>(*error);
+    const layer::Call call("CoCreateInstance", REGDB_E_CLASSNOTREG);
+    if (call.Fails()) {
+        return static_cast<HRESULT>(call.Error());
     }
     if (g_initialised <= 0) {
         return CO_E_NOTINITIALIZED;
@@ -59,9 +59,9 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD /*context*/, REF
 
 HRESULT StringFromCLSID(REFCLSID clsid, LPOLESTR* text) noexcept {
     *text = nullptr;
-    if (const auto error =
-            layer::InjectedError("StringFromCLSID", static_cast<DWORD>(E_OUTOFMEMORY))) {
-        return static_cast<HRESULT>(*error);
+    const layer::Call call("StringFromCLSID", E_OUTOFMEMORY);
+    if (call.Fails()) {
+        return static_cast<HRESULT>(call.Error());
     }
     *text = static_cast<LPOLESTR>(CoTaskMemAlloc((kGuidLength + 1) * sizeof(wchar_t)));
     if (*text == nullptr) {

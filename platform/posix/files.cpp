@@ -16,7 +16,6 @@
 #include "layer/kernel_object.h"
 
 using layer::ErrorFromErrno;
-using layer::FailsOnPurpose;
 using layer::ToHostPath;
 
 namespace {
@@ -139,7 +138,8 @@ std::shared_ptr<File> FindFile(HANDLE handle) {
 
 HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* /*security*/,
                    DWORD disposition, DWORD flags, HANDLE /*templateFile*/) noexcept {
-    if (FailsOnPurpose("CreateFileW", ERROR_ACCESS_DENIED)) {
+    const layer::Call call("CreateFileW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
         return INVALID_HANDLE_VALUE;
     }
     const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
@@ -171,7 +171,8 @@ BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
     if (read != nullptr) {
         *read = 0;
     }
-    if (FailsOnPurpose("ReadFile", ERROR_READ_FAULT)) {
+    const layer::Call call("ReadFile", ERROR_READ_FAULT);
+    if (call.Fails()) {
         return FALSE;
     }
     const auto object = FindFile(file);
@@ -196,7 +197,8 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
     if (written != nullptr) {
         *written = 0;
     }
-    if (FailsOnPurpose("WriteFile", ERROR_DISK_FULL)) {
+    const layer::Call call("WriteFile", ERROR_DISK_FULL);
+    if (call.Fails()) {
         return FALSE;
     }
     const auto object = FindFile(file);
@@ -217,7 +219,8 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
 }
 
 BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept {
-    if (FailsOnPurpose("GetFileSizeEx", ERROR_NOT_READY)) {
+    const layer::Call call("GetFileSizeEx", ERROR_NOT_READY);
+    if (call.Fails()) {
         return FALSE;
     }
     const auto object = FindFile(file);
@@ -230,7 +233,8 @@ BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept {
 }
 
 DWORD GetFileAttributesW(LPCWSTR name) noexcept {
-    if (FailsOnPurpose("GetFileAttributesW", ERROR_ACCESS_DENIED)) {
+    const layer::Call call("GetFileAttributesW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
         return INVALID_FILE_ATTRIBUTES;
     }
     struct stat status = {};
@@ -256,7 +260,8 @@ BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept {
 }
 
 BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* /*security*/) noexcept {
-    if (FailsOnPurpose("CreateDirectoryW", ERROR_ACCESS_DENIED)) {
+    const layer::Call call("CreateDirectoryW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
         return FALSE;
     }
     return OnHost(name, [](const char* host) { return mkdir(host, kDirectoryMode); });

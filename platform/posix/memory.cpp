@@ -46,7 +46,8 @@ std::string_view GlobalContent(HGLOBAL memory) noexcept {
 }  // namespace layer
 
 HGLOBAL GlobalAlloc(UINT /*flags*/, SIZE_T size) noexcept {
-    if (layer::FailsOnPurpose("GlobalAlloc", ERROR_NOT_ENOUGH_MEMORY)) {
+    const layer::Call call("GlobalAlloc", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
         return nullptr;
     }
     constexpr size_t kUnit = sizeof(std::max_align_t);
@@ -57,7 +58,8 @@ HGLOBAL GlobalAlloc(UINT /*flags*/, SIZE_T size) noexcept {
 }
 
 LPVOID GlobalLock(HGLOBAL memory) noexcept {
-    if (layer::FailsOnPurpose("GlobalLock", ERROR_INVALID_HANDLE)) {
+    const layer::Call call("GlobalLock", ERROR_INVALID_HANDLE);
+    if (call.Fails()) {
         return nullptr;
     }
     const auto block = FindBlock(memory);
@@ -97,7 +99,8 @@ HLOCAL LocalFree(HLOCAL memory) noexcept {
 }
 
 LPVOID CoTaskMemAlloc(SIZE_T size) noexcept {
-    if (layer::InjectedError("CoTaskMemAlloc", ERROR_NOT_ENOUGH_MEMORY)) {
+    const layer::Call call("CoTaskMemAlloc", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
         return nullptr;
     }
     void* const memory = std::malloc(size);

@@ -44,7 +44,8 @@ std::string HostFileOf(HMODULE module) {
 }  // namespace
 
 HMODULE LoadLibraryW(LPCWSTR name) noexcept {
-    if (layer::FailsOnPurpose("LoadLibraryW", ERROR_MOD_NOT_FOUND)) {
+    const layer::Call call("LoadLibraryW", ERROR_MOD_NOT_FOUND);
+    if (call.Fails()) {
         return nullptr;
     }
     const auto [host, error] = layer::ToHostPath(name);
@@ -92,7 +93,8 @@ BOOL FreeLibrary(HMODULE module) noexcept {
 }
 
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
-    if (layer::FailsOnPurpose("GetModuleFileNameW", ERROR_MOD_NOT_FOUND)) {
+    const layer::Call call("GetModuleFileNameW", ERROR_MOD_NOT_FOUND);
+    if (call.Fails()) {
         return 0;
     }
     const std::string host = HostFileOf(module);

@@ -154,7 +154,8 @@ BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIB
                     SECURITY_ATTRIBUTES* /*thread*/, BOOL /*inherit*/, DWORD /*flags*/,
                     LPVOID /*environment*/, LPCWSTR directory, STARTUPINFOW* startup,
                     PROCESS_INFORMATION* information) noexcept {
-    if (layer::FailsOnPurpose("CreateProcessW", ERROR_NOT_ENOUGH_MEMORY)) {
+    const layer::Call call("CreateProcessW", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
         return FALSE;
     }
     DWORD error = ERROR_INVALID_PARAMETER;

@@ -15,7 +15,6 @@
 #include "layer/resources.h"
 
 using layer::FoldName;
-using layer::InjectedError;
 using layer::RegistryKeys;
 
 namespace {
@@ -153,8 +152,9 @@ LSTATUS Deliver(const layer::RegistryValue& value, LPDWORD type, BYTE* data, LPD
 
 LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
                       HKEY* opened) noexcept {
-    if (const auto error = InjectedError("RegOpenKeyExW", ERROR_ACCESS_DENIED)) {
-        return static_cast<LSTATUS>(*error);
+    const layer::Call call("RegOpenKeyExW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return static_cast<LSTATUS>(call.Error());
     }
     *opened = nullptr;
     const RegistryKeys keys = Load();
@@ -172,8 +172,9 @@ LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
 LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*keyClass*/,
                         DWORD /*options*/, REGSAM access, const SECURITY_ATTRIBUTES* /*security*/,
                         HKEY* opened, LPDWORD /*disposition*/) noexcept {
-    if (const auto error = InjectedError("RegCreateKeyExW", ERROR_ACCESS_DENIED)) {
-        return static_cast<LSTATUS>(*error);
+    const layer::Call call("RegCreateKeyExW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return static_cast<LSTATUS>(call.Error());
     }
     *opened = nullptr;
     std::wstring full;
@@ -193,8 +194,9 @@ LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*ke
 
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD type, BYTE* data,
                          LPDWORD size) noexcept {
-    if (const auto error = InjectedError("RegQueryValueExW", ERROR_ACCESS_DENIED)) {
-        return static_cast<LSTATUS>(*error);
+    const layer::Call call("RegQueryValueExW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return static_cast<LSTATUS>(call.Error());
     }
     LSTATUS status = data != nullptr && size == nullptr ? ERROR_INVALID_PARAMETER : ERROR_SUCCESS;
     const auto open = FindKey(key, kQueryRight, status);
@@ -213,8 +215,9 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD t
 
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, const BYTE* data,
                        DWORD size) noexcept {
-    if (const auto error = InjectedError("RegSetValueExW", ERROR_ACCESS_DENIED)) {
-        return static_cast<LSTATUS>(*error);
+    const layer::Call call("RegSetValueExW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return static_cast<LSTATUS>(call.Error());
     }
     LSTATUS status = ERROR_SUCCESS;
     const auto open = FindKey(key, kSetRight, status);
@@ -237,8 +240,9 @@ LSTATUS RegCloseKey(HKEY key) noexcept {
 }
 
 LSTATUS RegDeleteTreeW(HKEY root, LPCWSTR path) noexcept {
-    if (const auto error = InjectedError("RegDeleteTreeW", ERROR_ACCESS_DENIED)) {
-        return static_cast<LSTATUS>(*error);
+    const layer::Call call("RegDeleteTreeW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return static_cast<LSTATUS>(call.Error());
     }
     return Update([&](RegistryKeys& keys) -> LSTATUS {
         const std::wstring full = FullPath(keys, root, path);

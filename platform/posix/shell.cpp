@@ -86,7 +86,8 @@ size_t AssociationChanges() noexcept {
 }  // namespace layer
 
 UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR buffer, UINT capacity) noexcept {
-    if (layer::FailsOnPurpose("DragQueryFileW", ERROR_INVALID_HANDLE)) {
+    const layer::Call call("DragQueryFileW", ERROR_INVALID_HANDLE);
+    if (call.Fails()) {
         return 0;
     }
     const auto names = ReadDropList(layer::GlobalContent(drop));
@@ -106,6 +107,7 @@ UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR buffer, UINT capacity) noexce
 }
 
 BOOL PathMatchSpecW(LPCWSTR path, LPCWSTR pattern) noexcept {
+    const layer::Call call;
     const std::wstring name = layer::FoldName(path);
     std::wstring patterns = layer::FoldName(pattern);
     for (size_t at = 0; at <= patterns.size();) {

@@ -13,10 +13,6 @@
 namespace layer {
 namespace {
 
-std::optional<DWORD> InjectedResult(const char* call, HRESULT documented) noexcept {
-    return InjectedError(call, static_cast<DWORD>(documented));
-}
-
 class ShellLink final : public IShellLinkW, public IPersistFile {
   public:
     ShellLink() noexcept { CountResource(Resource::comObject, 1); }
@@ -25,8 +21,9 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
 
     HRESULT QueryInterface(REFIID riid, void** ppv) noexcept override {
         *ppv = nullptr;
-        if (const auto error = InjectedResult("IShellLinkW::QueryInterface", E_NOINTERFACE)) {
-            return static_cast<HRESULT>(*error);
+        const Call call("IShellLinkW::QueryInterface", E_NOINTERFACE);
+        if (call.Fails()) {
+            return static_cast<HRESULT>(call.Error());
         }
         if (riid == IID_IUnknown || riid == IID_IShellLinkW) {
             *ppv = static_cast<IShellLinkW*>(this);
@@ -51,8 +48,9 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
 
     HRESULT GetPath(LPWSTR buffer, int capacity, WIN32_FIND_DATAW* found,
                     DWORD flags) noexcept override {
-        if (const auto error = InjectedResult("IShellLinkW::GetPath", E_FAIL)) {
-            return static_cast<HRESULT>(*error);
+        const Call call("IShellLinkW::GetPath", E_FAIL);
+        if (call.Fails()) {
+            return static_cast<HRESULT>(call.Error());
         }
         if (buffer == nullptr || capacity <= 0) {
             return E_INVALIDARG;
@@ -67,8 +65,9 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
     }
 
     HRESULT Load(LPCOLESTR name, DWORD /*mode*/) noexcept override {
-        if (const auto error = InjectedResult("IPersistFile::Load", E_ACCESSDENIED)) {
-            return static_cast<HRESULT>(*error);
+        const Call call("IPersistFile::Load", E_ACCESSDENIED);
+        if (call.Fails()) {
+            return static_cast<HRESULT>(call.Error());
         }
         const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
         std::string bytes;

@@ -82,7 +82,8 @@ int CompareFolded(const Unit* left, const Unit* right) noexcept {
 
 int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR bytes, int size, LPWSTR text,
                         int capacity) noexcept {
-    if (layer::FailsOnPurpose("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION)) {
+    const layer::Call call("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION);
+    if (call.Fails()) {
         return 0;
     }
     if (bytes == nullptr || size == 0 || size < -1 || capacity < 0 ||
@@ -100,7 +101,8 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR bytes, int size, LPWS
 
 int WideCharToMultiByte(UINT codePage, DWORD /*flags*/, LPCWSTR text, int length, LPSTR bytes,
                         int capacity, LPCSTR /*defaultChar*/, LPBOOL /*usedDefault*/) noexcept {
-    if (layer::FailsOnPurpose("WideCharToMultiByte", ERROR_NO_UNICODE_TRANSLATION)) {
+    const layer::Call call("WideCharToMultiByte", ERROR_NO_UNICODE_TRANSLATION);
+    if (call.Fails()) {
         return 0;
     }
     if (text == nullptr || length == 0 || length < -1 || capacity < 0 || codePage != CP_UTF8) {

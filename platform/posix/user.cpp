@@ -72,7 +72,8 @@ MessageBoxReceiver::~MessageBoxReceiver() {
 }  // namespace layer
 
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) noexcept {
-    if (layer::FailsOnPurpose("MessageBoxW", ERROR_NOT_ENOUGH_MEMORY)) {
+    const layer::Call call("MessageBoxW", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
         return 0;
     }
     const std::lock_guard lock(g_receiverMutex);
@@ -89,7 +90,8 @@ BOOL DestroyMenu(HMENU menu) noexcept {
 }
 
 BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR text) noexcept {
-    if (layer::FailsOnPurpose("InsertMenuW", ERROR_NOT_ENOUGH_MEMORY)) {
+    const layer::Call call("InsertMenuW", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
         return FALSE;
     }
     const auto found = FindMenu(menu);

@@ -5,12 +5,14 @@
 
 #include <shlobj.h>
 
+#include <algorithm>
+#include <initializer_list>
+
 #include "common/owners.h"
 #include "rightclick/drop_list.h"
 #include "server/clsid.h"
-#include "server/module.h"
-
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv);
+STDAPI DllCanUnloadNow();
 STDAPI DllRegisterServer();
 STDAPI DllUnregisterServer();
 
@@ -18,47 +20,71 @@ namespace {
 
 using kelvaro::ComPtr;
 
-void RideObject(IShellExtInit& object, IDataObject* selection) {
-    const HRESULT initialized = object.Initialize(nullptr, selection, nullptr);
-    EXPECT_TRUE(initialized == S_OK || initialized == E_INVALIDARG || initialized == E_OUTOFMEMORY)
-        << std::hex << initialized;
+// Calls the library through the gate and holds its result against those it may give.
+template <class Call>
+HRESULT Enter(Gate gate, const char* what, std::initializer_list<HRESULT> allowed, Call&& call) {
+    if (gate != nullptr) {
+        gate(true);
+    }
+    const HRESULT result = call();
+    if (gate != nullptr) {
+        gate(false);
+    }
+    EXPECT_NE(std::find(allowed.begin(), allowed.end(), result), allowed.end())
+        << what << " gave " << std::hex << result;
+    return result;
+}
+
+void RideObject(IShellExtInit& object, IDataObject* selection, Gate gate) {
+    Enter(gate, "Initialize", {S_OK, E_INVALIDARG, E_OUTOFMEMORY},
+          [&] { return object.Initialize(nullptr, selection, nullptr); });
     ComPtr<IContextMenu> menu;
     ASSERT_EQ(object.QueryInterface(IID_IContextMenu, menu.Receive()), S_OK);
     const HMENU popup = CreatePopupMenu();
-    const HRESULT queried = menu->QueryContextMenu(popup, 0, 1, 9, CMF_NORMAL);
-    EXPECT_TRUE(queried == 1 || queried == E_OUTOFMEMORY) << std::hex << queried;
+    Enter(gate, "QueryContextMenu", {1, E_OUTOFMEMORY},
+          [&] { return menu->QueryContextMenu(popup, 0, 1, 9, CMF_NORMAL); });
     DestroyMenu(popup);
     wchar_t text[80] = {};
     for (const UINT kind : {GCS_VERBW, GCS_HELPTEXTW}) {
-        const HRESULT named =
-            menu->GetCommandString(0, kind, nullptr, reinterpret_cast<LPSTR>(text), 80);
-        EXPECT_TRUE(named == S_OK || named == E_OUTOFMEMORY) << std::hex << named;
+        Enter(gate, "GetCommandString", {S_OK, E_OUTOFMEMORY}, [&] {
+            return menu->GetCommandString(0, kind, nullptr, reinterpret_cast<LPSTR>(text), 80);
+        });
     }
     CMINVOKECOMMANDINFO request = {};
-    const HRESULT invoked = menu->InvokeCommand(&request);
-    EXPECT_TRUE(invoked == S_OK || invoked == E_FAIL || invoked == E_OUTOFMEMORY)
-        << std::hex << invoked;
+    Enter(gate, "InvokeCommand", {S_OK, E_FAIL, E_OUTOFMEMORY},
+          [&] { return menu->InvokeCommand(&request); });
 }
 
 }  // namespace
 
-void TakeWholeRide(const std::wstring& shortcut) {
+Exports LinkedExports() {
+    return {DllGetClassObject, DllCanUnloadNow, DllRegisterServer, DllUnregisterServer};
+}
+
+void TakeWholeRide(const Exports& library, const std::wstring& shortcut, Gate gate) {
     {
         ComPtr<IDataObject> selection;
         *selection.Receive() = rightclick::MakeDropListObject({shortcut});
         ComPtr<IClassFactory> factory;
-        const HRESULT made =
-            DllGetClassObject(kelvaro::kShellExtClsid, IID_IClassFactory, factory.Receive());
-        EXPECT_TRUE(made == S_OK || made == E_OUTOFMEMORY) << std::hex << made;
+        Enter(gate, "DllGetClassObject", {S_OK, E_OUTOFMEMORY}, [&] {
+            return library.getClassObject(kelvaro::kShellExtClsid, IID_IClassFactory,
+                                          factory.Receive());
+        });
         ComPtr<IShellExtInit> object;
         if (factory) {
-            factory->CreateInstance(nullptr, IID_IShellExtInit, object.Receive());
+            Enter(gate, "CreateInstance", {S_OK, E_OUTOFMEMORY}, [&] {
+                return factory->CreateInstance(nullptr, IID_IShellExtInit, object.Receive());
+            });
         }
         if (object) {
-            RideObject(*object.Get(), selection.Get());
+            RideObject(*object.Get(), selection.Get(), gate);
         }
     }
-    EXPECT_EQ(kelvaro::g_objectCount, 0U);
-    DllRegisterServer();
-    DllUnregisterServer();
+    EXPECT_EQ(library.canUnloadNow(), S_OK);
+    const auto denied = HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED);
+    const auto noModule = HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND);
+    Enter(gate, "DllRegisterServer", {S_OK, E_FAIL, E_OUTOFMEMORY, denied, noModule},
+          [&] { return library.registerServer(); });
+    Enter(gate, "DllUnregisterServer", {S_OK, E_FAIL, E_OUTOFMEMORY},
+          [&] { return library.unregisterServer(); });
 }

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <new>
 
 namespace rightclick {
 namespace {
@@ -39,7 +40,11 @@ class DropListObject final : public IDataObject {
             return offered;
         }
         medium->tymed = TYMED_HGLOBAL;
-        medium->hGlobal = MakeDropList(files_);
+        try {
+            medium->hGlobal = MakeDropList(files_);
+        } catch (const std::bad_alloc&) {
+            return E_OUTOFMEMORY;
+        }
         return medium->hGlobal == nullptr ? E_OUTOFMEMORY : S_OK;
     }
     STDMETHODIMP QueryGetData(FORMATETC* format) noexcept override {

@@ -15,6 +15,7 @@ class Library {
     Library& operator=(const Library&) = delete;
 
     bool IsLoaded() const { return module_ != nullptr; }
+    HMODULE Handle() const { return module_; }
 
     // The export `name` as a function of type `Function`; null when there is none.
     template <class Function>

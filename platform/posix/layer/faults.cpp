@@ -84,6 +84,10 @@ std::vector<std::string> FailingNthCall::Failed() const {
     return g_plan.failed;
 }
 
+namespace {
+
+thread_local int g_depth = 0;
+
 std::optional<DWORD> InjectedError(const char* call, DWORD documented) noexcept {
     if (!g_armed) {
         return std::nullopt;
@@ -96,12 +100,25 @@ std::optional<DWORD> InjectedError(const char* call, DWORD documented) noexcept 
     return g_plan.error.value_or(documented);
 }
 
-bool FailsOnPurpose(const char* call, DWORD documented) noexcept {
-    const auto error = InjectedError(call, documented);
-    if (error) {
-        SetLastError(*error);
+}  // namespace
+
+Call::Call() noexcept {
+    ++g_depth;
+}
+
+Call::Call(const char* name, DWORD documented, int /*tag*/) noexcept : Call() {
+    error_ = InjectedError(name, documented);
+    if (error_) {
+        SetLastError(*error_);
     }
-    return error.has_value();
+}
+
+Call::~Call() {
+    --g_depth;
+}
+
+bool Call::IsInside() noexcept {
+    return g_depth > 0;
 }
 
 }  // namespace layer

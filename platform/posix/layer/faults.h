@@ -39,11 +39,30 @@ class FailingNthCall {
     std::vector<std::string> Failed() const;
 };
 
-// Every call that can fail begins with this: the error to report now, nothing when it may go on.
-// `documented` is what the call reports when it fails.
-std::optional<DWORD> InjectedError(const char* call, DWORD documented) noexcept;
+// Every call of the layer that can fail or allocates begins with one of these, and is inside of the
+// layer while it lives.
+class Call {
+  public:
+    Call() noexcept;
+    // `documented` is what the call reports when it fails: a system error code, an HRESULT.
+    template <class Error>
+    Call(const char* name, Error documented) noexcept
+        : Call(name, static_cast<DWORD>(documented), 0) {}
+    ~Call();
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
 
-// For calls that report through the last error: sets it and answers true when the call is to fail.
-bool FailsOnPurpose(const char* call, DWORD documented) noexcept;
+    // Whether the call is to fail now; Error is what it reports, which is the last error as well.
+    bool Fails() const noexcept { return error_.has_value(); }
+    DWORD Error() const noexcept { return error_.value_or(0); }
+
+    // Whether the calling thread is inside of the layer, whose memory is not the library's affair.
+    static bool IsInside() noexcept;
+
+  private:
+    Call(const char* name, DWORD documented, int tag) noexcept;
+
+    std::optional<DWORD> error_;
+};
 
 }  // namespace layer
