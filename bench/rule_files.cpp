@@ -7,11 +7,11 @@ std::string OrdinaryFile(int rules) {
     for (int rule = 0; rule < rules; ++rule) {
         const std::string number = std::to_string(rule);
         text += rule == 0 ? "    {\n" : ",\n    {\n";
-        text += "      \"id\": " + number + ",\n";
+        text.append("      \"id\": ").append(number).append(",\n");
         text += rule % 5 == 4 ? "      \"type\": \"folder\",\n" : "      \"type\": \"exe\",\n";
         text += rule % 10 == 3 ? "      \"enabled\": false,\n" : "      \"enabled\": true,\n";
-        text += "      \"target\": \"C:\\\\Program Files\\\\Maker " + number +
-                "\\\\Application\\\\program" + number + ".exe\",\n";
+        text.append("      \"target\": \"C:\\\\Program Files\\\\Maker ").append(number);
+        text.append("\\\\Application\\\\program").append(number).append(".exe\",\n");
         text += "      \"created\": \"2026-03-07T12:00:00Z\"\n    }";
     }
     return text + "\n  ]\n}\n";

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <random>
 #include <thread>
 
 #include "log/log.h"
@@ -71,11 +72,12 @@ TEST_F(Load, SixteenThreadsRideWhileOthersWrite) {
     ASSERT_EQ(pipe(done), 0);
     const auto writers = StartProcesses(2, [&](int number) {
         close(done[1]);
+        std::mt19937 random(20261124);
         fd_set waiting;
         timeval never = {};
         do {
             if (number == 0) {
-                Write(other, std::string(static_cast<size_t>(rand() % 5000), ' ') + rules);
+                Write(other, std::string(random() % 5000, ' ') + rules);
                 MoveFileExW(other.c_str(), kRules, MOVEFILE_REPLACE_EXISTING);
             } else {
                 WriteLog(L"another process");
@@ -86,6 +88,7 @@ TEST_F(Load, SixteenThreadsRideWhileOthersWrite) {
     });
     std::atomic<int> wrong = 0;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&wrong, locked = thread % 2 == 0] {
             CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);

@@ -10,7 +10,7 @@ namespace rightclick {
 class MenuScreen {
   public:
     MenuScreen() = default;
-    ~MenuScreen();
+    ~MenuScreen();  // NOLINT(performance-trivially-destructible): it is where there is a screen
     MenuScreen(const MenuScreen&) = delete;
     MenuScreen& operator=(const MenuScreen&) = delete;
 

@@ -1,0 +1,10 @@
+// No bytes of a shortcut lead the layer's reader outside of them.
+
+#include "input.h"
+#include "layer/link_file.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const auto target = layer::ReadLinkFile(fuzz::Bytes(data, size));
+    fuzz::Require(!target || target->rawPath.size() <= size);
+    return 0;
+}
