@@ -225,6 +225,9 @@ class Generator {
                                               "b\\nb/tool",
                                               "b\nB\\\\tool",
                                               "x\xFFtool.exe",
+                                              "tool\\nb",
+                                              "TOOL\\\\/b",
+                                              "tool\nb",
                                               "x\xEF\xBF\xBDtool.exe"};
         return kPieces[random_() % std::size(kPieces)];
     }
