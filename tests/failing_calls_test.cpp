@@ -128,6 +128,18 @@ TEST_F(FailingCalls, AProgramThatCannotBeStarted) {
     EXPECT_EQ(boxes_.shown.size(), 1U) << "no box without a directory";
 }
 
+TEST_F(FailingCalls, ThePromptIsStartedHidden) {
+    Extension extension;
+    extension.Select({kShortcut});
+    CMINVOKECOMMANDINFO request = {};
+    extension.Menu().InvokeCommand(&request);
+    const auto process = layer::LastProcessRequest();
+    EXPECT_EQ(process.creationFlags, CREATE_NO_WINDOW);
+    EXPECT_EQ(process.startupFlags, STARTF_USESHOWWINDOW);
+    EXPECT_EQ(process.showWindow, SW_HIDE);
+    EXPECT_FALSE(process.inheritsHandles);
+}
+
 TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
     Extension extension;
     wchar_t help[40] = {};

@@ -69,6 +69,8 @@ TEST(FindIniValue, FollowsTheGrammar) {
         EXPECT_EQ(Narrow(found.value_or(L"")), Narrow(value == nullptr ? L"" : value))
             << Narrow(text);
     }
+    EXPECT_FALSE(FindIniValue(L"[S]\n;k=v", L"S", L";k"));
+    EXPECT_FALSE(FindIniValue(L"[S]\n#k=v", L"S", L"#k"));
     EXPECT_FALSE(FindIniValue(L"[S]\nk=v", L" ", L"k"));
     EXPECT_FALSE(FindIniValue(L"[]\nk=v", L"", L"k"));
     EXPECT_FALSE(FindIniValue(L"[S]\n=v", L"S", L""));

@@ -169,7 +169,7 @@ class Generator {
     std::wstring Path() {
         static const std::wstring kPaths[] = {
             L"a:\\tool.exe", L"\\\\s\\tool.exe", L"\u5DE5\u5177.exe", L"b\nb\\tool",
-            L"tool",         L"x\uFFFDtool.exe"};
+            L"tool",         L"tool\nb",         L"tool\\b",          L"x\uFFFDtool.exe"};
         return kPaths[random_() % std::size(kPaths)];
     }
 

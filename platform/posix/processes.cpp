@@ -12,6 +12,7 @@
 #include <cstring>
 #include <ctime>
 #include <iterator>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -21,12 +22,16 @@
 #include "layer/faults.h"
 #include "layer/host_file.h"
 #include "layer/kernel_object.h"
+#include "layer/shell_events.h"
 
 namespace {
 
 // Carries the command line to the new process as it was given; its arguments alone would not tell
 // how they were quoted.
 constexpr char kCommandLineVariable[] = "KELVARO_LAYER_COMMAND_LINE";
+
+std::mutex g_requestMutex;
+layer::ProcessRequest g_lastRequest = {};
 
 // A process, or its first thread: something to be closed. Nobody here waits for either.
 struct ProcessToken final : layer::KernelObject {};
@@ -151,7 +156,7 @@ std::wstring OwnCommandLine() {
 
 // NOLINTNEXTLINE(readability-non-const-parameter): the real one writes into its command line
 BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIBUTES* /*process*/,
-                    SECURITY_ATTRIBUTES* /*thread*/, BOOL /*inherit*/, DWORD /*flags*/,
+                    SECURITY_ATTRIBUTES* /*thread*/, BOOL inherit, DWORD flags,
                     LPVOID /*environment*/, LPCWSTR directory, STARTUPINFOW* startup,
                     PROCESS_INFORMATION* information) noexcept {
     const layer::Call call("CreateProcessW", ERROR_NOT_ENOUGH_MEMORY);
@@ -162,6 +167,10 @@ BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIB
     if (commandLine != nullptr && startup != nullptr && information != nullptr) {
         std::wstring current(MAX_PATH, L'\0');
         current.resize(GetCurrentDirectoryW(MAX_PATH, current.data()));
+        {
+            const std::lock_guard lock(g_requestMutex);
+            g_lastRequest = {flags, startup->dwFlags, startup->wShowWindow, inherit};
+        }
         error = StartCommandLine(commandLine, directory == nullptr ? current : directory);
     }
     if (error != ERROR_SUCCESS) {
@@ -172,6 +181,15 @@ BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIB
                     layer::Handles().Add<HANDLE>(std::make_shared<ProcessToken>()), 0, 0};
     return TRUE;
 }
+
+namespace layer {
+
+ProcessRequest LastProcessRequest() noexcept {
+    const std::lock_guard lock(g_requestMutex);
+    return g_lastRequest;
+}
+
+}  // namespace layer
 
 LPWSTR GetCommandLineW() noexcept {
     static std::wstring line = OwnCommandLine();

@@ -5,6 +5,8 @@
 #include "common/file.h"
 #include "console/console.h"
 #include "log/log.h"
+#include "menu/shortcut_target.h"
+#include "rightclick/explain.h"
 #include "rightclick/handler.h"
 #include "rightclick/library.h"
 #include "rightclick/menu_screen.h"
@@ -12,6 +14,7 @@
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
 #include "rightclick/ride.h"
+#include "rules/lock_lookup.h"
 #include "server/clsid.h"
 
 namespace rightclick {
@@ -91,6 +94,17 @@ int RightClick(const Options& options) {
     return outcome.item ? kOffered : kNothingOffered;
 }
 
+int Explain(const std::wstring& file) {
+    const std::wstring target = kelvaro::ResolveShortcutTarget(file);
+    if (target.empty()) {
+        console::Print(stdout, "There is no program behind " + console::Utf8(file) + ".\n");
+        return kNothingOffered;
+    }
+    const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
+    console::Print(stdout, ExplainLock(rules.View(), target));
+    return kOffered;
+}
+
 int Run(const Options& options) {
     if (!options.error.empty()) {
         return Complain(options.error + " (rightclick --help tells how)");
@@ -105,6 +119,8 @@ int Run(const Options& options) {
         case Action::registerLibrary:
         case Action::unregisterLibrary:
             return ChangeRegistration(options);
+        case Action::explain:
+            return Explain(options.files.front());
         case Action::ride:
             break;
     }

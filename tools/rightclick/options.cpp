@@ -10,6 +10,7 @@ const char* const kHelp =
     R"(rightclick - does what the desktop shell does when somebody right-clicks a file
 
 usage: rightclick [options] FILE...
+       rightclick --explain FILE
        rightclick --register LIBRARY | --unregister LIBRARY
 
 FILE... is one selection: Windows paths (C:\Apps\Tool.exe) or paths of this machine. The handler
@@ -23,6 +24,7 @@ that is registered for the first file's class is loaded, asked for its menu item
   --library FILE        ride this library instead of the registered one
   --log                 print the log lines that this ride added
   --json                print one JSON object
+  --explain             say which rule locks the program, or what keeps the nearest ones from it
   --register LIBRARY    make LIBRARY register itself
   --unregister LIBRARY  make LIBRARY remove its registration
   --help, --version
@@ -57,8 +59,9 @@ class Parser {
         while (options_.error.empty() && at_ < arguments_.size()) {
             TakeOne(arguments_[at_++]);
         }
-        const bool needsFile = options_.action == Action::ride && options_.error.empty();
-        if (needsFile && options_.files.empty()) {
+        const bool needsFile =
+            options_.action == Action::ride || options_.action == Action::explain;
+        if (needsFile && options_.error.empty() && options_.files.empty()) {
             options_.error = "which file?";
         }
         return std::move(options_);
@@ -82,6 +85,8 @@ class Parser {
             options_.action = Action::version;
         } else if (name == L"--choose") {
             options_.choose = true;
+        } else if (name == L"--explain") {
+            options_.action = Action::explain;
         } else if (name == L"--popup") {
             options_.popup = true;
         } else if (name == L"--json") {

@@ -8,7 +8,7 @@
 
 namespace rightclick {
 
-enum class Action { ride, registerLibrary, unregisterLibrary, help, version };
+enum class Action { ride, explain, registerLibrary, unregisterLibrary, help, version };
 
 // What the command line asks for.
 struct Options {

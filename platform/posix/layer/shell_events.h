@@ -10,6 +10,15 @@ namespace layer {
 // How often the shell was told that handler associations changed.
 size_t AssociationChanges() noexcept;
 
+// How the last process was asked for.
+struct ProcessRequest {
+    DWORD creationFlags;
+    DWORD startupFlags;
+    WORD showWindow;
+    BOOL inheritsHandles;
+};
+ProcessRequest LastProcessRequest() noexcept;
+
 // A message box as a program asked for it.
 struct MessageBox {
     HWND owner;

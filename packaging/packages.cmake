@@ -1,0 +1,38 @@
+# What the archives hold: the extension, and its symbols in one of their own.
+install(TARGETS KelvaroShellExt RUNTIME DESTINATION . COMPONENT extension)
+install(
+  FILES packaging/register.cmd packaging/unregister.cmd
+  DESTINATION .
+  COMPONENT extension)
+install(
+  DIRECTORY lang/
+  DESTINATION Lang
+  COMPONENT extension
+  FILES_MATCHING
+  PATTERN "*.ini")
+# Statically linked: the compiler's run-time library and the start-up code of MinGW-w64.
+foreach(linked IN ITEMS gcc-mingw-w64-base mingw-w64-common)
+  install(
+    FILES "/usr/share/doc/${linked}/copyright"
+    DESTINATION licences
+    RENAME "${linked}.txt"
+    COMPONENT extension)
+endforeach()
+install(
+  FILES "$<TARGET_FILE:KelvaroShellExt>.debug"
+  DESTINATION .
+  COMPONENT symbols)
+
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_NAME KelvaroShellExt)
+set(CPACK_PACKAGE_VENDOR Vorandel)
+set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
+set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY OFF)
+set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF)
+set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_GROUPING IGNORE)
+set(CPACK_COMPONENTS_ALL extension symbols)
+set(CPACK_ARCHIVE_EXTENSION_FILE_NAME "KelvaroShellExt-${PROJECT_VERSION}-win64")
+set(CPACK_ARCHIVE_SYMBOLS_FILE_NAME "KelvaroShellExt-${PROJECT_VERSION}-win64-symbols")
+set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/reproducible.cmake")
+include(CPack)
