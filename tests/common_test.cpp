@@ -46,6 +46,9 @@ TEST(Path, JoinsWithOneSeparator) {
                  {L"C:\\", L"C:\\x"},
                  {L"C:/", L"C:/x"},
                  {L"C:", L"C:x"},
+                 {L"1:", L"1:\\x"},
+                 {L"{:", L"{:\\x"},
+                 {L"@:", L"@:\\x"},
                  {L"", L"x"},
                  {L"\\\\server", L"\\\\server\\x"}};
     for (const auto& [directory, joined] : cases) {
@@ -64,6 +67,10 @@ TEST(Path, ParentNeverLosesTheRoot) {
         {L"C:/x.dll", L"C:/"},
         {L"C:\\", L"C:\\"},
         {L"C:x.dll", L"C:"},
+        {L"z:x.dll", L"z:"},
+        {L"1:x.dll", L""},
+        {L"\\\\", L"\\\\"},
+        {L"\\\\\\x", L"\\\\\\"},
         {L"x.dll", L""},
         {L"", L""},
         {L"\\x.dll", L"\\"},

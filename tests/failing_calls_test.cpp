@@ -203,6 +203,22 @@ TEST_F(FailingCalls, RegistrationFallsBackToTheMachine) {
     }
 }
 
+TEST_F(FailingCalls, RemovalTakesTheHandlersBeforeTheClass) {
+    for (size_t removals = 0; removals <= 3; ++removals) {
+        DeleteFileW(L"C:\\registry.reg");
+        EXPECT_EQ(DllRegisterServer(), S_OK);
+        const FailingCall failing("RegDeleteTreeW", ERROR_ACCESS_DENIED, removals);
+        EXPECT_EQ(DllUnregisterServer(), S_OK);
+        const std::string registry = Read(L"C:\\registry.reg");
+        size_t removed = 0;
+        for (const char* const key : {"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro]",
+                                      "lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro]",
+                                      "CLSID\\{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}]"}) {
+            EXPECT_EQ(registry.find(key) == std::string::npos, removed++ < removals) << key;
+        }
+    }
+}
+
 TEST_F(FailingCalls, RegistrationWithoutPathOrIdentifier) {
     DeleteFileW(L"C:\\registry.reg");
     {

@@ -56,10 +56,12 @@ TEST(Report, SaysTheSameForPeopleAndPrograms) {
     outcome.query = 1;
     outcome.item = {L"Lock", L"verb", L"Help"};
     outcome.invoke = E_FAIL;
-    EXPECT_EQ(ReportAsText(options, outcome, {"a note", {"line"}}),
+    EXPECT_EQ(ReportAsText(options, outcome, {"a note", false, {"line"}}),
               "C:\\\xE5\xB7\xA5\"\t.exe\n  note    a note\n  item    Lock\n  verb    verb\n"
               "  help    Help\n  chosen  0x80004005 (E_FAIL: failed)\n  log     line\n");
-    EXPECT_EQ(ReportAsJson(options, outcome, {"", {"line"}}),
+    EXPECT_NE(ReportAsText(options, outcome, {"", true, {}}).find("\033[1;32mLock\033[0m"),
+              std::string::npos);
+    EXPECT_EQ(ReportAsJson(options, outcome, {"", false, {"line"}}),
               "{\"files\": [\"C:\\\\\xE5\xB7\xA5\\\"\\u0009.exe\"], \"offered\": true, "
               "\"text\": \"Lock\", \"verb\": \"verb\", \"help\": \"Help\", "
               "\"selection\": \"drop list\", "

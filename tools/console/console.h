@@ -19,4 +19,7 @@ std::wstring FromLatin1(std::string_view bytes);
 // Writes `text` to a stream of the program as UTF-8, line feeds as they are.
 void Print(std::FILE* stream, std::string_view text);
 
+// Whether `stream` is a terminal that understands colours; it is made ready for them then.
+bool IsTerminal(std::FILE* stream);
+
 }  // namespace console

@@ -2,6 +2,8 @@
 
 #include <objbase.h>
 
+#include <cstdlib>
+
 #include "common/file.h"
 #include "console/console.h"
 #include "log/log.h"
@@ -79,6 +81,7 @@ int RightClick(const Options& options) {
         return Complain("--popup needs the Windows program and a screen");
     }
     Surroundings surroundings;
+    surroundings.colour = std::getenv("NO_COLOR") == nullptr && console::IsTerminal(stdout);
     const auto handler = ChooseHandler(options, surroundings.note);
     if (!handler) {
         return Complain(

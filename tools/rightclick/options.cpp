@@ -29,6 +29,10 @@ that is registered for the first file's class is loaded, asked for its menu item
   --unregister LIBRARY  make LIBRARY remove its registration
   --help, --version
 
+The JSON object has: files, offered, then text, verb and help (or reason), selection (who made the
+data object), load, initialize, query and invoke (results in hex, as far as it came), unloadable, log
+(with --log) and note. Colours are for terminals only, and not where NO_COLOR is set.
+
 exit status: 0 an item was offered (or the registration succeeded), 1 none was, 2 wrong usage or
 nothing registered
 )";

@@ -56,19 +56,26 @@ std::string Reason(const Outcome& outcome) {
 
 std::string ReportAsText(const Options& options, const Outcome& outcome,
                          const Surroundings& surroundings) {
+    constexpr const char* kBold = "1";
+    constexpr const char* kGreen = "1;32";
+    constexpr const char* kRed = "1;31";
+    constexpr const char* kGrey = "2";
+    const auto paint = [&surroundings](const char* colour, const std::string& text) {
+        return surroundings.colour ? "\033[" + std::string(colour) + "m" + text + "\033[0m" : text;
+    };
     std::string text;
     for (const std::wstring& file : options.files) {
-        text += Utf8(file) + "\n";
+        text += paint(kBold, Utf8(file)) + "\n";
     }
     if (!surroundings.note.empty()) {
         text += "  note    " + surroundings.note + "\n";
     }
     if (outcome.item) {
-        text += "  item    " + Utf8(outcome.item->text) + "\n";
+        text += "  item    " + paint(kGreen, Utf8(outcome.item->text)) + "\n";
         text += "  verb    " + Utf8(outcome.item->verb) + "\n";
         text += "  help    " + Utf8(outcome.item->help) + "\n";
     } else {
-        text += "  no item " + Reason(outcome) + "\n";
+        text += "  " + paint(kRed, "no item") + " " + Reason(outcome) + "\n";
     }
     if (outcome.invoke) {
         text += "  chosen  " + DescribeResult(*outcome.invoke) + "\n";
@@ -77,7 +84,7 @@ std::string ReportAsText(const Options& options, const Outcome& outcome,
         text += "  warning the library says that it is still in use\n";
     }
     for (const std::string& line : surroundings.logLines) {
-        text += "  log     " + line + "\n";
+        text += "  log     " + paint(kGrey, line) + "\n";
     }
     return text;
 }

@@ -11,6 +11,7 @@ namespace rightclick {
 // What the report says beside the outcome.
 struct Surroundings {
     std::string note;                   // a word about how the handler was found; may be empty
+    bool colour = false;                // for a terminal
     std::vector<std::string> logLines;  // that this ride added, in UTF-8; only on request
 };
 
