@@ -13,6 +13,7 @@
 #include "common/owners.h"
 #include "common/path.h"
 #include "layer/faults.h"
+#include "layer/resources.h"
 #include "menu/shell_ext.h"
 #include "rightclick/drop_list.h"
 #include "rule_files.h"
@@ -149,7 +150,9 @@ void Measure(benchmark::State& state, Work work) {
     work(*selection.Get());
     state.counters["allocations"] = static_cast<double>(CountAllocations().count);
     const layer::FailingNthCall counting({});
+    const size_t readBefore = layer::BytesRead();
     work(*selection.Get());
+    state.counters["bytes read"] = static_cast<double>(layer::BytesRead() - readBefore);
     state.counters["platform calls"] = static_cast<double>(counting.CallsMade());
     state.counters["file opens"] = static_cast<double>(counting.CallsOf("CreateFileW"));
 }

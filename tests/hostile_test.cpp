@@ -11,6 +11,9 @@
 #ifndef _WIN32
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <atomic>
+#include <thread>
 #endif
 
 namespace kelvaro {
@@ -108,6 +111,27 @@ TEST_F(Hostile, ShortcutsWithLengthsThatLie) {
 }
 
 #ifndef _WIN32
+
+// Whatever is read of a file that changes meanwhile, something is answered.
+TEST_F(Hostile, FilesThatAreCutWhileTheyAreRead) {
+    std::atomic<bool> done = false;
+    std::thread writer([&done] {
+        const auto native = world::NativePath(kRules);
+        std::string large = kRule;
+        large.resize(size_t{4} << 20, ' ');
+        while (!done) {
+            Write(kRules, large);
+            EXPECT_EQ(truncate(native.c_str(), 10), 0);
+        }
+    });
+    for (int ride = 0; ride < 300; ++ride) {
+        IsTargetLocked(kTool);
+    }
+    done = true;
+    writer.join();
+    WriteRules(kRule);
+    EXPECT_TRUE(IsTargetLocked(kTool));
+}
 
 // Only the host can make files of holes and links in circles without rights of an administrator.
 TEST_F(Hostile, FilesOfTwoGibibytes) {

@@ -53,6 +53,7 @@ TEST_F(Launch, TellsTheUserThatNoProgramIsThere) {
                                    "C:\\Program Files\\Kelvaro"}));
     if (MessageBoxes::kCanSee) {
         EXPECT_EQ(boxes_.shown, (Strings{"Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe."}));
+        EXPECT_EQ(boxes_.logged, Messages()) << "the log first: a box may stay for long";
     }
 }
 
@@ -65,6 +66,7 @@ TEST_F(Launch, TellsTheUserThatAProgramCannotBeStarted) {
               (Strings{Started("KelvaroAuthPrompt.exe"), "CreateProcess failed gle=5"}));
     if (MessageBoxes::kCanSee) {
         EXPECT_EQ(boxes_.shown, (Strings{"Kel: No {product}"}));
+        EXPECT_EQ(boxes_.logged, (Strings{"CreateProcess failed gle=5"}));
     }
 }
 

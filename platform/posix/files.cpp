@@ -186,6 +186,7 @@ BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
     if (got < 0) {
         return Answer(ErrorFromErrno(errno));
     }
+    layer::CountBytesRead(static_cast<size_t>(got));
     if (read != nullptr) {
         *read = static_cast<DWORD>(got);
     }

@@ -14,5 +14,7 @@ class MessageBoxes {
 
     // "caption: text", with the style in hex and the owner behind where they are not as expected.
     std::vector<std::string> shown;
+    // The last message that was in the log when each of them came up.
+    std::vector<std::string> logged;
     static const bool kCanSee;
 };

@@ -10,6 +10,7 @@
 #include "layer/encoding.h"
 #include "layer/resources.h"
 #include "layer/shell_events.h"
+#include "support/fixture.h"
 #include "support/message_boxes.h"
 #include "support/small_stack.h"
 #include "support/world.h"
@@ -109,6 +110,8 @@ MessageBoxes::MessageBoxes() {
             line += " owner=" + std::to_string(reinterpret_cast<uintptr_t>(box.owner));
         }
         shown.push_back(line);
+        const std::vector<std::string> messages = DriveTest::Messages();
+        logged.push_back(messages.empty() ? "" : messages.back());
     });
 }
 

@@ -16,6 +16,10 @@ void CountResource(Resource kind, int change) noexcept;
 // What is held now, in words ("2 handle, 1 key"); empty when nothing is.
 std::string HeldResources();
 
+// How many bytes of files the process has read through the layer.
+size_t BytesRead() noexcept;
+void CountBytesRead(size_t bytes) noexcept;
+
 // Objects known to their users by address, so that a handle which is none is found out.
 template <class Object, Resource kind>
 class ObjectTable {
