@@ -48,6 +48,8 @@ TEST(FindIniValue, FollowsTheGrammar) {
         {L"[S]\nk=one\\ntwo", L"one\\ntwo"},
         {L"[S]\n;k=a\n#k=b\n  ; k=c\nk=d", L"d"},
         {L"[S]\nk=", L""},
+        {L"[S]\nk=v]\nk=w", L"v]"},
+        {L"[S]\n[x=1\nk=v", L"v"},
         {L"[S]\nk=first\nk=second", L"first"},
         {L"[S]\nx=1\n[T]\nk=wrong\n[s]\nk=right", L"right"},
         {L"[S]\n\n   \nno entry\nk=v", L"v"},
