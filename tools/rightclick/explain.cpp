@@ -149,7 +149,10 @@ std::string ExplainLock(std::string_view rules, const std::wstring& target) {
         const bool locks = piece->isFlatObject && kelvaro::IsRuleFor(piece->text, canonical) &&
                            kelvaro::ExtractBoolField(piece->text, "enabled", true);
         if (locks) {
-            return program + " is locked:\n" + notes + InLine(piece->line, "this rule locks it");
+            return std::string(program)
+                .append(" is locked:\n")
+                .append(notes)
+                .append(InLine(piece->line, "this rule locks it"));
         }
         notes += ExplainPiece(*piece, canonical);
     }
