@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "rightclick/data_object.h"
 #include "rightclick/drop_list.h"
 #include "support/extension.h"
 #include "support/fixture.h"
@@ -12,24 +13,10 @@ using Strings = std::vector<std::string>;
 constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
 
 // A data object whose one answer the test decides.
-class OneAnswer final : public IDataObject {
+class OneAnswer final : public rightclick::DataObject {
   public:
-    OneAnswer(HRESULT result, HGLOBAL memory) : result_(result), memory_(memory) {}
-    OneAnswer(const OneAnswer&) = delete;
-    OneAnswer& operator=(const OneAnswer&) = delete;
+    OneAnswer(HRESULT result, HGLOBAL memory) : result_(result), memory_(memory) { ++alive; }
 
-    STDMETHODIMP QueryInterface(REFIID, void** ppv) noexcept override {
-        *ppv = nullptr;
-        return E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() noexcept override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
     STDMETHODIMP GetData(FORMATETC* format, STGMEDIUM* medium) noexcept override {
         EXPECT_EQ(format->cfFormat, CF_HDROP);
         EXPECT_EQ(format->ptd, nullptr);
@@ -47,25 +34,12 @@ class OneAnswer final : public IDataObject {
         }
         return result_;
     }
-    STDMETHODIMP GetDataHere(FORMATETC*, STGMEDIUM*) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP QueryGetData(FORMATETC*) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP GetCanonicalFormatEtc(FORMATETC*, FORMATETC*) noexcept override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP SetData(FORMATETC*, STGMEDIUM*, BOOL) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP EnumFormatEtc(DWORD, IEnumFORMATETC**) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP DAdvise(FORMATETC*, DWORD, IAdviseSink*, DWORD*) noexcept override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP DUnadvise(DWORD) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP EnumDAdvise(IEnumSTATDATA**) noexcept override { return E_NOTIMPL; }
 
     static int alive;
 
   private:
-    ~OneAnswer() { --alive; }
+    ~OneAnswer() override { --alive; }
 
-    ULONG references_ = (++alive, 1);
     HRESULT result_;
     HGLOBAL memory_;
 };

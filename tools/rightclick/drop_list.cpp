@@ -2,36 +2,17 @@
 
 #include <shlobj.h>
 
-#include <atomic>
 #include <cstring>
 #include <new>
+
+#include "rightclick/data_object.h"
 
 namespace rightclick {
 namespace {
 
-class DropListObject final : public IDataObject {
+class DropListObject final : public DataObject {
   public:
     explicit DropListObject(std::vector<std::wstring> files) : files_(std::move(files)) {}
-    DropListObject(const DropListObject&) = delete;
-    DropListObject& operator=(const DropListObject&) = delete;
-
-    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) noexcept override {
-        if (riid != IID_IUnknown && riid != IID_IDataObject) {
-            *ppv = nullptr;
-            return E_NOINTERFACE;
-        }
-        *ppv = this;
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() noexcept override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
 
     STDMETHODIMP GetData(FORMATETC* format, STGMEDIUM* medium) noexcept override {
         *medium = {};
@@ -53,22 +34,7 @@ class DropListObject final : public IDataObject {
         return offered ? S_OK : DV_E_FORMATETC;
     }
 
-    STDMETHODIMP GetDataHere(FORMATETC*, STGMEDIUM*) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP GetCanonicalFormatEtc(FORMATETC*, FORMATETC*) noexcept override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP SetData(FORMATETC*, STGMEDIUM*, BOOL) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP EnumFormatEtc(DWORD, IEnumFORMATETC**) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP DAdvise(FORMATETC*, DWORD, IAdviseSink*, DWORD*) noexcept override {
-        return OLE_E_ADVISENOTSUPPORTED;
-    }
-    STDMETHODIMP DUnadvise(DWORD) noexcept override { return OLE_E_ADVISENOTSUPPORTED; }
-    STDMETHODIMP EnumDAdvise(IEnumSTATDATA**) noexcept override { return OLE_E_ADVISENOTSUPPORTED; }
-
   private:
-    ~DropListObject() = default;
-
-    std::atomic<ULONG> references_ = 1;
     std::vector<std::wstring> files_;
 };
 
