@@ -160,6 +160,7 @@ class FailingImports : public DriveTest {
     }
 
     static size_t Ride(const Exports& exports, size_t failing) {
+        DeleteFileW(kLog);
         RemoveDirectoryW(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs");
         g_calls = 0;
         g_failing = failing;
@@ -168,24 +169,33 @@ class FailingImports : public DriveTest {
     }
 };
 
+constexpr wchar_t kPrompt[] = L"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe";
+
+// Every call of one import made to fail in turn; how many there were.
+size_t FailEach(const rightclick::Library& library, const Import& import) {
+    const ScopedImport stub(library.Handle(), import);
+    const Exports exports = FailingImports::ExportsOf(library);
+    const size_t calls = FailingImports::Ride(exports, SIZE_MAX);
+    EXPECT_GT(calls, 0U) << import.name;
+    for (size_t call = 0; call < calls; ++call) {
+        FailingImports::Ride(exports, call);
+    }
+    return calls;
+}
+
 TEST_F(FailingImports, EachCallInTurn) {
     const rightclick::Library library(std::wstring(kApplication) + L"\\KelvaroShellExt.dll");
     ASSERT_TRUE(library.IsLoaded());
-    const Exports exports = ExportsOf(library);
     size_t points = 0;
     for (const Import& import : kImports) {
-        const ScopedImport stub(library.Handle(), import);
-        DeleteFileW(kLog);
-        const size_t calls = Ride(exports, SIZE_MAX);
-        EXPECT_GT(calls, 0U) << import.name;
-        for (size_t call = 0; call < calls; ++call) {
-            DeleteFileW(kLog);
-            Ride(exports, call);
-        }
-        points += calls;
+        points += FailEach(library, import);
     }
-    DeleteFileW(kLog);
-    Ride(exports, SIZE_MAX);
+    // Memory once more, with a prompt that starts and without any.
+    Copy(L"C:\\windows\\system32\\hostname.exe", kPrompt);
+    points += FailEach(library, kImports[0]);
+    DeleteFileW(kPrompt);
+    points += FailEach(library, kImports[0]);
+    Ride(ExportsOf(library), SIZE_MAX);
     EXPECT_NE(Messages()[0].find("locked=1"), std::string::npos) << "the next ride works";
     std::printf("%zu calls of %zu imports were made to fail\n", points, std::size(kImports));
 }
