@@ -26,6 +26,8 @@ TEST(Explain, NamesTheRuleOrWhatIsWrongWithIt) {
         {R"({"type":"exe","target":"C:\\Old\\Tool.exe"})", "another path, c:\\old\\tool.exe"},
         {R"({"type":"exe","target":"%ProgramFiles%\\Tool.exe"})", "nothing is expanded"},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe","options":{}})", "a brace inside"},
+        {R"({"type":"exe","target":"C:\\Apps\\Tool.exe")", "no brace closes it"},
+        {R"("type":"exe","target":"C:\\Apps\\Tool.exe"})", "no brace opens it"},
     };
     for (const auto& [rules, expected] : cases) {
         const std::string text = ExplainLock(rules, L"C:\\Apps\\Tool.exe");

@@ -22,8 +22,13 @@ using kelvaro::NormalizePath;
 // A run of bytes between two braces, or between a brace and the file's beginning or end.
 struct Piece {
     std::string_view text;
-    bool isFlatObject;  // between an opening and a closing brace
+    bool opened;  // by an opening brace before it
+    bool closed;  // by a closing brace behind it
+    bool first;   // in the file
+    bool last;
     size_t line;
+
+    bool IsFlatObject() const { return opened && closed; }
 };
 
 std::optional<Piece> NextPiece(std::string_view rules, size_t& at) {
@@ -38,8 +43,9 @@ std::optional<Piece> NextPiece(std::string_view rules, size_t& at) {
     const size_t first = at + std::min(text.find_first_not_of(" \t\r\n"), text.size());
     const auto line =
         1 + std::count(rules.begin(), rules.begin() + static_cast<ptrdiff_t>(first), '\n');
+    const bool firstPiece = at == 0;
     at = end + 1;
-    return Piece{text, opened && closed, static_cast<size_t>(line)};
+    return Piece{text, opened, closed, firstPiece, end == rules.size(), static_cast<size_t>(line)};
 }
 
 std::wstring TargetOf(std::string_view text) {
@@ -113,15 +119,23 @@ bool IsUtf16(std::string_view rules) {
     return rules.starts_with("\xFF\xFE") || rules.starts_with("\xFE\xFF");
 }
 
+// Why a piece that reads like a rule is none.
+const char* WhatIsMissing(const Piece& piece) {
+    if (piece.first) {
+        return "a rule for it is not seen, because no brace opens it";
+    }
+    if (piece.last) {
+        return "a rule for it is not seen, because no brace closes it";
+    }
+    return "a rule for it is not seen, because there is a brace inside (an object in the rule, or "
+           "a "
+           "brace in a text)";
+}
+
 std::string ExplainPiece(const Piece& piece, std::wstring_view canonical) {
-    if (!piece.isFlatObject) {
+    if (!piece.IsFlatObject()) {
         const bool named = NormalizePath(TargetOf(piece.text)) == canonical;
-        return named
-                   ? InLine(
-                         piece.line,
-                         "a rule for it is not seen, because there is a brace inside (an object in "
-                         "the rule, or a brace in a text)")
-                   : std::string();
+        return named ? InLine(piece.line, WhatIsMissing(piece)) : std::string();
     }
     if (kelvaro::IsRuleFor(piece.text, canonical)) {
         return InLine(piece.line, "a rule for it is switched off (\"enabled\" is false)");
@@ -145,8 +159,8 @@ std::string ExplainLock(std::string_view rules, const std::wstring& target) {
     size_t at = 0;
     size_t objects = 0;
     while (const auto piece = NextPiece(rules, at)) {
-        objects += piece->isFlatObject ? 1 : 0;
-        const bool locks = piece->isFlatObject && kelvaro::IsRuleFor(piece->text, canonical) &&
+        objects += piece->IsFlatObject() ? 1 : 0;
+        const bool locks = piece->IsFlatObject() && kelvaro::IsRuleFor(piece->text, canonical) &&
                            kelvaro::ExtractBoolField(piece->text, "enabled", true);
         if (locks) {
             return std::string(program)
