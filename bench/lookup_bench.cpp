@@ -106,7 +106,7 @@ void Register() {
     };
     for (const std::string name : {"10", "1000", "100000", "1000000", "100000 alike", "one object",
                                    "opening braces", "bare keys", "escapes"}) {
-        const int rules = std::atoi(name.c_str());
+        const int rules = name[0] >= '0' && name[0] <= '9' ? std::stoi(name) : 0;
         const std::string prefix = "lookup/" + name + "/";
         for (const Engine& engine : Engines()) {
             if (rules > 0 ? rules <= engine.mostRules : engine.awkward) {
