@@ -89,6 +89,8 @@ TEST_F(LockLookup, PathsOfAnyScriptAndLength) {
         {L"C:\\\xD83D\xDE00.exe", "C:\\\\\xF0\x9F\x98\x80.exe"},
         {L"a", "A"},
         {L"a\\b\\c", "a/b/c"},
+        {L"C:\\tool\\b", "c:/TOOL/b"},
+        {L"\\\\tool\\b", "//tool\\/b"},
         {L"\u00C4.exe", "\xC3\x84.exe"},
         {L"C:\\with\nline.exe", "C:\\\\with\\nline.exe"},
     };
