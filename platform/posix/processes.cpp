@@ -233,10 +233,6 @@ DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept {
     return static_cast<DWORD>(path.size());
 }
 
-DWORD GetCurrentProcessId() noexcept {
-    return static_cast<DWORD>(getpid());
-}
-
 void Sleep(DWORD milliseconds) noexcept {
     const timespec duration = {static_cast<time_t>(milliseconds / 1000),
                                static_cast<long>(milliseconds % 1000) * 1'000'000};

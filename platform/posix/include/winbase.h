@@ -109,7 +109,6 @@ BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept;
 BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* security) noexcept;
 BOOL RemoveDirectoryW(LPCWSTR name) noexcept;
 BOOL DeleteFileW(LPCWSTR name) noexcept;
-BOOL CopyFileW(LPCWSTR from, LPCWSTR to, BOOL failIfExists) noexcept;
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept;
 DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept;
 DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* filePart) noexcept;
@@ -124,7 +123,6 @@ BOOL CreateProcessW(LPCWSTR application, LPWSTR commandLine, SECURITY_ATTRIBUTES
                     SECURITY_ATTRIBUTES* thread, BOOL inherit, DWORD flags, LPVOID environment,
                     LPCWSTR directory, STARTUPINFOW* startup,
                     PROCESS_INFORMATION* information) noexcept;
-DWORD GetCurrentProcessId() noexcept;
 LPWSTR GetCommandLineW() noexcept;
 void Sleep(DWORD milliseconds) noexcept;
 
