@@ -1,8 +1,8 @@
 // Whatever path Windows allows is one argument of the prompt, and the same.
 
 #include "input.h"
+#include "internal/command_line.h"
 #include "launch/launch_toggle.h"
-#include "layer/command_line.h"
 
 namespace {
 

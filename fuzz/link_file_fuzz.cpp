@@ -1,7 +1,7 @@
 // No bytes of a shortcut lead the layer's reader outside of them.
 
 #include "input.h"
-#include "layer/link_file.h"
+#include "internal/link_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto target = layer::ReadLinkFile(fuzz::Bytes(data, size));

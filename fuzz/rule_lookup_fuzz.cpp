@@ -3,7 +3,7 @@
 #include <iterator>
 
 #include "input.h"
-#include "rule_oracle.h"
+#include "oracle/rule_oracle.h"
 #include "rules/lock_lookup.h"
 #include "rules/rule_fields.h"
 

@@ -1,7 +1,7 @@
 #include <objbase.h>
 
 #include "rightclick/library.h"
-#include "rightclick/ride.h"
+#include "rightclick/right_click.h"
 #include "support/fixture.h"
 #include "support/prompt.h"
 

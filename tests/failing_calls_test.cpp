@@ -1,15 +1,15 @@
 #include <algorithm>
 #include <map>
 
-#include "layer/faults.h"
-#include "layer/shell_events.h"
 #include "registration/registration.h"
 #include "rules/lock_lookup.h"
+#include "support/every_entry_point.h"
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/message_boxes.h"
 #include "support/prompt.h"
-#include "support/whole_ride.h"
+#include "testing/failing_calls.h"
+#include "testing/shell_events.h"
 
 STDAPI DllRegisterServer();
 STDAPI DllUnregisterServer();

@@ -10,8 +10,8 @@
 #include <cstring>
 
 #include "rightclick/library.h"
+#include "support/every_entry_point.h"
 #include "support/fixture.h"
-#include "support/whole_ride.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "layer/link_file.h"
+#include "internal/link_file.h"
 
 #include <random>
 

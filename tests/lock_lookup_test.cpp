@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "rule_oracle.h"
+#include "oracle/rule_oracle.h"
 #include "rules/path_normalizer.h"
 #include "rules/rule_fields.h"
 #include "support/fixture.h"

@@ -9,7 +9,7 @@
 #include "common/path.h"
 #include "registration/registration.h"
 #include "rightclick/library.h"
-#include "rightclick/ride.h"
+#include "rightclick/right_click.h"
 #include "server/clsid.h"
 #include "support/fixture.h"
 #include "support/prompt.h"

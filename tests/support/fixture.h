@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "console/console.h"
-#include "support/world.h"
+#include "support/platform.h"
 
 // Text in a failed expectation, readable in both worlds.
 inline std::string Narrow(std::wstring_view text) {

@@ -15,7 +15,7 @@
 #include "rightclick/options.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
-#include "rightclick/ride.h"
+#include "rightclick/right_click.h"
 #include "rules/lock_lookup.h"
 #include "server/clsid.h"
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "rightclick/options.h"
-#include "rightclick/ride.h"
+#include "rightclick/right_click.h"
 
 namespace rightclick {
 

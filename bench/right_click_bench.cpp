@@ -1,0 +1,174 @@
+// How long the shell waits for one menu, beside the same platform calls made bare; and the cost in
+// allocations, opened files and bytes read.
+
+#include <benchmark/benchmark.h>
+#include <windows.h>
+
+#include <shlobj.h>
+#include <shlwapi.h>
+
+#include <cstring>
+
+#include "allocations.h"
+#include "common/owners.h"
+#include "common/path.h"
+#include "menu/shell_ext.h"
+#include "rightclick/drop_list.h"
+#include "rule_files.h"
+#include "support/extension.h"
+#include "support/fixture.h"
+#include "testing/failing_calls.h"
+#include "testing/resources.h"
+
+namespace bench {
+namespace {
+
+using kelvaro::ComPtr;
+
+constexpr int kRuleCount = 40;
+
+// An application with an ordinary rule file and the shipped texts.
+class Application : public DriveTest {
+  public:
+    Application() {
+        InstallLibrary();
+        Copy(world::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\English.ini",
+             std::wstring(kApplication) + L"\\Lang\\English.ini");
+        WriteRules(OrdinaryFile(kRuleCount));
+        Write(kLog, "");
+        SetLocale(L"en-US");
+    }
+    void TestBody() override {}
+};
+
+void Ride(IDataObject& selection) {
+    ComPtr<IShellExtInit> object;
+    ComPtr<IContextMenu> menu;
+    kelvaro::CreateShellExt(IID_IShellExtInit, object.Receive());
+    object->Initialize(nullptr, &selection, nullptr);
+    object->QueryInterface(IID_IContextMenu, menu.Receive());
+    const ScopedMenu popup;
+    menu->QueryContextMenu(popup.Handle(), 0, 1, 9, CMF_NORMAL);
+    wchar_t help[128] = {};
+    menu->GetCommandString(0, GCS_HELPTEXTW, nullptr, reinterpret_cast<LPSTR>(help), 128);
+    benchmark::DoNotOptimize(help);
+}
+
+// The platform calls of the ride above, in its order, with buffers that are there already.
+class BareCalls {
+  public:
+    void Make(IDataObject& selection) {
+        Select(selection);
+        ReadFileInto(DriveTest::kRules);
+        AppendLine();
+        const ScopedMenu popup;
+        LoadText();
+        LoadText();
+        InsertMenuW(popup.Handle(), 0, MF_BYPOSITION | MF_STRING, 1, L"Lock with Vorandel Kelvaro");
+        AppendLine();
+        LoadText();
+        LoadText();
+        lstrcpynW(text_, L"Lock or unlock this program with Vorandel Kelvaro", kCapacity);
+    }
+
+  private:
+    static constexpr int kCapacity = 8192;
+
+    void Select(IDataObject& selection) {
+        FORMATETC format = {CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
+        STGMEDIUM medium = {};
+        selection.GetData(&format, &medium);
+        GlobalLock(medium.hGlobal);
+        auto* const drop = reinterpret_cast<HDROP>(medium.hGlobal);
+        DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0);
+        DragQueryFileW(drop, 0, text_, MAX_PATH);
+        GlobalUnlock(medium.hGlobal);
+        ReleaseStgMedium(&medium);
+        PathMatchSpecW(text_, L"*.exe");
+        PathMatchSpecW(text_, L"*.exe");
+    }
+
+    DWORD ReadFileInto(const wchar_t* path) {
+        const HANDLE file = CreateFileW(path, GENERIC_READ, 7, nullptr, OPEN_EXISTING, 0, nullptr);
+        LARGE_INTEGER size = {};
+        GetFileSizeEx(file, &size);
+        DWORD read = 0;
+        ReadFile(file, bytes_, static_cast<DWORD>(size.QuadPart), &read, nullptr);
+        CloseHandle(file);
+        return read;
+    }
+
+    static void AppendLine() {
+        SYSTEMTIME now = {};
+        GetLocalTime(&now);
+        const HANDLE file =
+            CreateFileW(DriveTest::kLog, FILE_APPEND_DATA, 7, nullptr, OPEN_ALWAYS, 0, nullptr);
+        DWORD written = 0;
+        constexpr char kLine[] = "[2026-11-24 12:00:00] QueryContextMenu add item locked=0\r\n";
+        WriteFile(file, kLine, sizeof kLine - 1, &written, nullptr);
+        CloseHandle(file);
+    }
+
+    void AskLocale() {
+        HKEY key = nullptr;
+        RegOpenKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, KEY_READ, &key);
+        DWORD type = 0;
+        DWORD size = 64 * sizeof(wchar_t);
+        RegQueryValueExW(key, L"UILocale", nullptr, &type, reinterpret_cast<BYTE*>(text_), &size);
+        RegCloseKey(key);
+    }
+
+    void LoadText() {
+        GetModuleFileNameW(nullptr, text_, MAX_PATH);
+        AskLocale();
+        GetFileAttributesW(
+            L"C:\\Program Files\\Kelvaro\\Lang_Harrowdelle_SpecialOffer\\English.ini");
+        AskLocale();
+        GetFileAttributesW(L"C:\\Program Files\\Kelvaro\\Lang\\English.ini");
+        AskLocale();
+        const DWORD read = ReadFileInto(L"C:\\Program Files\\Kelvaro\\Lang\\English.ini");
+        MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes_, static_cast<int>(read), nullptr,
+                            0);
+        MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes_, static_cast<int>(read), text_,
+                            kCapacity);
+    }
+
+    char bytes_[65536] = {};
+    wchar_t text_[kCapacity] = {};
+};
+
+template <class Work>
+void Measure(benchmark::State& state, Work work) {
+    const Application application;
+    ComPtr<IDataObject> selection;
+    *selection.Receive() = rightclick::MakeDropListObject({kProgram});
+    work(*selection.Get());
+    for (auto _ : state) {
+        work(*selection.Get());
+    }
+    ResetAllocations();
+    work(*selection.Get());
+    state.counters["allocations"] = static_cast<double>(CountAllocations().count);
+    const layer::FailingNthCall counting({});
+    const size_t readBefore = layer::BytesRead();
+    work(*selection.Get());
+    state.counters["bytes read"] = static_cast<double>(layer::BytesRead() - readBefore);
+    state.counters["platform calls"] = static_cast<double>(counting.CallsMade());
+    state.counters["file opens"] = static_cast<double>(counting.CallsOf("CreateFileW"));
+}
+
+void WholeRide(benchmark::State& state) {
+    Measure(state, Ride);
+}
+BENCHMARK(WholeRide)->Unit(benchmark::kMicrosecond);
+
+void SameCallsBare(benchmark::State& state) {
+    BareCalls calls;
+    Measure(state, [&calls](IDataObject& selection) { calls.Make(selection); });
+}
+BENCHMARK(SameCallsBare)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+}  // namespace bench
+
+BENCHMARK_MAIN();

@@ -1,0 +1,118 @@
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <cstdlib>
+#include <vector>
+
+#include "internal/global_memory.h"
+#include "testing/failing_calls.h"
+#include "testing/resources.h"
+
+namespace {
+
+struct Block {
+    std::vector<std::max_align_t> content;
+    size_t size;
+    int locks = 0;
+};
+
+using BlockTable = layer::ObjectTable<Block, layer::Resource::globalMemory>;
+
+BlockTable& Blocks() {
+    static auto& table = *new BlockTable;
+    return table;
+}
+
+std::shared_ptr<Block> FindBlock(HGLOBAL memory) {
+    auto block = Blocks().Find(memory);
+    if (!block) {
+        SetLastError(ERROR_INVALID_HANDLE);
+    }
+    return block;
+}
+
+}  // namespace
+
+namespace layer {
+
+std::string_view GlobalContent(HGLOBAL memory) noexcept {
+    const auto block = Blocks().Find(memory);
+    return block
+               ? std::string_view(reinterpret_cast<const char*>(block->content.data()), block->size)
+               : std::string_view();
+}
+
+}  // namespace layer
+
+HGLOBAL GlobalAlloc(UINT /*flags*/, SIZE_T size) noexcept {
+    const layer::Call call("GlobalAlloc", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
+        return nullptr;
+    }
+    constexpr size_t kUnit = sizeof(std::max_align_t);
+    auto block = std::make_shared<Block>();
+    block->content.resize((size + kUnit - 1) / kUnit);
+    block->size = size;
+    return Blocks().Add<HGLOBAL>(std::move(block));
+}
+
+LPVOID GlobalLock(HGLOBAL memory) noexcept {
+    const layer::Call call("GlobalLock", ERROR_INVALID_HANDLE);
+    if (call.Fails()) {
+        return nullptr;
+    }
+    const auto block = FindBlock(memory);
+    if (!block) {
+        return nullptr;
+    }
+    ++block->locks;
+    layer::CountResource(layer::Resource::globalLock, 1);
+    return block->content.data();
+}
+
+BOOL GlobalUnlock(HGLOBAL memory) noexcept {
+    const auto block = FindBlock(memory);
+    if (!block) {
+        return FALSE;
+    }
+    if (block->locks == 0) {
+        SetLastError(ERROR_NOT_LOCKED);
+        return FALSE;
+    }
+    layer::CountResource(layer::Resource::globalLock, -1);
+    SetLastError(ERROR_SUCCESS);
+    return --block->locks > 0;
+}
+
+HGLOBAL GlobalFree(HGLOBAL memory) noexcept {
+    if (Blocks().Remove(memory)) {
+        return nullptr;
+    }
+    SetLastError(ERROR_INVALID_HANDLE);
+    return memory;
+}
+
+HLOCAL LocalFree(HLOCAL memory) noexcept {
+    CoTaskMemFree(memory);
+    return nullptr;
+}
+
+LPVOID CoTaskMemAlloc(SIZE_T size) noexcept {
+    const layer::Call call("CoTaskMemAlloc", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
+        return nullptr;
+    }
+    void* const memory = std::malloc(size);
+    if (memory != nullptr) {
+        layer::CountResource(layer::Resource::taskMemory, 1);
+    }
+    return memory;
+}
+
+void CoTaskMemFree(LPVOID memory) noexcept {
+    if (memory != nullptr) {
+        layer::CountResource(layer::Resource::taskMemory, -1);
+        std::free(memory);
+    }
+}

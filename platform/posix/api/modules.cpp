@@ -1,0 +1,119 @@
+#include <dlfcn.h>
+#include <link.h>
+#include <unistd.h>
+#include <windows.h>
+
+#include <map>
+#include <mutex>
+
+#include "internal/drive.h"
+#include "internal/encoding.h"
+#include "testing/failing_calls.h"
+#include "testing/resources.h"
+
+namespace {
+
+// What dlopen gave for each loaded module, once for every time it was loaded. A module is known by
+// the address that it begins at, as its own start-up code sees it too.
+std::mutex g_modulesMutex;
+std::multimap<HMODULE, void*> g_modules;
+
+HMODULE ModuleOfAddress(const void* address) noexcept {
+    Dl_info info = {};
+    return dladdr(address, &info) != 0 ? reinterpret_cast<HMODULE>(info.dli_fbase) : nullptr;
+}
+
+void* OpenedModule(HMODULE module) {
+    const std::lock_guard lock(g_modulesMutex);
+    const auto found = g_modules.find(module);
+    return found == g_modules.end() ? nullptr : found->second;
+}
+
+std::string HostFileOf(HMODULE module) {
+    if (module == nullptr) {
+        return layer::ProgramFile();
+    }
+    Dl_info info = {};
+    if (dladdr(module, &info) == 0 || info.dli_fbase != module || info.dli_fname == nullptr) {
+        return {};
+    }
+    // The program itself is known to the loader by the name it was called with.
+    return info.dli_fname[0] == '/' ? info.dli_fname : layer::ProgramFile();
+}
+
+}  // namespace
+
+HMODULE LoadLibraryW(LPCWSTR name) noexcept {
+    const layer::Call call("LoadLibraryW", ERROR_MOD_NOT_FOUND);
+    if (call.Fails()) {
+        return nullptr;
+    }
+    const auto [host, error] = layer::ToHostPath(name);
+    if (error != ERROR_SUCCESS || access(host.c_str(), F_OK) != 0) {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return nullptr;
+    }
+    void* const opened = dlopen(host.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (opened == nullptr) {
+        SetLastError(ERROR_BAD_EXE_FORMAT);
+        return nullptr;
+    }
+    link_map* map = nullptr;
+    dlinfo(opened, RTLD_DI_LINKMAP, &map);
+    const HMODULE module = ModuleOfAddress(map->l_ld);
+    const std::lock_guard lock(g_modulesMutex);
+    g_modules.emplace(module, opened);
+    layer::CountResource(layer::Resource::module, 1);
+    return module;
+}
+
+FARPROC GetProcAddress(HMODULE module, LPCSTR name) noexcept {
+    void* const opened = OpenedModule(module);
+    void* const found = opened == nullptr ? nullptr : dlsym(opened, name);
+    if (found == nullptr) {
+        SetLastError(ERROR_PROC_NOT_FOUND);
+    }
+    return reinterpret_cast<FARPROC>(found);
+}
+
+BOOL FreeLibrary(HMODULE module) noexcept {
+    void* opened = nullptr;
+    {
+        const std::lock_guard lock(g_modulesMutex);
+        const auto found = g_modules.find(module);
+        if (found == g_modules.end()) {
+            SetLastError(ERROR_MOD_NOT_FOUND);
+            return FALSE;
+        }
+        opened = found->second;
+        g_modules.erase(found);
+    }
+    layer::CountResource(layer::Resource::module, -1);
+    return dlclose(opened) == 0;
+}
+
+DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
+    const layer::Call call("GetModuleFileNameW", ERROR_MOD_NOT_FOUND);
+    if (call.Fails()) {
+        return 0;
+    }
+    const std::string host = HostFileOf(module);
+    if (host.empty()) {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return 0;
+    }
+    const std::wstring path = layer::FromHostPath(host);
+    if (path.size() < size) {
+        lstrcpynW(buffer, path.c_str(), static_cast<int>(size));
+        SetLastError(ERROR_SUCCESS);
+        return static_cast<DWORD>(path.size());
+    }
+    lstrcpynW(buffer, path.c_str(), static_cast<int>(size));
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return size;
+}
+
+BOOL DisableThreadLibraryCalls(HMODULE module) noexcept {
+    // Threads are never announced to modules here.
+    return module != nullptr;
+}

@@ -1,0 +1,240 @@
+#include <fcntl.h>
+#include <objbase.h>
+#include <shellapi.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <windows.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <iterator>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "internal/command_line.h"
+#include "internal/drive.h"
+#include "internal/encoding.h"
+#include "internal/host_file.h"
+#include "internal/kernel_object.h"
+#include "testing/failing_calls.h"
+#include "testing/shell_events.h"
+
+namespace {
+
+// Carries the command line to the new process as it was given; its arguments alone would not tell
+// how they were quoted.
+constexpr char kCommandLineVariable[] = "KELVARO_LAYER_COMMAND_LINE";
+
+std::mutex g_requestMutex;
+layer::ProcessRequest g_lastRequest = {};
+
+// A process, or its first thread: something to be closed. Nobody here waits for either.
+struct ProcessToken final : layer::KernelObject {};
+
+struct Launch {
+    std::string program;
+    std::string directory;
+    std::vector<std::string> arguments;
+    std::vector<std::string> environment;
+};
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
+    for (std::string& text : texts) {
+        pointers.push_back(text.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+std::vector<std::string> EnvironmentWith(std::wstring_view commandLine) {
+    const std::string variables[] = {
+        std::string(kCommandLineVariable) + "=" + layer::Utf8FromWide(commandLine),
+        std::string(layer::kDriveVariable) + "=" + layer::DriveDirectory()};
+    std::vector<std::string> environment(std::begin(variables), std::end(variables));
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string_view name = std::string_view(*entry).substr(0, std::strcspn(*entry, "="));
+        if (name != kCommandLineVariable && name != layer::kDriveVariable) {
+            environment.emplace_back(*entry);
+        }
+    }
+    return environment;
+}
+
+// ERROR_SUCCESS when the host may try to run `program`.
+DWORD CheckProgram(const std::string& program) noexcept {
+    struct stat status = {};
+    if (stat(program.c_str(), &status) != 0) {
+        return layer::ErrorFromErrno(errno);
+    }
+    if (S_ISDIR(status.st_mode)) {
+        return ERROR_ACCESS_DENIED;
+    }
+    return access(program.c_str(), X_OK) == 0 ? ERROR_SUCCESS : ERROR_BAD_EXE_FORMAT;
+}
+
+// Runs `launch` as a process that nobody has to wait for: the child that is forked starts another
+// and ends, and the host's first process takes over. What exec says comes back through a pipe that
+// a successful one closes.
+DWORD Start(Launch& launch) {
+    const std::vector<char*> arguments = Pointers(launch.arguments);
+    const std::vector<char*> environment = Pointers(launch.environment);
+    int report[2] = {};
+    if (pipe2(report, O_CLOEXEC) != 0) {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        if (fork() == 0) {
+            setsid();
+            if (chdir(launch.directory.c_str()) == 0) {
+                execve(launch.program.c_str(), arguments.data(), environment.data());
+            }
+            const int failure = errno;
+            [[maybe_unused]] const ssize_t sent = write(report[1], &failure, sizeof failure);
+        }
+        _exit(0);
+    }
+    close(report[1]);
+    int failure = child < 0 ? ENOMEM : 0;
+    if (child > 0) {
+        waitpid(child, nullptr, 0);
+        if (read(report[0], &failure, sizeof failure) != sizeof failure) {
+            failure = 0;
+        }
+    }
+    close(report[0]);
+    return failure == 0 ? DWORD{ERROR_SUCCESS} : layer::ErrorFromErrno(failure);
+}
+
+DWORD StartCommandLine(std::wstring_view commandLine, const std::wstring& directory) {
+    const std::vector<std::wstring> arguments = layer::ParseCommandLine(commandLine);
+    if (arguments.empty()) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    const auto [program, error] = layer::ToHostPath(arguments[0]);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (const DWORD refused = CheckProgram(program); refused != ERROR_SUCCESS) {
+        return refused;
+    }
+    Launch launch = {program, layer::ToHostPath(directory).host, {}, EnvironmentWith(commandLine)};
+    if (launch.directory.empty() || access(launch.directory.c_str(), X_OK) != 0) {
+        return ERROR_DIRECTORY;
+    }
+    for (const std::wstring& argument : arguments) {
+        launch.arguments.push_back(layer::Utf8FromWide(argument));
+    }
+    return Start(launch);
+}
+
+std::wstring OwnCommandLine() {
+    if (const char* const given = std::getenv(kCommandLineVariable)) {
+        std::wstring line = layer::WideFromUtf8(given);
+        unsetenv(kCommandLineVariable);  // not for the processes that this one starts by itself
+        return line;
+    }
+    std::string joined;
+    layer::ReadHostFile("/proc/self/cmdline", joined);
+    std::vector<std::wstring> arguments;
+    for (size_t at = 0; at < joined.size();) {
+        const size_t end = std::min(joined.find('\0', at), joined.size());
+        arguments.push_back(layer::WideFromUtf8(std::string_view(joined).substr(at, end - at)));
+        at = end + 1;
+    }
+    return layer::JoinCommandLine(arguments);
+}
+
+}  // namespace
+
+// NOLINTNEXTLINE(readability-non-const-parameter): the real one writes into its command line
+BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIBUTES* /*process*/,
+                    SECURITY_ATTRIBUTES* /*thread*/, BOOL inherit, DWORD flags,
+                    LPVOID /*environment*/, LPCWSTR directory, STARTUPINFOW* startup,
+                    PROCESS_INFORMATION* information) noexcept {
+    const layer::Call call("CreateProcessW", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
+        return FALSE;
+    }
+    DWORD error = ERROR_INVALID_PARAMETER;
+    if (commandLine != nullptr && startup != nullptr && information != nullptr) {
+        std::wstring current(MAX_PATH, L'\0');
+        current.resize(GetCurrentDirectoryW(MAX_PATH, current.data()));
+        {
+            const std::lock_guard lock(g_requestMutex);
+            g_lastRequest = {flags, startup->dwFlags, startup->wShowWindow, inherit};
+        }
+        error = StartCommandLine(commandLine, directory == nullptr ? current : directory);
+    }
+    if (error != ERROR_SUCCESS) {
+        SetLastError(error);
+        return FALSE;
+    }
+    *information = {layer::Handles().Add<HANDLE>(std::make_shared<ProcessToken>()),
+                    layer::Handles().Add<HANDLE>(std::make_shared<ProcessToken>()), 0, 0};
+    return TRUE;
+}
+
+namespace layer {
+
+ProcessRequest LastProcessRequest() noexcept {
+    const std::lock_guard lock(g_requestMutex);
+    return g_lastRequest;
+}
+
+}  // namespace layer
+
+LPWSTR GetCommandLineW() noexcept {
+    static std::wstring line = OwnCommandLine();
+    return line.data();
+}
+
+LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
+    const std::vector<std::wstring> arguments = layer::ParseCommandLine(commandLine);
+    size_t units = 0;
+    for (const std::wstring& argument : arguments) {
+        units += argument.size() + 1;
+    }
+    const size_t tableSize = (arguments.size() + 1) * sizeof(LPWSTR);
+    auto* const table = static_cast<LPWSTR*>(CoTaskMemAlloc(tableSize + units * sizeof(wchar_t)));
+    if (table == nullptr) {
+        return nullptr;
+    }
+    auto* text = reinterpret_cast<LPWSTR>(table + arguments.size() + 1);
+    for (size_t at = 0; at < arguments.size(); ++at) {
+        table[at] = text;
+        arguments[at].copy(text, arguments[at].size());
+        text[arguments[at].size()] = L'\0';
+        text += arguments[at].size() + 1;
+    }
+    table[arguments.size()] = nullptr;
+    *count = static_cast<int>(arguments.size());
+    return table;
+}
+
+DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept {
+    char host[PATH_MAX] = {};
+    if (getcwd(host, sizeof host) == nullptr) {
+        SetLastError(layer::ErrorFromErrno(errno));
+        return 0;
+    }
+    const std::wstring path = layer::FromHostPath(host);
+    if (path.size() >= size) {
+        return static_cast<DWORD>(path.size() + 1);
+    }
+    lstrcpynW(buffer, path.c_str(), static_cast<int>(size));
+    return static_cast<DWORD>(path.size());
+}
+
+void Sleep(DWORD milliseconds) noexcept {
+    const timespec duration = {static_cast<time_t>(milliseconds / 1000),
+                               static_cast<long>(milliseconds % 1000) * 1'000'000};
+    nanosleep(&duration, nullptr);
+}

@@ -1,0 +1,260 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+#include <windows.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+
+#include "internal/drive.h"
+#include "internal/encoding.h"
+#include "internal/host_file.h"
+#include "internal/registry_file.h"
+#include "testing/failing_calls.h"
+#include "testing/resources.h"
+
+using layer::FoldName;
+using layer::RegistryKeys;
+
+namespace {
+
+constexpr std::wstring_view kUser = L"HKEY_CURRENT_USER";
+constexpr std::wstring_view kMachine = L"HKEY_LOCAL_MACHINE";
+constexpr std::wstring_view kClasses = L"\\Software\\Classes";
+constexpr REGSAM kQueryRight = 0x1;
+constexpr REGSAM kSetRight = 0x2;
+
+struct OpenKey {
+    std::wstring path;
+    REGSAM access;
+};
+
+using KeyTable = layer::ObjectTable<OpenKey, layer::Resource::key>;
+
+KeyTable& Keys() {
+    static auto& table = *new KeyTable;
+    return table;
+}
+
+// Empty without a drive: then no key is there and none can be made.
+std::string RegistryFile() {
+    const std::string directory = layer::DriveDirectory();
+    return directory.empty() ? directory : directory + "/registry.reg";
+}
+
+RegistryKeys Load() {
+    std::string text;
+    layer::ReadHostFile(RegistryFile(), text);
+    return layer::ParseRegistry(text);
+}
+
+// Changes the registry file for all processes as one step. A reader sees it before or after.
+template <class Change>
+LSTATUS Update(Change&& change) {
+    const std::string path = RegistryFile();
+    const int lock =
+        path.empty() ? -1 : open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (lock < 0) {
+        return ERROR_ACCESS_DENIED;
+    }
+    flock(lock, LOCK_EX);
+    RegistryKeys keys = Load();
+    LSTATUS status = change(keys);
+    if (status == ERROR_SUCCESS) {
+        const std::string fresh = path + ".new";
+        std::ofstream file(fresh, std::ios::binary);
+        file << layer::FormatRegistry(keys);
+        file.close();
+        const bool replaced = file && std::rename(fresh.c_str(), path.c_str()) == 0;
+        status = replaced ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+    }
+    close(lock);
+    return status;
+}
+
+bool Exists(const RegistryKeys& keys, const std::wstring& path) {
+    return path == kUser || path == kMachine || keys.contains(FoldName(path));
+}
+
+std::wstring Append(std::wstring path, LPCWSTR subkey) {
+    const std::wstring_view rest = subkey == nullptr ? L"" : subkey;
+    return rest.empty() ? path : path.append(L"\\").append(rest);
+}
+
+// The full path of `subkey` below `root`, empty when `root` is no key. The classes of programs are
+// the user's where the user has the key, else the machine's.
+std::wstring FullPath(const RegistryKeys& keys, HKEY root, LPCWSTR subkey) {
+    if (root == HKEY_CLASSES_ROOT) {
+        const std::wstring own = Append(std::wstring(kUser).append(kClasses), subkey);
+        return Exists(keys, own) ? own : Append(std::wstring(kMachine).append(kClasses), subkey);
+    }
+    if (root == HKEY_CURRENT_USER || root == HKEY_LOCAL_MACHINE) {
+        return Append(std::wstring(root == HKEY_CURRENT_USER ? kUser : kMachine), subkey);
+    }
+    const auto parent = Keys().Find(root);
+    return parent ? Append(parent->path, subkey) : std::wstring();
+}
+
+// Makes the key at `path` and those above it.
+void MakeKeys(RegistryKeys& keys, const std::wstring& path) {
+    for (size_t end = path.find(L'\\'); end != std::wstring::npos;) {
+        end = path.find(L'\\', end + 1);
+        const std::wstring part = path.substr(0, end);
+        keys.try_emplace(FoldName(part), layer::RegistryKey{part, {}});
+    }
+}
+
+std::shared_ptr<OpenKey> FindKey(HKEY key, REGSAM right, LSTATUS& status) {
+    auto open = Keys().Find(key);
+    if (!open) {
+        status = ERROR_INVALID_HANDLE;
+    } else if ((open->access & right) == 0) {
+        status = ERROR_ACCESS_DENIED;
+    }
+    return open;
+}
+
+bool IsUnterminatedText(const layer::RegistryValue& value) {
+    if ((value.type != REG_SZ && value.type != REG_EXPAND_SZ) ||
+        value.data.size() < sizeof(wchar_t)) {
+        return false;
+    }
+    wchar_t last = 0;
+    std::memcpy(&last, value.data.data() + value.data.size() - sizeof last, sizeof last);
+    return last != 0;
+}
+
+LSTATUS Deliver(const layer::RegistryValue& value, LPDWORD type, BYTE* data, LPDWORD size) {
+    const auto length = static_cast<DWORD>(value.data.size());
+    if (type != nullptr) {
+        *type = value.type;
+    }
+    if (size == nullptr) {
+        return ERROR_SUCCESS;
+    }
+    const DWORD capacity = *size;
+    *size = length;
+    if (data == nullptr) {
+        return ERROR_SUCCESS;
+    }
+    if (capacity < length) {
+        return ERROR_MORE_DATA;
+    }
+    std::copy(value.data.begin(), value.data.end(), data);
+    if (IsUnterminatedText(value) && capacity - length >= sizeof(wchar_t)) {
+        std::memset(data + length, 0, sizeof(wchar_t));
+    }
+    return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
+                      HKEY* opened) noexcept {
+    const layer::Call call("RegOpenKeyExW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return static_cast<LSTATUS>(call.Error());
+    }
+    *opened = nullptr;
+    const RegistryKeys keys = Load();
+    const std::wstring full = FullPath(keys, root, path);
+    if (full.empty()) {
+        return ERROR_INVALID_HANDLE;
+    }
+    if (!Exists(keys, full)) {
+        return ERROR_FILE_NOT_FOUND;
+    }
+    *opened = Keys().Add<HKEY>(std::make_shared<OpenKey>(OpenKey{full, access}));
+    return ERROR_SUCCESS;
+}
+
+LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*keyClass*/,
+                        DWORD /*options*/, REGSAM access, const SECURITY_ATTRIBUTES* /*security*/,
+                        HKEY* opened, LPDWORD /*disposition*/) noexcept {
+    const layer::Call call("RegCreateKeyExW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return static_cast<LSTATUS>(call.Error());
+    }
+    *opened = nullptr;
+    std::wstring full;
+    const LSTATUS status = Update([&](RegistryKeys& keys) -> LSTATUS {
+        full = FullPath(keys, root, path);
+        if (full.empty()) {
+            return ERROR_INVALID_HANDLE;
+        }
+        MakeKeys(keys, full);
+        return ERROR_SUCCESS;
+    });
+    if (status == ERROR_SUCCESS) {
+        *opened = Keys().Add<HKEY>(std::make_shared<OpenKey>(OpenKey{full, access}));
+    }
+    return status;
+}
+
+LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD type, BYTE* data,
+                         LPDWORD size) noexcept {
+    const layer::Call call("RegQueryValueExW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return static_cast<LSTATUS>(call.Error());
+    }
+    LSTATUS status = data != nullptr && size == nullptr ? ERROR_INVALID_PARAMETER : ERROR_SUCCESS;
+    const auto open = FindKey(key, kQueryRight, status);
+    if (status != ERROR_SUCCESS) {
+        return status;
+    }
+    const RegistryKeys keys = Load();
+    const auto found = keys.find(FoldName(open->path));
+    if (found == keys.end()) {
+        return ERROR_FILE_NOT_FOUND;
+    }
+    const auto value = found->second.values.find(FoldName(name == nullptr ? L"" : name));
+    return value == found->second.values.end() ? ERROR_FILE_NOT_FOUND
+                                               : Deliver(value->second, type, data, size);
+}
+
+LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, const BYTE* data,
+                       DWORD size) noexcept {
+    const layer::Call call("RegSetValueExW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return static_cast<LSTATUS>(call.Error());
+    }
+    LSTATUS status = ERROR_SUCCESS;
+    const auto open = FindKey(key, kSetRight, status);
+    if (status != ERROR_SUCCESS) {
+        return status;
+    }
+    return Update([&](RegistryKeys& keys) -> LSTATUS {
+        const auto found = keys.find(FoldName(open->path));
+        if (found == keys.end()) {
+            return ERROR_FILE_NOT_FOUND;
+        }
+        const std::wstring valueName = name == nullptr ? L"" : name;
+        found->second.values[FoldName(valueName)] = {valueName, type, {data, data + size}};
+        return ERROR_SUCCESS;
+    });
+}
+
+LSTATUS RegCloseKey(HKEY key) noexcept {
+    return Keys().Remove(key) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+}
+
+LSTATUS RegDeleteTreeW(HKEY root, LPCWSTR path) noexcept {
+    const layer::Call call("RegDeleteTreeW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return static_cast<LSTATUS>(call.Error());
+    }
+    return Update([&](RegistryKeys& keys) -> LSTATUS {
+        const std::wstring full = FullPath(keys, root, path);
+        if (!Exists(keys, full)) {
+            return ERROR_FILE_NOT_FOUND;
+        }
+        const std::wstring folded = FoldName(full);
+        std::erase_if(keys, [&folded](const auto& entry) {
+            const std::wstring& key = entry.first;
+            return key.starts_with(folded) &&
+                   (key.size() == folded.size() || key[folded.size()] == L'\\');
+        });
+        return ERROR_SUCCESS;
+    });
+}

@@ -1,0 +1,135 @@
+#include <windows.h>
+
+#include <shlobj.h>
+#include <shlwapi.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "internal/encoding.h"
+#include "internal/global_memory.h"
+#include "testing/failing_calls.h"
+#include "testing/shell_events.h"
+
+namespace {
+
+std::atomic<size_t> g_associationChanges = 0;
+
+// The names of a drop list. One that its block does not hold to the end is left out.
+template <class Unit>
+std::vector<std::wstring> ReadNames(std::string_view block, size_t offset) {
+    std::vector<std::wstring> names;
+    std::wstring name;
+    for (; offset + sizeof(Unit) <= block.size(); offset += sizeof(Unit)) {
+        Unit unit = {};
+        std::memcpy(&unit, block.data() + offset, sizeof unit);
+        if (unit != 0) {
+            name.push_back(sizeof(Unit) == 1
+                               ? layer::FromWindows1252(static_cast<unsigned char>(unit))
+                               : static_cast<wchar_t>(unit));
+            continue;
+        }
+        if (name.empty()) {
+            break;
+        }
+        names.push_back(std::move(name));
+        name.clear();
+    }
+    return names;
+}
+
+std::vector<std::wstring> ReadDropList(std::string_view block) {
+    DROPFILES header = {};
+    if (block.size() < sizeof header) {
+        return {};
+    }
+    std::memcpy(&header, block.data(), sizeof header);
+    return header.fWide ? ReadNames<wchar_t>(block, header.pFiles)
+                        : ReadNames<char>(block, header.pFiles);
+}
+
+// Matches without recursion: on a mismatch the last asterisk takes one unit more.
+bool MatchesWildcards(std::wstring_view name, std::wstring_view pattern) noexcept {
+    size_t at = 0;
+    size_t star = std::wstring_view::npos;
+    size_t starAt = 0;
+    size_t in = 0;
+    while (in < name.size()) {
+        if (at < pattern.size() && pattern[at] == L'*') {
+            star = at++;
+            starAt = in;
+        } else if (at < pattern.size() && (pattern[at] == L'?' || pattern[at] == name[in])) {
+            ++at;
+            ++in;
+        } else if (star != std::wstring_view::npos) {
+            at = star + 1;
+            in = ++starAt;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of(L'*', at) == std::wstring_view::npos;
+}
+
+}  // namespace
+
+namespace layer {
+
+size_t AssociationChanges() noexcept {
+    return g_associationChanges;
+}
+
+}  // namespace layer
+
+UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR buffer, UINT capacity) noexcept {
+    const layer::Call call("DragQueryFileW", ERROR_INVALID_HANDLE);
+    if (call.Fails()) {
+        return 0;
+    }
+    const auto names = ReadDropList(layer::GlobalContent(drop));
+    constexpr UINT kCount = 0xFFFFFFFF;
+    if (index == kCount) {
+        return static_cast<UINT>(names.size());
+    }
+    if (index >= names.size()) {
+        return 0;
+    }
+    const auto length = static_cast<UINT>(names[index].size());
+    if (buffer == nullptr) {
+        return length;
+    }
+    lstrcpynW(buffer, names[index].c_str(), static_cast<int>(capacity));
+    return capacity == 0 ? 0 : std::min(length, capacity - 1);
+}
+
+BOOL PathMatchSpecW(LPCWSTR path, LPCWSTR pattern) noexcept {
+    const layer::Call call;
+    const std::wstring name = layer::FoldName(path);
+    std::wstring patterns = layer::FoldName(pattern);
+    for (size_t at = 0; at <= patterns.size();) {
+        const size_t end = std::min(patterns.find(L';', at), patterns.size());
+        const size_t begin = std::min(patterns.find_first_not_of(L' ', at), end);
+        if (MatchesWildcards(name, std::wstring_view(patterns).substr(begin, end - begin))) {
+            return TRUE;
+        }
+        at = end + 1;
+    }
+    return FALSE;
+}
+
+void SHChangeNotify(LONG event, UINT /*flags*/, LPCVOID /*first*/, LPCVOID /*second*/) noexcept {
+    g_associationChanges += event == SHCNE_ASSOCCHANGED ? 1 : 0;
+}
+
+void ReleaseStgMedium(STGMEDIUM* medium) noexcept {
+    if (medium->pUnkForRelease != nullptr) {
+        medium->pUnkForRelease->Release();
+    } else if (medium->tymed == TYMED_HGLOBAL) {
+        GlobalFree(medium->hGlobal);
+    }
+    *medium = {};
+}

@@ -1,0 +1,113 @@
+#include "internal/shell_link.h"
+
+#include <shlobj.h>
+
+#include <atomic>
+
+#include "internal/drive.h"
+#include "internal/host_file.h"
+#include "internal/link_file.h"
+#include "testing/failing_calls.h"
+#include "testing/resources.h"
+
+namespace layer {
+namespace {
+
+class ShellLink final : public IShellLinkW, public IPersistFile {
+  public:
+    ShellLink() noexcept { CountResource(Resource::comObject, 1); }
+    ShellLink(const ShellLink&) = delete;
+    ShellLink& operator=(const ShellLink&) = delete;
+
+    HRESULT QueryInterface(REFIID riid, void** ppv) noexcept override {
+        *ppv = nullptr;
+        const Call call("IShellLinkW::QueryInterface", E_NOINTERFACE);
+        if (call.Fails()) {
+            return static_cast<HRESULT>(call.Error());
+        }
+        if (riid == IID_IUnknown || riid == IID_IShellLinkW) {
+            *ppv = static_cast<IShellLinkW*>(this);
+        } else if (riid == IID_IPersistFile) {
+            *ppv = static_cast<IPersistFile*>(this);
+        } else {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+
+    ULONG AddRef() noexcept override { return ++references_; }
+
+    ULONG Release() noexcept override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+
+    HRESULT GetPath(LPWSTR buffer, int capacity, WIN32_FIND_DATAW* found,
+                    DWORD flags) noexcept override {
+        const Call call("IShellLinkW::GetPath", E_FAIL);
+        if (call.Fails()) {
+            return static_cast<HRESULT>(call.Error());
+        }
+        if (buffer == nullptr || capacity <= 0) {
+            return E_INVALIDARG;
+        }
+        if (found != nullptr) {
+            *found = {};
+        }
+        const bool raw = (flags & SLGP_RAWPATH) != 0 && !target_.rawPath.empty();
+        const std::wstring& path = raw ? target_.rawPath : target_.path;
+        lstrcpynW(buffer, path.c_str(), capacity);
+        return path.empty() ? S_FALSE : S_OK;
+    }
+
+    HRESULT Load(LPCOLESTR name, DWORD /*mode*/) noexcept override {
+        const Call call("IPersistFile::Load", E_ACCESSDENIED);
+        if (call.Fails()) {
+            return static_cast<HRESULT>(call.Error());
+        }
+        const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
+        std::string bytes;
+        if (error != ERROR_SUCCESS || !ReadHostFile(host, bytes)) {
+            return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+        }
+        auto target = ReadLinkFile(bytes);
+        if (!target) {
+            return E_FAIL;
+        }
+        target_ = std::move(*target);
+        return S_OK;
+    }
+
+    HRESULT GetClassID(CLSID* clsid) noexcept override {
+        *clsid = CLSID_ShellLink;
+        return S_OK;
+    }
+    HRESULT IsDirty() noexcept override { return S_FALSE; }
+    HRESULT Save(LPCOLESTR /*name*/, BOOL /*remember*/) noexcept override { return E_NOTIMPL; }
+    HRESULT SaveCompleted(LPCOLESTR /*name*/) noexcept override { return E_NOTIMPL; }
+    HRESULT GetCurFile(LPOLESTR* /*name*/) noexcept override { return E_NOTIMPL; }
+
+  private:
+    ~ShellLink() { CountResource(Resource::comObject, -1); }
+
+    std::atomic<ULONG> references_ = 1;
+    LinkTarget target_;
+};
+
+}  // namespace
+
+HRESULT CreateShellLink(REFIID riid, void** ppv) noexcept {
+    auto* const link = new (std::nothrow) ShellLink;
+    if (link == nullptr) {
+        return E_OUTOFMEMORY;
+    }
+    const HRESULT result = link->QueryInterface(riid, ppv);
+    link->Release();
+    return result;
+}
+
+}  // namespace layer

@@ -1,0 +1,132 @@
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "internal/encoding.h"
+#include "testing/failing_calls.h"
+#include "testing/resources.h"
+#include "testing/shell_events.h"
+
+namespace {
+
+struct MenuItem {
+    UINT id;
+    std::wstring text;
+};
+
+struct Menu {
+    std::vector<MenuItem> items;
+};
+
+using MenuTable = layer::ObjectTable<Menu, layer::Resource::menu>;
+
+MenuTable& Menus() {
+    static auto& table = *new MenuTable;
+    return table;
+}
+
+std::shared_ptr<Menu> FindMenu(HMENU menu) {
+    auto found = Menus().Find(menu);
+    if (!found) {
+        SetLastError(ERROR_INVALID_MENU_HANDLE);
+    }
+    return found;
+}
+
+// The item at a position, or with an identifier; null when the menu has none.
+const MenuItem* FindItem(const Menu& menu, UINT item, UINT flags) {
+    const auto found =
+        (flags & MF_BYPOSITION) != 0
+            ? menu.items.begin() + static_cast<ptrdiff_t>(std::min<size_t>(item, menu.items.size()))
+            : std::find_if(menu.items.begin(), menu.items.end(),
+                           [item](const MenuItem& each) { return each.id == item; });
+    return found == menu.items.end() ? nullptr : &*found;
+}
+
+std::mutex g_receiverMutex;
+std::function<void(const layer::MessageBox&)> g_receiver;
+
+void ShowOnTerminal(const layer::MessageBox& box) {
+    std::fprintf(stderr, "[%s] %s\n", layer::Utf8FromWide(box.caption).c_str(),
+                 layer::Utf8FromWide(box.text).c_str());
+}
+
+}  // namespace
+
+namespace layer {
+
+MessageBoxReceiver::MessageBoxReceiver(std::function<void(const MessageBox&)> receive) {
+    const std::lock_guard lock(g_receiverMutex);
+    g_receiver = std::move(receive);
+}
+
+MessageBoxReceiver::~MessageBoxReceiver() {
+    const std::lock_guard lock(g_receiverMutex);
+    g_receiver = nullptr;
+}
+
+}  // namespace layer
+
+int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) noexcept {
+    const layer::Call call("MessageBoxW", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
+        return 0;
+    }
+    const std::lock_guard lock(g_receiverMutex);
+    (g_receiver ? g_receiver : ShowOnTerminal)({owner, text, caption, style});
+    return IDOK;
+}
+
+HMENU CreatePopupMenu() noexcept {
+    return Menus().Add<HMENU>(std::make_shared<Menu>());
+}
+
+BOOL DestroyMenu(HMENU menu) noexcept {
+    return Menus().Remove(menu);
+}
+
+BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR text) noexcept {
+    const layer::Call call("InsertMenuW", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
+        return FALSE;
+    }
+    const auto found = FindMenu(menu);
+    if (!found) {
+        return FALSE;
+    }
+    auto& items = found->items;
+    const MenuItem* const before = FindItem(*found, position, flags);
+    const auto at = before == nullptr ? items.end() : items.begin() + (before - items.data());
+    items.insert(at, {static_cast<UINT>(id), text});
+    return TRUE;
+}
+
+int GetMenuItemCount(HMENU menu) noexcept {
+    const auto found = FindMenu(menu);
+    return found ? static_cast<int>(found->items.size()) : -1;
+}
+
+UINT GetMenuItemID(HMENU menu, int position) noexcept {
+    const auto found = FindMenu(menu);
+    const MenuItem* const item =
+        found ? FindItem(*found, static_cast<UINT>(position), MF_BYPOSITION) : nullptr;
+    return item == nullptr ? static_cast<UINT>(-1) : item->id;
+}
+
+int GetMenuStringW(HMENU menu, UINT item, LPWSTR buffer, int capacity, UINT flags) noexcept {
+    const auto found = FindMenu(menu);
+    const MenuItem* const wanted = found ? FindItem(*found, item, flags) : nullptr;
+    if (wanted == nullptr) {
+        return 0;
+    }
+    const auto length = static_cast<int>(wanted->text.size());
+    if (buffer == nullptr || capacity == 0) {
+        return length;
+    }
+    lstrcpynW(buffer, wanted->text.c_str(), capacity);
+    return std::min(length, capacity - 1);
+}

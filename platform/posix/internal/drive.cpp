@@ -1,0 +1,176 @@
+#include "internal/drive.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <winerror.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <memory>
+
+#include "internal/encoding.h"
+
+namespace layer {
+namespace {
+
+bool IsSeparator(wchar_t unit) noexcept {
+    return unit == L'\\' || unit == L'/';
+}
+
+bool HasForbiddenCharacter(std::wstring_view path) noexcept {
+    return path.find_first_of(L"<>\"|?*:") != std::wstring_view::npos ||
+           path.find(L'\0') != std::wstring_view::npos;
+}
+
+bool Exists(const std::string& host) noexcept {
+    struct stat status = {};
+    return lstat(host.c_str(), &status) == 0;
+}
+
+bool IsDirectory(const std::string& host) noexcept {
+    struct stat status = {};
+    return stat(host.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// The entry of `directory` whose name is `name` in another letter case, or `name` itself.
+std::string FindEntry(const std::string& directory, const std::string& name) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.c_str()), closedir);
+    if (!entries) {
+        return name;
+    }
+    const std::wstring wanted = FoldName(WideFromUtf8(name));
+    while (const dirent* const entry = readdir(entries.get())) {
+        if (FoldName(WideFromUtf8(entry->d_name)) == wanted) {
+            return entry->d_name;
+        }
+    }
+    return name;
+}
+
+// The part of `path` behind its drive; `root` becomes the drive's directory on the host.
+struct Split {
+    std::string root;
+    std::wstring_view rest;
+    DWORD error = ERROR_SUCCESS;
+};
+
+Split SplitDrive(std::wstring_view path) {
+    if (path.starts_with(L"\\\\?\\")) {
+        path.remove_prefix(4);
+    }
+    if (path.size() < 3 || path[1] != L':' || !IsSeparator(path[2])) {
+        return {{}, {}, ERROR_PATH_NOT_FOUND};
+    }
+    const std::wstring_view rest = path.substr(3);
+    switch (path[0]) {
+        case L'C':
+        case L'c': {
+            std::string root = DriveDirectory();
+            const DWORD error = root.empty() ? ERROR_PATH_NOT_FOUND : ERROR_SUCCESS;
+            return {std::move(root), rest, error};
+        }
+        case L'Z':
+        case L'z':
+            return {{}, rest, ERROR_SUCCESS};
+        default:
+            return {{}, {}, ERROR_PATH_NOT_FOUND};
+    }
+}
+
+}  // namespace
+
+std::string ProgramFile() {
+    std::array<char, PATH_MAX> path = {};
+    const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
+    return length > 0 ? std::string(path.data(), static_cast<size_t>(length)) : std::string();
+}
+
+std::string DriveDirectory() {
+    const char* const named = std::getenv(kDriveVariable);
+    std::string directory = named == nullptr ? "" : named;
+    if (directory.empty()) {
+        const std::string program = ProgramFile();
+        directory = program.substr(0, program.rfind('/') + 1) + "drive_c";
+        return IsDirectory(directory) ? directory : std::string();
+    }
+    while (directory.size() > 1 && directory.ends_with('/')) {
+        directory.pop_back();
+    }
+    return directory;
+}
+
+HostPath ToHostPath(std::wstring_view path) {
+    const Split split = SplitDrive(path);
+    if (split.error != ERROR_SUCCESS) {
+        return {{}, split.error};
+    }
+    if (HasForbiddenCharacter(split.rest)) {
+        return {{}, ERROR_INVALID_NAME};
+    }
+    std::string host = split.root;
+    std::string rest = Utf8FromWide(split.rest);
+    for (char& byte : rest) {
+        byte = byte == '\\' ? '/' : byte;
+    }
+    if (std::string exact = host + "/" + rest; Exists(exact)) {
+        return {std::move(exact), ERROR_SUCCESS};
+    }
+    for (size_t at = 0; at < rest.size();) {
+        const size_t end = std::min(rest.find('/', at), rest.size());
+        const std::string name = rest.substr(at, end - at);
+        at = end + 1;
+        if (name.empty()) {
+            continue;
+        }
+        host += '/';
+        host += Exists(host + name) ? name : FindEntry(host, name);
+    }
+    return {host.empty() ? "/" : std::move(host), ERROR_SUCCESS};
+}
+
+std::wstring FromHostPath(std::string_view host) {
+    const std::string root = DriveDirectory();
+    const bool onDrive = !root.empty() && host.starts_with(root) &&
+                         (host.size() == root.size() || host[root.size()] == '/');
+    std::wstring path = onDrive ? L"C:" : L"Z:";
+    path += WideFromUtf8(onDrive ? host.substr(root.size()) : host);
+    for (wchar_t& unit : path) {
+        unit = unit == L'/' ? L'\\' : unit;
+    }
+    return path.size() == 2 ? path + L"\\" : path;
+}
+
+DWORD ErrorFromErrno(int number) noexcept {
+    switch (number) {
+        case ENOENT:
+            return ERROR_FILE_NOT_FOUND;
+        case ENOTDIR:
+            return ERROR_PATH_NOT_FOUND;
+        case EACCES:
+        case EPERM:
+        case EROFS:
+        case EISDIR:
+            return ERROR_ACCESS_DENIED;
+        case EEXIST:
+            return ERROR_ALREADY_EXISTS;
+        case ENOTEMPTY:
+            return ERROR_DIR_NOT_EMPTY;
+        case ELOOP:
+            return ERROR_CANT_RESOLVE_FILENAME;
+        case ENAMETOOLONG:
+            return ERROR_FILENAME_EXCED_RANGE;
+        case ENOSPC:
+            return ERROR_DISK_FULL;
+        case ENOMEM:
+            return ERROR_NOT_ENOUGH_MEMORY;
+        case ENOEXEC:
+            return ERROR_BAD_EXE_FORMAT;
+        default:
+            return ERROR_GEN_FAILURE;
+    }
+}
+
+}  // namespace layer

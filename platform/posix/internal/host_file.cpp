@@ -1,0 +1,25 @@
+#include "internal/host_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+
+namespace layer {
+
+bool ReadHostFile(const std::string& path, std::string& content) {
+    content.clear();
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return false;
+    }
+    std::array<char, 16384> buffer = {};
+    ssize_t got = 0;
+    while ((got = read(file, buffer.data(), buffer.size())) > 0) {
+        content.append(buffer.data(), static_cast<size_t>(got));
+    }
+    close(file);
+    return got == 0;
+}
+
+}  // namespace layer

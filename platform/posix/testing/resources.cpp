@@ -1,0 +1,39 @@
+#include "testing/resources.h"
+
+#include <array>
+#include <atomic>
+
+namespace layer {
+namespace {
+
+constexpr std::array kNames = {"handle",      "key",        "global memory", "global lock",
+                               "task memory", "COM object", "menu",          "module"};
+std::array<std::atomic<int>, kNames.size()> g_held;
+std::atomic<size_t> g_bytesRead = 0;
+
+}  // namespace
+
+void CountResource(Resource kind, int change) noexcept {
+    g_held.at(static_cast<size_t>(kind)) += change;
+}
+
+size_t BytesRead() noexcept {
+    return g_bytesRead;
+}
+
+void CountBytesRead(size_t bytes) noexcept {
+    g_bytesRead += bytes;
+}
+
+std::string HeldResources() {
+    std::string text;
+    for (size_t kind = 0; kind < kNames.size(); ++kind) {
+        const int held = g_held.at(kind);
+        if (held != 0) {
+            text += (text.empty() ? "" : ", ") + std::to_string(held) + " " + kNames.at(kind);
+        }
+    }
+    return text;
+}
+
+}  // namespace layer

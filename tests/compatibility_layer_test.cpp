@@ -1,0 +1,232 @@
+#include <objbase.h>
+#include <shellapi.h>
+#include <shlobj.h>
+#include <shlwapi.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "common/owners.h"
+#include "internal/command_line.h"
+#include "internal/drive.h"
+#include "internal/encoding.h"
+#include "internal/registry_file.h"
+#include "rightclick/drop_list.h"
+#include "support/fixture.h"
+#include "testing/failing_calls.h"
+#include "testing/resources.h"
+#include "testing/shell_events.h"
+
+namespace {
+
+using Arguments = std::vector<std::wstring>;
+using Layer = DriveTest;
+
+TEST(LayerText, WideTextIsUtf16InEveryDirection) {
+    const std::string bytes = "a\xC3\xA9\xE5\xB7\xA5\xF0\x9F\x98\x80";
+    EXPECT_EQ(layer::WideFromUtf8(bytes), L"a\u00E9\u5DE5\xD83D\xDE00");
+    EXPECT_EQ(layer::Utf8FromWide(layer::WideFromUtf8(bytes)), bytes);
+    EXPECT_EQ(layer::WideFromUtf8("\xF0\x9F\x98 \xFF\xC0\x80"), L"\uFFFD \uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(layer::Utf8FromWide(L"\xD83D!"), "\xEF\xBF\xBD!");
+}
+
+TEST(LayerText, ConversionsAnswerAsDocumented) {
+    wchar_t text[8] = L"*******";
+    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "a\xFF", 2, nullptr, 0), 2);
+    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "ab", -1, text, 8), 3);
+    EXPECT_STREQ(text, L"ab");
+    const struct {
+        const char* bytes;
+        int size, capacity;
+        DWORD flags, error;
+    } cases[] = {{"abc", 3, 2, 0, ERROR_INSUFFICIENT_BUFFER},
+                 {"a\xFF", 2, 8, MB_ERR_INVALID_CHARS, ERROR_NO_UNICODE_TRANSLATION},
+                 {"abc", 0, 8, 0, ERROR_INVALID_PARAMETER},
+                 {nullptr, 3, 8, 0, ERROR_INVALID_PARAMETER}};
+    for (const auto& [bytes, size, capacity, flags, error] : cases) {
+        EXPECT_EQ(MultiByteToWideChar(CP_UTF8, flags, bytes, size, text, capacity), 0);
+        EXPECT_EQ(GetLastError(), error);
+    }
+}
+
+TEST(LayerCommandLine, IsParsedByThePlatformsRules) {
+    const struct {
+        const wchar_t* line;
+        Arguments arguments;
+    } cases[] = {
+        {L"\"C:\\a b\\p.exe\" --x  \"c d\"", {L"C:\\a b\\p.exe", L"--x", L"c d"}},
+        {L"p a\\\\\"b c\"", {L"p", L"a\\b c"}},
+        {L"p \"a\\\"b\" c\\d\\\\", {L"p", L"a\"b", L"c\\d\\\\"}},
+        {L"p \"a\"\"b\" \"\"", {L"p", L"a\"b", L""}},
+        {L"\"p\\\" x", {L"p\\", L"x"}},
+        {L"", {}},
+    };
+    for (const auto& [line, arguments] : cases) {
+        EXPECT_EQ(layer::ParseCommandLine(line), arguments) << Narrow(line);
+        EXPECT_EQ(layer::ParseCommandLine(layer::JoinCommandLine(arguments)), arguments);
+    }
+}
+
+TEST_F(Layer, DriveCIsADirectory) {
+    const std::string root = layer::DriveDirectory();
+    Write(L"C:\\Apps\\Tool.exe", "x");
+    EXPECT_EQ(layer::ToHostPath(L"c:/APPS\\tool.EXE").host, root + "/Apps/Tool.exe");
+    EXPECT_EQ(layer::ToHostPath(L"\\\\?\\C:\\Apps").host, root + "/Apps");
+    EXPECT_EQ(layer::ToHostPath(L"C:\\new\\file").host, root + "/new/file");
+    EXPECT_EQ(layer::FromHostPath(root + "/Apps/\xC3\xA9"), L"C:\\Apps\\\u00E9");
+    EXPECT_EQ(layer::FromHostPath(root), L"C:\\");
+    EXPECT_EQ(layer::FromHostPath(root + "x/y"),
+              L"Z:" + layer::FromHostPath("/").substr(2) +
+                  layer::WideFromUtf8(root.substr(1)).replace(3, 1, L"\\") + L"x\\y");
+    for (const auto& [path, error] :
+         {std::pair(L"D:\\x", ERROR_PATH_NOT_FOUND), std::pair(L"x", ERROR_PATH_NOT_FOUND),
+          std::pair(L"C:\\a|b", ERROR_INVALID_NAME), std::pair(L"C:\\a:b", ERROR_INVALID_NAME)}) {
+        EXPECT_EQ(layer::ToHostPath(path).error, static_cast<DWORD>(error)) << Narrow(path);
+    }
+}
+
+TEST_F(Layer, FilesAnswerAsDocumented) {
+    Write(L"C:\\Test\\file", "abc");
+    ASSERT_EQ(symlink("nowhere", world::NativePath(L"C:\\Test\\dangling").c_str()), 0);
+    ASSERT_EQ(symlink("loop", world::NativePath(L"C:\\Test\\loop").c_str()), 0);
+    const struct {
+        const wchar_t* path;
+        DWORD access, error;
+    } cases[] = {{L"C:\\Test\\missing", GENERIC_READ, ERROR_FILE_NOT_FOUND},
+                 {L"C:\\missing\\file", GENERIC_READ, ERROR_PATH_NOT_FOUND},
+                 {L"C:\\Test\\file\\x", GENERIC_READ, ERROR_PATH_NOT_FOUND},
+                 {L"C:\\Test", GENERIC_READ, ERROR_ACCESS_DENIED},
+                 {L"C:\\Test\\dangling", GENERIC_READ, ERROR_FILE_NOT_FOUND},
+                 {L"C:\\Test\\loop", GENERIC_READ, ERROR_CANT_RESOLVE_FILENAME}};
+    for (const auto& [path, access, error] : cases) {
+        EXPECT_EQ(CreateFileW(path, access, 7, nullptr, OPEN_EXISTING, 0, nullptr),
+                  INVALID_HANDLE_VALUE);
+        EXPECT_EQ(GetLastError(), error) << Narrow(path);
+    }
+    EXPECT_EQ(GetFileAttributesW(L"C:\\Test\\dangling") & FILE_ATTRIBUTE_REPARSE_POINT,
+              FILE_ATTRIBUTE_REPARSE_POINT);
+    const HANDLE file =
+        CreateFileW(L"C:\\Test\\file", GENERIC_READ, 7, nullptr, OPEN_EXISTING, 0, nullptr);
+    EXPECT_EQ(layer::HeldResources(), "1 handle");
+    DWORD written = 7;
+    EXPECT_FALSE(WriteFile(file, "x", 1, &written, nullptr));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(written, 0U);
+    EXPECT_TRUE(CloseHandle(file));
+    EXPECT_FALSE(CloseHandle(file));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+}
+
+TEST_F(Layer, TheRegistryIsAReadableFile) {
+    kelvaro::ScopedKey key;
+    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\\u8F6F", 0, nullptr, 0,
+                              KEY_READ | KEY_WRITE, nullptr, key.Receive(), nullptr),
+              ERROR_SUCCESS);
+    const auto set = [&key](const wchar_t* name, DWORD type, const void* data, size_t size) {
+        EXPECT_EQ(RegSetValueExW(key.Get(), name, 0, type, static_cast<const BYTE*>(data),
+                                 static_cast<DWORD>(size)),
+                  ERROR_SUCCESS);
+    };
+    const DWORD number = 0x1234;
+    set(L"text", REG_SZ, L"a\\\"b", 5 * sizeof(wchar_t));
+    set(L"open", REG_SZ, L"ab", 2 * sizeof(wchar_t));
+    set(L"expand", REG_EXPAND_SZ, L"%x%", 4 * sizeof(wchar_t));
+    set(L"number", REG_DWORD, &number, sizeof number);
+    set(nullptr, REG_BINARY, "\1\2", 2);
+    const std::string text = Read(L"C:\\registry.reg");
+    for (const char* const line :
+         {"[HKEY_CURRENT_USER\\Software\\\xE8\xBD\xAF]\n", "\"text\"=\"a\\\\\\\"b\"\n",
+          "\"open\"=hex(1):61,00,62,00\n", "@=hex(3):01,02\n"}) {
+        EXPECT_NE(text.find(line), std::string::npos) << line << " in " << text;
+    }
+    const auto keys = layer::ParseRegistry(text);
+    EXPECT_EQ(layer::FormatRegistry(keys), text);
+
+    wchar_t buffer[4] = {};
+    DWORD size = sizeof buffer;
+    DWORD type = 0;
+    auto* const bytes = reinterpret_cast<BYTE*>(buffer);
+    EXPECT_EQ(RegQueryValueExW(key.Get(), L"TEXT", nullptr, &type, bytes, &size), ERROR_MORE_DATA);
+    EXPECT_EQ(size, 5 * sizeof(wchar_t));
+    size = sizeof buffer;
+    EXPECT_EQ(RegQueryValueExW(key.Get(), L"number", nullptr, &type, bytes, &size), ERROR_SUCCESS);
+    EXPECT_EQ(std::memcmp(buffer, &number, sizeof number), 0);
+    EXPECT_EQ(RegQueryValueExW(key.Get(), L"x", nullptr, nullptr, nullptr, nullptr),
+              ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(RegQueryValueExW(key.Get(), L"text", nullptr, nullptr, bytes, nullptr),
+              ERROR_INVALID_PARAMETER);
+    HKEY none = key.Get();
+    EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, L"None", 0, KEY_READ, &none), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, L"None"), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(Layer, ClassesAreTheUsersOverTheMachines) {
+    for (const HKEY root : {HKEY_CURRENT_USER, HKEY_CLASSES_ROOT}) {
+        kelvaro::ScopedKey key;
+        RegCreateKeyExW(root, root == HKEY_CURRENT_USER ? L"Software\\Classes\\a" : L"b", 0,
+                        nullptr, 0, KEY_WRITE, nullptr, key.Receive(), nullptr);
+    }
+    const std::string text = Read(L"C:\\registry.reg");
+    EXPECT_NE(text.find("[HKEY_LOCAL_MACHINE\\Software\\Classes\\b]"), std::string::npos) << text;
+    for (const wchar_t* const path : {L"a", L"b"}) {
+        kelvaro::ScopedKey key;
+        EXPECT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, path, 0, KEY_READ, key.Receive()),
+                  ERROR_SUCCESS);
+    }
+}
+
+TEST_F(Layer, DropListsAreReadToTheirEndOnly) {
+    const HGLOBAL list = rightclick::MakeDropList({L"C:\\a", L"C:\\\u5DE5"});
+    auto* const drop = reinterpret_cast<HDROP>(list);
+    wchar_t name[4] = {};
+    EXPECT_EQ(DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0), 2U);
+    EXPECT_EQ(DragQueryFileW(drop, 1, nullptr, 0), 4U);
+    EXPECT_EQ(DragQueryFileW(drop, 1, name, 4), 3U);
+    EXPECT_STREQ(name, L"C:\\");
+    EXPECT_EQ(DragQueryFileW(drop, 2, name, 4), 0U);
+    auto* const bytes = static_cast<char*>(GlobalLock(list));
+    for (const DWORD offset : {DWORD{0xFFFFFFFF}, DWORD{40}, DWORD{0}}) {
+        std::memcpy(bytes, &offset, sizeof offset);
+        DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0);
+    }
+    GlobalUnlock(list);
+    EXPECT_EQ(GlobalFree(list), nullptr);
+    EXPECT_EQ(DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0), 0U);
+    EXPECT_EQ(GlobalLock(list), nullptr);
+}
+
+TEST(LayerShell, MatchesWildcards) {
+    const struct {
+        const wchar_t *name, *pattern;
+        BOOL matches;
+    } cases[] = {{L"C:\\a.EXE", L"*.exe", TRUE},  {L".exe", L"*.exe", TRUE},
+                 {L"a.exe.bak", L"*.exe", FALSE}, {L"a.lnk", L"*.exe; *.lnk", TRUE},
+                 {L"abcbd", L"a*b?", TRUE},       {L"ab", L"a*b?", FALSE}};
+    for (const auto& [name, pattern, matches] : cases) {
+        EXPECT_EQ(PathMatchSpecW(name, pattern), matches) << Narrow(name);
+    }
+}
+
+TEST_F(Layer, ClassIdentifiersGoThereAndBack) {
+    LPOLESTR text = nullptr;
+    ASSERT_EQ(StringFromCLSID(CLSID_ShellLink, &text), S_OK);
+    EXPECT_STREQ(text, L"{00021401-0000-0000-C000-000000000046}");
+    CLSID clsid = {};
+    EXPECT_EQ(CLSIDFromString(text, &clsid), S_OK);
+    EXPECT_TRUE(clsid == CLSID_ShellLink);
+    EXPECT_EQ(CLSIDFromString(L"{00021401}", &clsid), CO_E_CLASSSTRING);
+    EXPECT_EQ(layer::HeldResources(), "1 task memory");
+    CoTaskMemFree(text);
+    void* link = text;
+    EXPECT_EQ(CoCreateInstance(IID_IUnknown, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &link),
+              REGDB_E_CLASSNOTREG);
+    EXPECT_EQ(link, nullptr);
+    CoUninitialize();
+    EXPECT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &link),
+              CO_E_NOTINITIALIZED);
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+}
+
+}  // namespace

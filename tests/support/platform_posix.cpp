@@ -1,0 +1,120 @@
+#include <pthread.h>
+#include <windows.h>
+
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+
+#include "internal/drive.h"
+#include "internal/encoding.h"
+#include "support/fixture.h"
+#include "support/message_boxes.h"
+#include "support/platform.h"
+#include "support/small_stack.h"
+#include "testing/resources.h"
+#include "testing/shell_events.h"
+
+namespace fs = std::filesystem;
+
+namespace world {
+namespace {
+
+// One directory for the process, emptied for every test and gone with the process.
+class TemporaryDrive {
+  public:
+    TemporaryDrive() {
+        std::array<char, 64> pattern = {"/tmp/kelvaro-drive-XXXXXX"};
+        path_ = mkdtemp(pattern.data());
+        setenv(layer::kDriveVariable, path_.c_str(), 1);
+    }
+    ~TemporaryDrive() { fs::remove_all(path_); }
+    TemporaryDrive(const TemporaryDrive&) = delete;
+    TemporaryDrive& operator=(const TemporaryDrive&) = delete;
+
+    void Empty() const {
+        for (const auto& entry : fs::directory_iterator(path_)) {
+            fs::remove_all(entry.path());
+        }
+    }
+
+  private:
+    fs::path path_;
+};
+
+}  // namespace
+
+void Reset() {
+    static const TemporaryDrive drive;
+    drive.Empty();
+    for (const char* const variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        unsetenv(variable);
+    }
+}
+
+std::string HeldResources() {
+    return layer::HeldResources();
+}
+
+bool ReadOnlyRefuses() {
+    return true;
+}
+
+fs::path NativePath(const std::wstring& path) {
+    return layer::ToHostPath(path).host;
+}
+
+std::wstring BuiltFile(const char* path) {
+    return layer::FromHostPath(path);
+}
+
+}  // namespace world
+
+void RunOnSmallStack(const std::function<void()>& work) {
+#ifdef KELVARO_SANITIZED
+    constexpr size_t kStack = size_t{256} << 10;
+#else
+    constexpr size_t kStack = size_t{64} << 10;
+#endif
+    const auto run = [](void* argument) -> void* {
+        (*static_cast<const std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, kStack);
+    pthread_t thread = {};
+    auto* const argument = const_cast<std::function<void()>*>(&work);
+    if (pthread_create(&thread, &attributes, run, argument) != 0) {
+        throw std::runtime_error("no thread");
+    }
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+const bool MessageBoxes::kCanSee = true;
+
+namespace {
+
+std::unique_ptr<layer::MessageBoxReceiver> g_receiver;
+
+}  // namespace
+
+MessageBoxes::MessageBoxes() {
+    g_receiver = std::make_unique<layer::MessageBoxReceiver>([this](const layer::MessageBox& box) {
+        std::string line = layer::Utf8FromWide(box.caption) + ": " + layer::Utf8FromWide(box.text);
+        if (box.style != (MB_OK | MB_ICONERROR)) {
+            line += " style=" + std::to_string(box.style);
+        }
+        if (box.owner != nullptr) {
+            line += " owner=" + std::to_string(reinterpret_cast<uintptr_t>(box.owner));
+        }
+        shown.push_back(line);
+        const std::vector<std::string> messages = DriveTest::Messages();
+        logged.push_back(messages.empty() ? "" : messages.back());
+    });
+}
+
+MessageBoxes::~MessageBoxes() {
+    g_receiver.reset();
+}

@@ -1,0 +1,138 @@
+#include "rightclick/right_click.h"
+
+#include <shlobj.h>
+
+#include "common/owners.h"
+#include "console/console.h"
+#include "rightclick/library.h"
+#include "rightclick/menu_screen.h"
+#include "rightclick/selection.h"
+
+namespace rightclick {
+namespace {
+
+using kelvaro::ComPtr;
+
+// The shell's numbers: its own items lie below.
+constexpr UINT kFirstId = 100;
+constexpr UINT kLastId = 0x7FFF;
+constexpr UINT kTextCapacity = 512;
+
+class Menu {
+  public:
+    Menu() : handle_(CreatePopupMenu()) {}
+    ~Menu() { DestroyMenu(handle_); }
+    Menu(const Menu&) = delete;
+    Menu& operator=(const Menu&) = delete;
+
+    HMENU Handle() const { return handle_; }
+    bool IsEmpty() const { return GetMenuItemCount(handle_) <= 0; }
+    UINT FirstId() const { return GetMenuItemID(handle_, 0); }
+    std::wstring FirstText() const {
+        wchar_t text[kTextCapacity] = {};
+        GetMenuStringW(handle_, 0, text, kTextCapacity, MF_BYPOSITION);
+        return text;
+    }
+
+  private:
+    HMENU handle_;
+};
+
+std::wstring CommandText(IContextMenu& menu, UINT_PTR command, UINT kind) {
+    wchar_t text[kTextCapacity] = {};
+    const HRESULT result =
+        menu.GetCommandString(command, kind, nullptr, reinterpret_cast<LPSTR>(text), kTextCapacity);
+    return SUCCEEDED(result) ? text : L"";
+}
+
+HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command, HWND owner) {
+    // Names stand on the stack: a handler tells a name from a number by the middle bits of the
+    // pointer, and some heaps lie where those are zero.
+    wchar_t wideVerb[kTextCapacity] = {};
+    char verb[kTextCapacity] = {};
+    lstrcpynW(wideVerb, options.verb.value_or(L"").c_str(), kTextCapacity);
+    lstrcpynA(verb, console::Utf8(wideVerb).c_str(), kTextCapacity);
+    CMINVOKECOMMANDINFOEX request = {};
+    request.cbSize = sizeof request;
+    request.hwnd = owner;
+    request.nShow = SW_SHOWNORMAL;
+    request.lpVerb = reinterpret_cast<LPCSTR>(command);
+    if (options.verb) {
+        request.fMask = CMIC_MASK_UNICODE;
+        request.lpVerb = verb;
+        request.lpVerbW = wideVerb;
+    }
+    return menu.InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&request));
+}
+
+HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>& object) {
+    using GetClassObject = HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, LPVOID*);
+    const auto getClassObject = library.Export<GetClassObject>("DllGetClassObject");
+    if (getClassObject == nullptr) {
+        return HRESULT_FROM_WIN32(GetLastError());
+    }
+    ComPtr<IClassFactory> factory;
+    const HRESULT result = getClassObject(clsid, IID_IClassFactory, factory.Receive());
+    return FAILED(result) ? result
+                          : factory->CreateInstance(nullptr, IID_IShellExtInit, object.Receive());
+}
+
+void RideMenu(IContextMenu& handler, const Options& options, Outcome& outcome) {
+    const Menu popup;
+    outcome.query = handler.QueryContextMenu(popup.Handle(), 0, kFirstId, kLastId, options.flags);
+    UINT_PTR command = 0;
+    if (SUCCEEDED(outcome.query) && !popup.IsEmpty()) {
+        command = popup.FirstId() - kFirstId;
+        outcome.item = {popup.FirstText(), CommandText(handler, command, GCS_VERBW),
+                        CommandText(handler, command, GCS_HELPTEXTW)};
+    }
+    HWND owner = nullptr;
+    bool chosen = options.verb || (options.choose && outcome.item);
+    MenuScreen screen;
+    if (options.popup) {
+        const auto shown = screen.Show(popup.Handle());
+        chosen = shown && *shown >= kFirstId && *shown <= kLastId;
+        command = chosen ? *shown - kFirstId : command;
+        owner = screen.Owner();
+    }
+    if (chosen) {
+        outcome.invoke = Choose(handler, options, command, owner);
+    }
+}
+
+void RideObject(IShellExtInit& object, const Options& options, Outcome& outcome) {
+    const Selection selection = MakeSelection(options.files);
+    ComPtr<IDataObject> dataObject;
+    *dataObject.Receive() = selection.dataObject;
+    outcome.shellSelection = selection.fromShell;
+    outcome.initialize = object.Initialize(nullptr, dataObject.Get(), nullptr);
+    ComPtr<IContextMenu> menu;
+    if (SUCCEEDED(outcome.initialize) &&
+        SUCCEEDED(object.QueryInterface(IID_IContextMenu, menu.Receive()))) {
+        RideMenu(*menu.Get(), options, outcome);
+    }
+}
+
+}  // namespace
+
+Outcome Ride(const Handler& handler, const Options& options) {
+    Outcome outcome;
+    const Library library(handler.library);
+    if (!library.IsLoaded()) {
+        outcome.load = HRESULT_FROM_WIN32(GetLastError());
+        return outcome;
+    }
+    {
+        ComPtr<IShellExtInit> object;
+        outcome.load = MakeObject(library, handler.clsid, object);
+        if (SUCCEEDED(outcome.load)) {
+            RideObject(*object.Get(), options, outcome);
+        }
+    }
+    if (const auto canUnload = library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow")) {
+        outcome.canUnload = canUnload();
+    }
+    return outcome;
+}
+
+}  // namespace rightclick
