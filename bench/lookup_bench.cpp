@@ -65,7 +65,7 @@ void Memchr(benchmark::State& state, const std::string& name) {
 class DriveWithRules {
   public:
     explicit DriveWithRules(const std::string& name) {
-        world::Reset();
+        platform::Reset();
         DriveTest::WriteRules(File(name));
     }
 };
@@ -87,7 +87,7 @@ void LookupOnDisk(benchmark::State& state, const std::string& name) {
 // The floor: the system's own calls, into memory that is new as well.
 void ReadOnly(benchmark::State& state, const std::string& name) {
     const DriveWithRules drive(name);
-    const std::string path = world::NativePath(DriveTest::kRules);
+    const std::string path = platform::NativePath(DriveTest::kRules);
     for (auto _ : state) {
         const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
         const size_t size = File(name).size();

@@ -32,7 +32,7 @@ class Application : public DriveTest {
   public:
     Application() {
         InstallLibrary();
-        Copy(world::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\English.ini",
+        Copy(platform::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\English.ini",
              std::wstring(kApplication) + L"\\Lang\\English.ini");
         WriteRules(OrdinaryFile(kRuleCount));
         Write(kLog, "");
@@ -41,12 +41,12 @@ class Application : public DriveTest {
     void TestBody() override {}
 };
 
-void Ride(IDataObject& selection) {
+void RightClickOnce(IDataObject& selection) {
     ComPtr<IShellExtInit> object;
     ComPtr<IContextMenu> menu;
-    kelvaro::CreateShellExt(IID_IShellExtInit, object.Receive());
+    kelvaro::CreateShellExt(IID_IShellExtInit, object.Put());
     object->Initialize(nullptr, &selection, nullptr);
-    object->QueryInterface(IID_IContextMenu, menu.Receive());
+    object->QueryInterface(IID_IContextMenu, menu.Put());
     const ScopedMenu popup;
     menu->QueryContextMenu(popup.Handle(), 0, 1, 9, CMF_NORMAL);
     wchar_t help[128] = {};
@@ -54,7 +54,7 @@ void Ride(IDataObject& selection) {
     benchmark::DoNotOptimize(help);
 }
 
-// The platform calls of the ride above, in its order, with buffers that are there already.
+// The platform calls of the right-click above, in its order, with buffers that are there already.
 class BareCalls {
   public:
     void Make(IDataObject& selection) {
@@ -141,7 +141,7 @@ template <class Work>
 void Measure(benchmark::State& state, Work work) {
     const Application application;
     ComPtr<IDataObject> selection;
-    *selection.Receive() = rightclick::MakeDropListObject({kProgram});
+    *selection.Put() = rightclick::MakeDropListObject({kProgram});
     work(*selection.Get());
     for (auto _ : state) {
         work(*selection.Get());
@@ -149,18 +149,18 @@ void Measure(benchmark::State& state, Work work) {
     ResetAllocations();
     work(*selection.Get());
     state.counters["allocations"] = static_cast<double>(CountAllocations().count);
-    const layer::FailingNthCall counting({});
-    const size_t readBefore = layer::BytesRead();
+    const compat::FailingNthCall counting({});
+    const size_t readBefore = compat::BytesRead();
     work(*selection.Get());
-    state.counters["bytes read"] = static_cast<double>(layer::BytesRead() - readBefore);
+    state.counters["bytes read"] = static_cast<double>(compat::BytesRead() - readBefore);
     state.counters["platform calls"] = static_cast<double>(counting.CallsMade());
     state.counters["file opens"] = static_cast<double>(counting.CallsOf("CreateFileW"));
 }
 
-void WholeRide(benchmark::State& state) {
-    Measure(state, Ride);
+void RightClick(benchmark::State& state) {
+    Measure(state, RightClickOnce);
 }
-BENCHMARK(WholeRide)->Unit(benchmark::kMicrosecond);
+BENCHMARK(RightClick)->Unit(benchmark::kMicrosecond);
 
 void SameCallsBare(benchmark::State& state) {
     BareCalls calls;

@@ -1,4 +1,4 @@
-// The whole ride of the real DLL on Windows or Wine, step by step, and what a lookup by the
+// The whole right-click of the real DLL on Windows or Wine, step by step, and what a lookup by the
 // standard library's patterns alone would have taken there. Prints medians in the manner of the
 // other benchmarks' JSON files.
 
@@ -42,19 +42,19 @@ struct Times {
     std::vector<double> whole;
 };
 
-void Ride(const rightclick::Library& library, IDataObject& selection, Times& times) {
+void RightClick(const rightclick::Library& library, IDataObject& selection, Times& times) {
     using GetClassObject = HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, LPVOID*);
     const double begin = Now();
     ComPtr<IClassFactory> factory;
     library.Export<GetClassObject>("DllGetClassObject")(kelvaro::kShellExtClsid, IID_IClassFactory,
-                                                        factory.Receive());
+                                                        factory.Put());
     ComPtr<IShellExtInit> object;
-    factory->CreateInstance(nullptr, IID_IShellExtInit, object.Receive());
+    factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put());
     const double beforeInitialize = Now();
     object->Initialize(nullptr, &selection, nullptr);
     times.initialize.push_back(Now() - beforeInitialize);
     ComPtr<IContextMenu> menu;
-    object->QueryInterface(IID_IContextMenu, menu.Receive());
+    object->QueryInterface(IID_IContextMenu, menu.Put());
     const HMENU popup = CreatePopupMenu();
     menu->QueryContextMenu(popup, 0, 1, 9, CMF_NORMAL);
     wchar_t help[128] = {};
@@ -74,10 +74,10 @@ void Print(const char* name, double microseconds, const char* end) {
 
 int wmain(int count, wchar_t** arguments) {
     if (count != 2) {
-        std::fputs("usage: ride_windows LIBRARY\n", stderr);
+        std::fputs("usage: right_click_windows LIBRARY\n", stderr);
         return 2;
     }
-    constexpr int kRides = 200;
+    constexpr int kRightClicks = 200;
     constexpr int kRuleCount = 40;
     CoInitialize(nullptr);
     const std::string rules = bench::OrdinaryFile(kRuleCount);
@@ -86,22 +86,22 @@ int wmain(int count, wchar_t** arguments) {
     DeleteFileW(path.c_str());
     const rightclick::Library library(arguments[1]);
     if (!library.IsLoaded() || !kelvaro::AppendToFile(path.c_str(), rules)) {
-        std::fputs("ride_windows: cannot load the library or write the rules\n", stderr);
+        std::fputs("right_click_windows: cannot load the library or write the rules\n", stderr);
         return 1;
     }
     ComPtr<IDataObject> selection;
-    *selection.Receive() = rightclick::MakeDropListObject({bench::kProgram});
+    *selection.Put() = rightclick::MakeDropListObject({bench::kProgram});
     Times times;
     std::vector<double> patterns;
-    for (int ride = 0; ride < kRides; ++ride) {
-        Ride(library, *selection.Get(), times);
+    for (int count = 0; count < kRightClicks; ++count) {
+        RightClick(library, *selection.Get(), times);
         const double begin = Now();
         bench::StdRegexAsWorded(rules, kelvaro::NormalizePath(bench::kProgram));
         patterns.push_back(Now() - begin);
     }
     std::puts("{\"benchmarks\": [");
     Print("wine/Initialize", Median(times.initialize), ",");
-    Print("wine/whole ride", Median(times.whole), ",");
+    Print("wine/whole right-click", Median(times.whole), ",");
     Print("wine/lookup by std::regex as worded", Median(patterns), "");
     std::puts("]}");
     CoUninitialize();

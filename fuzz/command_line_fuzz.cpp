@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const auto& [program, selected] :
          {std::pair(std::wstring(half), path), std::pair(path, std::wstring(half))}) {
         const auto arguments =
-            layer::ParseCommandLine(kelvaro::BuildCommandLine(program, selected));
+            compat::ParseCommandLine(kelvaro::BuildCommandLine(program, selected));
         fuzz::Require(arguments == std::vector<std::wstring>{program, L"--auth-only",
                                                              L"--startup-gate", L"--shell-toggle",
                                                              selected});

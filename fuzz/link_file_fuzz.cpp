@@ -4,7 +4,7 @@
 #include "internal/link_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const auto target = layer::ReadLinkFile(fuzz::Bytes(data, size));
+    const auto target = compat::ReadLinkFile(fuzz::Bytes(data, size));
     fuzz::Require(!target || target->rawPath.size() <= size);
     return 0;
 }

@@ -133,7 +133,7 @@ TEST_F(File, AppendsAndMakesTheFile) {
 }
 
 TEST_F(File, ReadOnlyIsNotAppendedTo) {
-    if (!world::ReadOnlyRefuses()) {
+    if (!platform::ReadOnlyRefuses()) {
         GTEST_SKIP() << "this user may write read-only files";
     }
     Write(L"C:\\Test\\file", "one");

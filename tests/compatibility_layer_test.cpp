@@ -25,10 +25,10 @@ using Layer = DriveTest;
 
 TEST(LayerText, WideTextIsUtf16InEveryDirection) {
     const std::string bytes = "a\xC3\xA9\xE5\xB7\xA5\xF0\x9F\x98\x80";
-    EXPECT_EQ(layer::WideFromUtf8(bytes), L"a\u00E9\u5DE5\xD83D\xDE00");
-    EXPECT_EQ(layer::Utf8FromWide(layer::WideFromUtf8(bytes)), bytes);
-    EXPECT_EQ(layer::WideFromUtf8("\xF0\x9F\x98 \xFF\xC0\x80"), L"\uFFFD \uFFFD\uFFFD\uFFFD");
-    EXPECT_EQ(layer::Utf8FromWide(L"\xD83D!"), "\xEF\xBF\xBD!");
+    EXPECT_EQ(compat::WideFromUtf8(bytes), L"a\u00E9\u5DE5\xD83D\xDE00");
+    EXPECT_EQ(compat::Utf8FromWide(compat::WideFromUtf8(bytes)), bytes);
+    EXPECT_EQ(compat::WideFromUtf8("\xF0\x9F\x98 \xFF\xC0\x80"), L"\uFFFD \uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(compat::Utf8FromWide(L"\xD83D!"), "\xEF\xBF\xBD!");
 }
 
 TEST(LayerText, ConversionsAnswerAsDocumented) {
@@ -63,33 +63,33 @@ TEST(LayerCommandLine, IsParsedByThePlatformsRules) {
         {L"", {}},
     };
     for (const auto& [line, arguments] : cases) {
-        EXPECT_EQ(layer::ParseCommandLine(line), arguments) << Narrow(line);
-        EXPECT_EQ(layer::ParseCommandLine(layer::JoinCommandLine(arguments)), arguments);
+        EXPECT_EQ(compat::ParseCommandLine(line), arguments) << Narrow(line);
+        EXPECT_EQ(compat::ParseCommandLine(compat::JoinCommandLine(arguments)), arguments);
     }
 }
 
 TEST_F(Layer, DriveCIsADirectory) {
-    const std::string root = layer::DriveDirectory();
+    const std::string root = compat::DriveDirectory();
     Write(L"C:\\Apps\\Tool.exe", "x");
-    EXPECT_EQ(layer::ToHostPath(L"c:/APPS\\tool.EXE").host, root + "/Apps/Tool.exe");
-    EXPECT_EQ(layer::ToHostPath(L"\\\\?\\C:\\Apps").host, root + "/Apps");
-    EXPECT_EQ(layer::ToHostPath(L"C:\\new\\file").host, root + "/new/file");
-    EXPECT_EQ(layer::FromHostPath(root + "/Apps/\xC3\xA9"), L"C:\\Apps\\\u00E9");
-    EXPECT_EQ(layer::FromHostPath(root), L"C:\\");
-    EXPECT_EQ(layer::FromHostPath(root + "x/y"),
-              L"Z:" + layer::FromHostPath("/").substr(2) +
-                  layer::WideFromUtf8(root.substr(1)).replace(3, 1, L"\\") + L"x\\y");
+    EXPECT_EQ(compat::ToHostPath(L"c:/APPS\\tool.EXE").host, root + "/Apps/Tool.exe");
+    EXPECT_EQ(compat::ToHostPath(L"\\\\?\\C:\\Apps").host, root + "/Apps");
+    EXPECT_EQ(compat::ToHostPath(L"C:\\new\\file").host, root + "/new/file");
+    EXPECT_EQ(compat::FromHostPath(root + "/Apps/\xC3\xA9"), L"C:\\Apps\\\u00E9");
+    EXPECT_EQ(compat::FromHostPath(root), L"C:\\");
+    EXPECT_EQ(compat::FromHostPath(root + "x/y"),
+              L"Z:" + compat::FromHostPath("/").substr(2) +
+                  compat::WideFromUtf8(root.substr(1)).replace(3, 1, L"\\") + L"x\\y");
     for (const auto& [path, error] :
          {std::pair(L"D:\\x", ERROR_PATH_NOT_FOUND), std::pair(L"x", ERROR_PATH_NOT_FOUND),
           std::pair(L"C:\\a|b", ERROR_INVALID_NAME), std::pair(L"C:\\a:b", ERROR_INVALID_NAME)}) {
-        EXPECT_EQ(layer::ToHostPath(path).error, static_cast<DWORD>(error)) << Narrow(path);
+        EXPECT_EQ(compat::ToHostPath(path).error, static_cast<DWORD>(error)) << Narrow(path);
     }
 }
 
 TEST_F(Layer, FilesAnswerAsDocumented) {
     Write(L"C:\\Test\\file", "abc");
-    ASSERT_EQ(symlink("nowhere", world::NativePath(L"C:\\Test\\dangling").c_str()), 0);
-    ASSERT_EQ(symlink("loop", world::NativePath(L"C:\\Test\\loop").c_str()), 0);
+    ASSERT_EQ(symlink("nowhere", platform::NativePath(L"C:\\Test\\dangling").c_str()), 0);
+    ASSERT_EQ(symlink("loop", platform::NativePath(L"C:\\Test\\loop").c_str()), 0);
     const struct {
         const wchar_t* path;
         DWORD access, error;
@@ -108,7 +108,7 @@ TEST_F(Layer, FilesAnswerAsDocumented) {
               FILE_ATTRIBUTE_REPARSE_POINT);
     const HANDLE file =
         CreateFileW(L"C:\\Test\\file", GENERIC_READ, 7, nullptr, OPEN_EXISTING, 0, nullptr);
-    EXPECT_EQ(layer::HeldResources(), "1 handle");
+    EXPECT_EQ(compat::HeldResources(), "1 handle");
     DWORD written = 7;
     EXPECT_FALSE(WriteFile(file, "x", 1, &written, nullptr));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
@@ -121,7 +121,7 @@ TEST_F(Layer, FilesAnswerAsDocumented) {
 TEST_F(Layer, TheRegistryIsAReadableFile) {
     kelvaro::ScopedKey key;
     ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\\u8F6F", 0, nullptr, 0,
-                              KEY_READ | KEY_WRITE, nullptr, key.Receive(), nullptr),
+                              KEY_READ | KEY_WRITE, nullptr, key.Put(), nullptr),
               ERROR_SUCCESS);
     const auto set = [&key](const wchar_t* name, DWORD type, const void* data, size_t size) {
         EXPECT_EQ(RegSetValueExW(key.Get(), name, 0, type, static_cast<const BYTE*>(data),
@@ -140,8 +140,8 @@ TEST_F(Layer, TheRegistryIsAReadableFile) {
           "\"open\"=hex(1):61,00,62,00\n", "@=hex(3):01,02\n"}) {
         EXPECT_NE(text.find(line), std::string::npos) << line << " in " << text;
     }
-    const auto keys = layer::ParseRegistry(text);
-    EXPECT_EQ(layer::FormatRegistry(keys), text);
+    const auto keys = compat::ParseRegistry(text);
+    EXPECT_EQ(compat::FormatRegistry(keys), text);
 
     wchar_t buffer[4] = {};
     DWORD size = sizeof buffer;
@@ -166,14 +166,13 @@ TEST_F(Layer, ClassesAreTheUsersOverTheMachines) {
     for (const HKEY root : {HKEY_CURRENT_USER, HKEY_CLASSES_ROOT}) {
         kelvaro::ScopedKey key;
         RegCreateKeyExW(root, root == HKEY_CURRENT_USER ? L"Software\\Classes\\a" : L"b", 0,
-                        nullptr, 0, KEY_WRITE, nullptr, key.Receive(), nullptr);
+                        nullptr, 0, KEY_WRITE, nullptr, key.Put(), nullptr);
     }
     const std::string text = Read(L"C:\\registry.reg");
     EXPECT_NE(text.find("[HKEY_LOCAL_MACHINE\\Software\\Classes\\b]"), std::string::npos) << text;
     for (const wchar_t* const path : {L"a", L"b"}) {
         kelvaro::ScopedKey key;
-        EXPECT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, path, 0, KEY_READ, key.Receive()),
-                  ERROR_SUCCESS);
+        EXPECT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, path, 0, KEY_READ, key.Put()), ERROR_SUCCESS);
     }
 }
 
@@ -217,7 +216,7 @@ TEST_F(Layer, ClassIdentifiersGoThereAndBack) {
     EXPECT_EQ(CLSIDFromString(text, &clsid), S_OK);
     EXPECT_TRUE(clsid == CLSID_ShellLink);
     EXPECT_EQ(CLSIDFromString(L"{00021401}", &clsid), CO_E_CLASSSTRING);
-    EXPECT_EQ(layer::HeldResources(), "1 task memory");
+    EXPECT_EQ(compat::HeldResources(), "1 task memory");
     CoTaskMemFree(text);
     void* link = text;
     EXPECT_EQ(CoCreateInstance(IID_IUnknown, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &link),

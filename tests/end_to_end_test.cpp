@@ -15,19 +15,19 @@ using Strings = std::vector<std::string>;
 constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
 constexpr wchar_t kShortcut[] = L"C:\\Test\\Tool.lnk";
 
-// The built library, installed and registered, ridden as the shell rides it.
+// The built library, installed and registered, called as the shell calls it.
 class EndToEnd : public DriveTest {
   public:
     EndToEnd() {
         const std::wstring directory = kApplication;
-        Copy(world::BuiltFile(KELVARO_LIBRARY), library_);
+        Copy(platform::BuiltFile(KELVARO_LIBRARY), library_);
         for (const wchar_t* const name : {L"English.ini", L"Chinese(Simplified).ini"}) {
-            Copy(world::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\" + name,
+            Copy(platform::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\" + name,
                  directory + L"\\Lang\\" + name);
         }
         InstallPrompt(directory + L"\\KelvaroAuthPrompt.exe");
         InstallPrompt(kTool);
-        Copy(world::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
+        Copy(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
         SetLocale(L"en-US");
         EXPECT_EQ(rightclick::CallRegistration(library_, "DllRegisterServer"), S_OK);
     }
@@ -43,9 +43,9 @@ class EndToEnd : public DriveTest {
         Options options;
         options.files = files;
         options.choose = choose;
-        Outcome outcome = handler ? Ride(*handler, options) : Outcome{};
+        Outcome outcome = handler ? rightclick::RightClick(*handler, options) : Outcome{};
         EXPECT_EQ(outcome.load, S_OK);
-        EXPECT_EQ(outcome.canUnload, S_OK) << "nothing may be in use after a ride";
+        EXPECT_EQ(outcome.canUnload, S_OK) << "nothing may be in use after a right-click";
         return outcome;
     }
     static std::string ItemText(const Outcome& outcome) {
@@ -89,9 +89,9 @@ TEST_F(EndToEnd, AChosenVerbIsKnownByName) {
     options.verb = L"open";
     const auto handler = rightclick::FindHandler(L"exefile");
     ASSERT_TRUE(handler);
-    EXPECT_EQ(Ride(*handler, options).invoke, E_FAIL);
+    EXPECT_EQ(rightclick::RightClick(*handler, options).invoke, E_FAIL);
     options.verb = L"VORANDEL_kelvaro_toggle";
-    EXPECT_EQ(Ride(*handler, options).invoke, S_OK);
+    EXPECT_EQ(rightclick::RightClick(*handler, options).invoke, S_OK);
     WaitForPrompt(1);
 }
 

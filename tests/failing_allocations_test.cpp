@@ -16,7 +16,7 @@ size_t g_firstRefused = SIZE_MAX;
 size_t g_refusals = 0;
 
 bool IsRefused() {
-    if (!g_inLibrary || layer::Call::IsInside()) {
+    if (!g_inLibrary || compat::Call::IsInside()) {
         return false;
     }
     const size_t index = g_allocations++;
@@ -57,34 +57,36 @@ class FailingAllocations : public DriveTest {
   public:
     FailingAllocations() {
         InstallLibrary();
-        Copy(world::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
+        Copy(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
         Write(std::wstring(kApplication) + L"\\Lang\\English.ini", "[ShellExt]\nhelp=Help\n");
         WriteRules(R"({"type":"exe","target":"C:\\Apps\\Tool.exe"})");
         SetLocale(L"en-US");
     }
 
-    // Rides with `refusals` allocations refused from the one at `first` on; how many were asked
-    // for.
-    static size_t Ride(size_t first, size_t refusals) {
-        // Each ride writes the first line of its log, and makes the directories for it.
-        std::filesystem::remove_all(world::NativePath(kLog).parent_path());
+    // Right-clicks with `refusals` allocations refused from the one at `first` on; how many were
+    // asked for.
+    static size_t RightClick(size_t first, size_t refusals) {
+        // Each right-click writes the first line of its log, and makes the directories for it.
+        std::filesystem::remove_all(platform::NativePath(kLog).parent_path());
         g_allocations = 0;
         g_firstRefused = first;
         g_refusals = refusals;
-        TakeWholeRide(LinkedExports(), kShortcut, [](bool inside) { g_inLibrary = inside; });
+        ExerciseEveryEntryPoint(LinkedExports(), kShortcut,
+                                [](bool inside) { g_inLibrary = inside; });
         return g_allocations;
     }
 
-    // Every allocation of the ride refused in turn, alone and with all that follow.
+    // Every allocation of the right-click refused in turn, alone and with all that follow.
     static void RefuseEach(const char* when) {
-        const size_t all = Ride(SIZE_MAX, 0);
+        const size_t all = RightClick(SIZE_MAX, 0);
         for (size_t first = 0; first < all; ++first) {
             for (const size_t refusals : {size_t{1}, SIZE_MAX / 2}) {
-                Ride(first, refusals);
-                ASSERT_EQ(world::HeldResources(), "1 module") << when << ", allocation " << first;
+                RightClick(first, refusals);
+                ASSERT_EQ(platform::HeldResources(), "1 module")
+                    << when << ", allocation " << first;
             }
         }
-        EXPECT_EQ(Ride(SIZE_MAX, 0), all) << "the next ride works as the first";
+        EXPECT_EQ(RightClick(SIZE_MAX, 0), all) << "the next right-click works as the first";
         EXPECT_TRUE(IsTargetLocked(L"C:\\Apps\\Tool.exe"));
         std::printf("%s: %zu allocations were refused in turn, alone and with all that follow\n",
                     when, all);
@@ -93,7 +95,7 @@ class FailingAllocations : public DriveTest {
 };
 
 TEST_F(FailingAllocations, WithAPromptThatStarts) {
-    Copy(world::BuiltFile("/bin/true"), kPrompt);
+    Copy(platform::BuiltFile("/bin/true"), kPrompt);
     RefuseEach("a prompt that starts");
 }
 

@@ -17,8 +17,8 @@ STDAPI DllUnregisterServer();
 namespace kelvaro {
 namespace {
 
-using layer::FailingCall;
-using layer::FailingNthCall;
+using compat::FailingCall;
+using compat::FailingNthCall;
 using Strings = std::vector<std::string>;
 
 constexpr wchar_t kShortcut[] = L"C:\\Test\\Tool.lnk";
@@ -28,7 +28,7 @@ class FailingCalls : public DriveTest {
   public:
     FailingCalls() {
         InstallLibrary();
-        Copy(world::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
+        Copy(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
         Write(std::wstring(kApplication) + L"\\Lang\\English.ini", "[ShellExt]\nhelp=Help\n");
         // No program at all: whether it could run is not the question here.
         Write(std::wstring(kApplication) + L"\\KelvaroAuthPrompt.exe", "");
@@ -43,11 +43,11 @@ class FailingCalls : public DriveTest {
 };
 
 TEST_F(FailingCalls, EachInTurnAndEachWithTheNext) {
-    TakeWholeRide(LinkedExports(), kShortcut);
+    ExerciseEveryEntryPoint(LinkedExports(), kShortcut);
     size_t calls = 0;
     {
         const FailingNthCall counting({});
-        TakeWholeRide(LinkedExports(), kShortcut);
+        ExerciseEveryEntryPoint(LinkedExports(), kShortcut);
         calls = counting.CallsMade();
     }
     std::map<std::string, int> failed;
@@ -55,16 +55,16 @@ TEST_F(FailingCalls, EachInTurnAndEachWithTheNext) {
         for (const auto& indexes : {std::vector{index}, {index, index + 1}}) {
             {
                 const FailingNthCall failing(indexes);
-                TakeWholeRide(LinkedExports(), kShortcut);
+                ExerciseEveryEntryPoint(LinkedExports(), kShortcut);
                 for (const std::string& name : failing.Failed()) {
                     ++failed[name];
                 }
             }
-            ASSERT_EQ(world::HeldResources(), "1 module") << "after call " << index << " failed";
+            ASSERT_EQ(platform::HeldResources(), "1 module") << "after call " << index << " failed";
         }
     }
-    TakeWholeRide(LinkedExports(), kShortcut);
-    EXPECT_TRUE(IsTargetLocked(L"C:\\Apps\\Tool.exe")) << "the next ride works";
+    ExerciseEveryEntryPoint(LinkedExports(), kShortcut);
+    EXPECT_TRUE(IsTargetLocked(L"C:\\Apps\\Tool.exe")) << "the next right-click works";
     for (const auto& [name, times] : failed) {
         RecordProperty(name, times);
     }
@@ -133,7 +133,7 @@ TEST_F(FailingCalls, ThePromptIsStartedHidden) {
     extension.Select({kShortcut});
     CMINVOKECOMMANDINFO request = {};
     extension.Menu().InvokeCommand(&request);
-    const auto process = layer::LastProcessRequest();
+    const auto process = compat::LastProcessRequest();
     EXPECT_EQ(process.creationFlags, CREATE_NO_WINDOW);
     EXPECT_EQ(process.startupFlags, STARTF_USESHOWWINDOW);
     EXPECT_EQ(process.showWindow, SW_HIDE);
@@ -184,20 +184,20 @@ TEST_F(FailingCalls, RegistrationFallsBackToTheMachine) {
         // all five: where the user has the key already, it is the same one.
         for (size_t write = 0; write < 5; ++write) {
             DeleteFileW(L"C:\\registry.reg");
-            const size_t notified = layer::AssociationChanges();
+            const size_t notified = compat::AssociationChanges();
             const FailingCall failing(call, denied, write, 1);
             EXPECT_EQ(DllRegisterServer(), S_OK) << call << write;
-            EXPECT_EQ(layer::AssociationChanges(), notified + 1);
+            EXPECT_EQ(compat::AssociationChanges(), notified + 1);
             const auto [user, machine] = CountEntries(Read(L"C:\\registry.reg"));
             EXPECT_GE(user, write) << call << write;
             EXPECT_EQ(user + machine, 5U) << call << write;
         }
         for (size_t write = 0; write < 5; ++write) {
             DeleteFileW(L"C:\\registry.reg");
-            const size_t notified = layer::AssociationChanges();
+            const size_t notified = compat::AssociationChanges();
             const FailingCall failing(call, denied, write);
             EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(denied)) << call << write;
-            EXPECT_EQ(layer::AssociationChanges(), notified) << "no news without a registration";
+            EXPECT_EQ(compat::AssociationChanges(), notified) << "no news without a registration";
             EXPECT_EQ(CountEntries(Read(L"C:\\registry.reg")), std::pair(write, size_t{0}));
         }
     }
@@ -225,17 +225,17 @@ TEST_F(FailingCalls, RegistrationWithoutPathOrIdentifier) {
         const FailingCall failing("GetModuleFileNameW", ERROR_GEN_FAILURE);
         EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(ERROR_GEN_FAILURE));
     }
-    const size_t notified = layer::AssociationChanges();
+    const size_t notified = compat::AssociationChanges();
     {
         const FailingCall failing("StringFromCLSID", static_cast<DWORD>(E_OUTOFMEMORY));
         EXPECT_EQ(DllRegisterServer(), E_FAIL);
         EXPECT_EQ(DllUnregisterServer(), E_FAIL);
     }
-    EXPECT_EQ(layer::AssociationChanges(), notified);
+    EXPECT_EQ(compat::AssociationChanges(), notified);
     EXPECT_EQ(Read(L"C:\\registry.reg"), "");
     const FailingCall failing("RegDeleteTreeW", ERROR_ACCESS_DENIED);
     EXPECT_EQ(DllUnregisterServer(), S_OK);
-    EXPECT_EQ(layer::AssociationChanges(), notified + 1);
+    EXPECT_EQ(compat::AssociationChanges(), notified + 1);
 }
 
 }  // namespace

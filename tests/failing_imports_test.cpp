@@ -143,8 +143,8 @@ class FailingImports : public DriveTest {
   public:
     FailingImports() {
         const std::wstring application = kApplication;
-        Copy(world::BuiltFile(KELVARO_LIBRARY), application + L"\\KelvaroShellExt.dll");
-        Copy(world::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
+        Copy(platform::BuiltFile(KELVARO_LIBRARY), application + L"\\KelvaroShellExt.dll");
+        Copy(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
         Write(application + L"\\Lang\\English.ini", "[ShellExt]\nhelp=Help\n");
         // No program at all: whether it could run is not the question here.
         Write(application + L"\\KelvaroAuthPrompt.exe", "");
@@ -159,12 +159,12 @@ class FailingImports : public DriveTest {
                 library.Export<decltype(Exports::unregisterServer)>("DllUnregisterServer")};
     }
 
-    static size_t Ride(const Exports& exports, size_t failing) {
+    static size_t RightClick(const Exports& exports, size_t failing) {
         DeleteFileW(kLog);
         RemoveDirectoryW(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs");
         g_calls = 0;
         g_failing = failing;
-        TakeWholeRide(exports, kShortcut);
+        ExerciseEveryEntryPoint(exports, kShortcut);
         return g_calls;
     }
 };
@@ -175,10 +175,10 @@ constexpr wchar_t kPrompt[] = L"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.ex
 size_t FailEach(const rightclick::Library& library, const Import& import) {
     const ScopedImport stub(library.Handle(), import);
     const Exports exports = FailingImports::ExportsOf(library);
-    const size_t calls = FailingImports::Ride(exports, SIZE_MAX);
+    const size_t calls = FailingImports::RightClick(exports, SIZE_MAX);
     EXPECT_GT(calls, 0U) << import.name;
     for (size_t call = 0; call < calls; ++call) {
-        FailingImports::Ride(exports, call);
+        FailingImports::RightClick(exports, call);
     }
     return calls;
 }
@@ -195,8 +195,8 @@ TEST_F(FailingImports, EachCallInTurn) {
     points += FailEach(library, kImports[0]);
     DeleteFileW(kPrompt);
     points += FailEach(library, kImports[0]);
-    Ride(ExportsOf(library), SIZE_MAX);
-    EXPECT_NE(Messages()[0].find("locked=1"), std::string::npos) << "the next ride works";
+    RightClick(ExportsOf(library), SIZE_MAX);
+    EXPECT_NE(Messages()[0].find("locked=1"), std::string::npos) << "the next right-click works";
     std::printf("%zu calls of %zu imports were made to fail\n", points, std::size(kImports));
 }
 

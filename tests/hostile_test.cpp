@@ -33,7 +33,7 @@ class Hostile : public DriveTest {
     }
 
     // A whole menu has to come of it whatever the files are; the item's text.
-    static std::string Ride() {
+    static std::string RightClick() {
         Extension extension;
         EXPECT_EQ(extension.Select({kTool}), S_OK);
         return Narrow(extension.MenuText());
@@ -45,7 +45,7 @@ TEST_F(Hostile, FilesThatAreDirectories) {
         DeleteFileW(path);
         MakeDirectory(path);
     }
-    EXPECT_EQ(Ride(), "Lock with Vorandel Kelvaro");
+    EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
 }
 
 TEST_F(Hostile, FilesThatOthersKeepToThemselves) {
@@ -56,11 +56,11 @@ TEST_F(Hostile, FilesThatOthersKeepToThemselves) {
         holders[held++] =
             CreateFileW(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     }
-    EXPECT_EQ(Ride(), "Lock with Vorandel Kelvaro");
+    EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
     for (const HANDLE holder : holders) {
         EXPECT_TRUE(CloseHandle(holder));
     }
-    EXPECT_EQ(Ride(), "Found");
+    EXPECT_EQ(RightClick(), "Found");
     EXPECT_TRUE(IsTargetLocked(kTool));
 }
 
@@ -84,14 +84,15 @@ TEST_F(Hostile, TextsWithEverythingInThem) {
     };
     for (const auto& [what, bytes] : cases) {
         Write(kEnglish, bytes);
-        EXPECT_EQ(Ride(), "Unlock with Vorandel Kelvaro") << what;
+        EXPECT_EQ(RightClick(), "Unlock with Vorandel Kelvaro") << what;
     }
     Write(kEnglish, "[ShellExt]\nmenu.unlock=" + std::string(100'000, 'y'));
-    EXPECT_EQ(Ride(), std::string(511, 'y')) << "the menu takes what it can show";
+    EXPECT_EQ(RightClick(), std::string(511, 'y')) << "the menu takes what it can show";
 }
 
 TEST_F(Hostile, ShortcutsWithLengthsThatLie) {
-    const std::string good = Read(world::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk");
+    const std::string good =
+        Read(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk");
     const std::wstring path = L"C:\\Test\\bad.lnk";
     // The item list's, an item's and the link info's length.
     for (const size_t at : {size_t{76}, size_t{78}, size_t{241}}) {
@@ -116,7 +117,7 @@ TEST_F(Hostile, ShortcutsWithLengthsThatLie) {
 TEST_F(Hostile, FilesThatAreCutWhileTheyAreRead) {
     std::atomic<bool> done = false;
     std::thread writer([&done] {
-        const auto native = world::NativePath(kRules);
+        const auto native = platform::NativePath(kRules);
         std::string large = kRule;
         large.resize(size_t{4} << 20, ' ');
         while (!done) {
@@ -124,7 +125,7 @@ TEST_F(Hostile, FilesThatAreCutWhileTheyAreRead) {
             EXPECT_EQ(truncate(native.c_str(), 10), 0);
         }
     });
-    for (int ride = 0; ride < 300; ++ride) {
+    for (int count = 0; count < 300; ++count) {
         IsTargetLocked(kTool);
     }
     done = true;
@@ -136,30 +137,30 @@ TEST_F(Hostile, FilesThatAreCutWhileTheyAreRead) {
 // Only the host can make files of holes and links in circles without rights of an administrator.
 TEST_F(Hostile, FilesOfTwoGibibytes) {
     for (const wchar_t* const path : {kEnglish, kRules}) {
-        ASSERT_EQ(truncate(world::NativePath(path).c_str(), off_t{1} << 31), 0);
+        ASSERT_EQ(truncate(platform::NativePath(path).c_str(), off_t{1} << 31), 0);
     }
     EXPECT_EQ(ReadLanguageText(kEnglish), L"");
-#ifndef KELVARO_SANITIZED
+#ifndef KELVARO_INSTRUMENTED
     // The rule stands before the hole, and has to be found.
-    EXPECT_EQ(Ride(), "Unlock with Vorandel Kelvaro");
+    EXPECT_EQ(RightClick(), "Unlock with Vorandel Kelvaro");
 #endif
 }
 
 TEST_F(Hostile, LinksInACircle) {
     for (const wchar_t* const path : {kRules, kEnglish, kLog}) {
-        const auto native = world::NativePath(path);
+        const auto native = platform::NativePath(path);
         DeleteFileW(path);
         MakeDirectory(std::wstring(path, std::wstring_view(path).rfind(L'\\')));
         ASSERT_EQ(symlink(native.filename().c_str(), native.c_str()), 0);
     }
-    EXPECT_EQ(Ride(), "Lock with Vorandel Kelvaro");
+    EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
 }
 
 TEST_F(Hostile, FilesWithoutTheRightToReadThem) {
     for (const wchar_t* const path : {kRules, kEnglish}) {
-        chmod(world::NativePath(path).c_str(), 0);
+        chmod(platform::NativePath(path).c_str(), 0);
     }
-    EXPECT_EQ(Ride(), "Lock with Vorandel Kelvaro");
+    EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
 }
 
 #endif

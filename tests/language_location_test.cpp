@@ -30,8 +30,8 @@ TEST_F(LanguageLocation, TheFolderThatHasTheFileWins) {
     const std::wstring standard = L"Lang\\";
     for (const auto& [locale, file, other] :
          {std::tuple(L"zh-CN", kChinese, kEnglish), std::tuple(L"en-US", kEnglish, kChinese)}) {
-        std::filesystem::remove_all(world::NativePath(InApplication(kSpecial)));
-        std::filesystem::remove_all(world::NativePath(InApplication(L"Lang")));
+        std::filesystem::remove_all(platform::NativePath(InApplication(kSpecial)));
+        std::filesystem::remove_all(platform::NativePath(InApplication(L"Lang")));
         SetLocale(locale);
         EXPECT_EQ(GetLanguageFileName(), file);
         ExpectFile(standard + file, "neither folder is there");
@@ -61,7 +61,7 @@ TEST_F(DriveTest, TheLibraryMayLieInTheRoot) {
     SetLocale(L"en-US");
     const std::wstring library = InstallLibrary(L"C:\\");
     EXPECT_EQ(Narrow(GetLanguageFilePath()), "C:\\Lang\\English.ini");
-    world::Reset();
+    platform::Reset();
     DeleteFileW(library.c_str());
 }
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-using layer::ReadLinkFile;
+using compat::ReadLinkFile;
 
 // The parts of a .lnk file, put together as Windows writes them.
 class LinkBuilder {
@@ -97,7 +97,7 @@ TEST(LinkFile, NoByteOfDamageLeadsOutside) {
     std::mt19937 random(20261124);
     for (const wchar_t* const name : {L"tool.lnk", L"environment.lnk", L"control_panel.lnk"}) {
         const std::string good =
-            DriveTest::Read(world::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\" + name);
+            DriveTest::Read(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\" + name);
         ASSERT_TRUE(ReadLinkFile(good)) << Narrow(name);
         for (size_t length = 0; length < good.size(); ++length) {
             ReadLinkFile(std::string(good, 0, length));

@@ -60,11 +60,11 @@ TEST_F(Load, EightProcessesLoseNoLine) {
     EXPECT_EQ(next.size(), size_t{kProcesses});
 }
 
-// Sixteen threads ride while one process replaces the rules and another writes the log. The rules
-// always lock one program and never the other, so that there is one right answer for each.
+// Sixteen threads right-click while one process replaces the rules and another writes the log. The
+// rules always lock one program and never the other, so that there is one right answer for each.
 TEST_F(Load, SixteenThreadsRideWhileOthersWrite) {
     constexpr int kThreads = 16;
-    constexpr int kRides = 2000;
+    constexpr int kRightClicks = 2000;
     const std::string rules = R"({"type":"exe","target":"C:\\Apps\\Locked.exe"})";
     WriteRules(rules);
     const std::wstring other = std::wstring(kRules) + L".other";
@@ -92,7 +92,7 @@ TEST_F(Load, SixteenThreadsRideWhileOthersWrite) {
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&wrong, locked = thread % 2 == 0] {
             CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-            for (int ride = 0; ride < kRides; ++ride) {
+            for (int count = 0; count < kRightClicks; ++count) {
                 Extension extension;
                 extension.Select({locked ? L"C:\\Apps\\Locked.exe" : L"C:\\Apps\\Free.exe"});
                 const std::wstring text = extension.MenuText();
@@ -112,7 +112,7 @@ TEST_F(Load, SixteenThreadsRideWhileOthersWrite) {
     for (const std::string& message : Messages()) {
         ++lines[message];
     }
-    constexpr int kEach = kThreads / 2 * kRides;
+    constexpr int kEach = kThreads / 2 * kRightClicks;
     EXPECT_EQ(
         lines["Initialize ok selected=C:\\Apps\\Locked.exe target=C:\\Apps\\Locked.exe locked=1"],
         kEach);
@@ -130,7 +130,7 @@ size_t ResidentKilobytes() {
 }
 
 TEST_F(Load, OneObjectServesAHundredThousandMenus) {
-#ifdef KELVARO_SANITIZED
+#ifdef KELVARO_INSTRUMENTED
     constexpr int kMenus = 10'000;  // memory is not measured there
 #else
     constexpr int kMenus = 100'000;
@@ -148,7 +148,7 @@ TEST_F(Load, OneObjectServesAHundredThousandMenus) {
             DeleteFileW(kLog);
         }
     }
-#ifndef KELVARO_SANITIZED
+#ifndef KELVARO_INSTRUMENTED
     EXPECT_LT(ResidentKilobytes(), before + 1024);
 #endif
 }

@@ -238,7 +238,7 @@ class Generator {
 };
 
 TEST(RuleScanner, AgreesWithThePatternsOnRandomFiles) {
-#ifdef KELVARO_SANITIZED
+#ifdef KELVARO_INSTRUMENTED
     constexpr int kFiles = 20'000;  // the patterns are slow enough without
 #else
     constexpr int kFiles = 200'000;

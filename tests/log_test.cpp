@@ -77,7 +77,7 @@ TEST_F(Log, WhatCannotBeWrittenIsDropped) {
 }
 
 TEST_F(Log, AReadOnlyFileStaysAsItIs) {
-    if (!world::ReadOnlyRefuses()) {
+    if (!platform::ReadOnlyRefuses()) {
         GTEST_SKIP() << "this user may write read-only files";
     }
     Write(kLog, "old\r\n");

@@ -19,7 +19,7 @@ std::string Value(HKEY root, const std::wstring& path, const wchar_t* name = nul
     wchar_t text[1024] = {};
     DWORD size = sizeof text;
     DWORD type = REG_NONE;
-    if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Receive()) != ERROR_SUCCESS ||
+    if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Put()) != ERROR_SUCCESS ||
         RegQueryValueExW(key.Get(), name, nullptr, &type, reinterpret_cast<BYTE*>(text), &size) !=
             ERROR_SUCCESS) {
         return "(none)";
@@ -80,7 +80,7 @@ TEST_F(Registration, RemovalTakesOnlyWhatIsOurs) {
     ScopedKey parent;
     EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER,
                             L"Software\\Classes\\lnkfile\\shellex\\ContextMenuHandlers", 0,
-                            KEY_READ, parent.Receive()),
+                            KEY_READ, parent.Put()),
               ERROR_SUCCESS);
 }
 

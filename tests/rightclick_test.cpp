@@ -18,7 +18,7 @@ TEST(Options, AreRead) {
     EXPECT_EQ(options.verb, L"x");
     EXPECT_EQ(options.library, L"C:\\l.dll");
     EXPECT_EQ(options.files, (std::vector<std::wstring>{L"C:\\Apps\\a.exe", L"C:\\--b.exe"}));
-    EXPECT_EQ(options.action, Action::ride);
+    EXPECT_EQ(options.action, Action::rightClick);
     EXPECT_EQ(ParseOptions({L"--register", L"C:\\l.dll"}).action, Action::registerLibrary);
     EXPECT_EQ(ParseOptions({L"--help"}).action, Action::help);
 }

@@ -31,8 +31,8 @@ TEST_F(Server, KnowsOneClass) {
 TEST_F(Server, MakesANewFactoryEachTime) {
     ComPtr<IClassFactory> first;
     ComPtr<IUnknown> second;
-    EXPECT_EQ(DllGetClassObject(kShellExtClsid, IID_IClassFactory, first.Receive()), S_OK);
-    EXPECT_EQ(DllGetClassObject(kShellExtClsid, IID_IUnknown, second.Receive()), S_OK);
+    EXPECT_EQ(DllGetClassObject(kShellExtClsid, IID_IClassFactory, first.Put()), S_OK);
+    EXPECT_EQ(DllGetClassObject(kShellExtClsid, IID_IUnknown, second.Put()), S_OK);
     EXPECT_NE(static_cast<IUnknown*>(first.Get()), second.Get());
     EXPECT_EQ(g_objectCount, 2U);
     EXPECT_EQ(first->AddRef(), 2U);
@@ -45,7 +45,7 @@ TEST_F(Server, MakesANewFactoryEachTime) {
 
 TEST_F(Server, MakesObjectsWithTwoViewsAndOneIdentity) {
     ComPtr<IClassFactory> factory;
-    DllGetClassObject(kShellExtClsid, IID_IClassFactory, factory.Receive());
+    DllGetClassObject(kShellExtClsid, IID_IClassFactory, factory.Put());
     void* nothing = kUntouched;
     EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IUnknown, &nothing),
               CLASS_E_NOAGGREGATION);
@@ -58,10 +58,10 @@ TEST_F(Server, MakesObjectsWithTwoViewsAndOneIdentity) {
     ComPtr<IUnknown> identity;
     ComPtr<IUnknown> sameIdentity;
     ComPtr<IShellExtInit> init;
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IContextMenu, menu.Receive()), S_OK);
-    EXPECT_EQ(menu->QueryInterface(IID_IUnknown, identity.Receive()), S_OK);
-    EXPECT_EQ(identity->QueryInterface(IID_IShellExtInit, init.Receive()), S_OK);
-    EXPECT_EQ(init->QueryInterface(IID_IUnknown, sameIdentity.Receive()), S_OK);
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IContextMenu, menu.Put()), S_OK);
+    EXPECT_EQ(menu->QueryInterface(IID_IUnknown, identity.Put()), S_OK);
+    EXPECT_EQ(identity->QueryInterface(IID_IShellExtInit, init.Put()), S_OK);
+    EXPECT_EQ(init->QueryInterface(IID_IUnknown, sameIdentity.Put()), S_OK);
     EXPECT_EQ(identity.Get(), sameIdentity.Get());
     EXPECT_EQ(static_cast<void*>(identity.Get()), static_cast<void*>(init.Get()));
     EXPECT_NE(static_cast<void*>(menu.Get()), static_cast<void*>(init.Get()));

@@ -168,7 +168,7 @@ TEST_F(MenuItem, NeedsARequestAndASelection) {
 TEST_F(MenuItem, EveryChoiceStartsThePromptWithTheSelectedPath) {
     InstallPrompt(std::wstring(kApplication) + L"\\KelvaroAuthPrompt.exe");
     const std::wstring shortcut = L"C:\\Test\\Tool.lnk";
-    Copy(world::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", shortcut);
+    Copy(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", shortcut);
     extension_.Select({shortcut});
     CMINVOKECOMMANDINFO request = {};
     for (int calls = 1; calls <= 2; ++calls) {

@@ -8,7 +8,7 @@ namespace {
 using Shortcut = DriveTest;
 
 std::wstring Saved(const std::wstring& name) {
-    return world::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\" + name;
+    return platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\" + name;
 }
 
 TEST_F(Shortcut, AProgramIsItsOwnTarget) {

@@ -58,7 +58,7 @@ TEST_F(Texts, NoPlaceholderIsFilledInMessages) {
 // What ships has every text, and menu texts that name the product.
 TEST(LanguageFiles, AreComplete) {
     for (const wchar_t* const name : {L"English.ini", L"Chinese(Simplified).ini"}) {
-        const std::wstring path = world::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\" + name;
+        const std::wstring path = platform::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\" + name;
         const std::wstring text = ReadLanguageText(path);
         ASSERT_FALSE(text.empty()) << Narrow(path);
         for (const TextKey& key :

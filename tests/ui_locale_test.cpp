@@ -56,7 +56,7 @@ TEST_F(UiLocale, AnUnusableSettingCountsAsAbsent) {
 TEST_F(UiLocale, TheTextNeedsNoNull) {
     ScopedKey key;
     RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, nullptr,
-                    REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Receive(), nullptr);
+                    REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Put(), nullptr);
     // Not a null behind what is stored either: the registry would take it along.
     const std::wstring full = L"zh" + std::wstring(63, L'x');
     RegSetValueExW(key.Get(), L"UILocale", 0, REG_SZ, reinterpret_cast<const BYTE*>(full.data()),
@@ -70,7 +70,7 @@ TEST_F(UiLocale, TheTextNeedsNoNull) {
 TEST_F(UiLocale, TheMachinesSettingIsIgnored) {
     ScopedKey key;
     if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Vorandel\\Kelvaro", 0, nullptr,
-                        REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Receive(),
+                        REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Put(),
                         nullptr) != ERROR_SUCCESS) {
         GTEST_SKIP() << "no right to write the machine's settings";
     }

@@ -41,7 +41,7 @@ DWORD RunToEnd(std::wstring commandLine) {
 
 bool HasKey(HKEY root, const std::wstring& path) {
     ScopedKey key;
-    return RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Receive()) == ERROR_SUCCESS;
+    return RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Put()) == ERROR_SUCCESS;
 }
 
 // Makes a shortcut with the shell's own link object: to a path, or to an item of the shell.
@@ -49,10 +49,10 @@ void MakeShortcut(const std::wstring& file, const wchar_t* target, LPCITEMIDLIST
     ComPtr<IShellLinkW> link;
     ComPtr<IPersistFile> saver;
     ASSERT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                               link.Receive()),
+                               link.Put()),
               S_OK);
     ASSERT_GE(item == nullptr ? link->SetPath(target) : link->SetIDList(item), S_OK);
-    ASSERT_EQ(link->QueryInterface(IID_IPersistFile, saver.Receive()), S_OK);
+    ASSERT_EQ(link->QueryInterface(IID_IPersistFile, saver.Put()), S_OK);
     ASSERT_EQ(saver->Save(file.c_str(), TRUE), S_OK);
 }
 
@@ -61,7 +61,7 @@ class WindowsShell : public DriveTest {
     explicit WindowsShell(const std::wstring& directory = kApplication)
         : library_(JoinPath(directory, L"KelvaroShellExt.dll")) {
         MakeDirectory(L"C:\\Test");
-        Copy(world::BuiltFile(KELVARO_LIBRARY), library_);
+        Copy(platform::BuiltFile(KELVARO_LIBRARY), library_);
         InstallPrompt(JoinPath(directory, L"KelvaroAuthPrompt.exe"));
         InstallPrompt(kTool);
         SetLocale(L"en-US");
@@ -71,15 +71,16 @@ class WindowsShell : public DriveTest {
         return RunToEnd(L"regsvr32 " + switches + L" \"" + library_ + L"\"");
     }
 
-    // Rides through the real registry with the shell's own data object; the last message but the
-    // menu's.
+    // Right-clicks through the real registry with the shell's own data object; the last message but
+    // the menu's.
     static std::string RightClick(const std::wstring& file, bool choose = false) {
         DeleteFileW(kLog);
         const auto handler = rightclick::FindHandler(rightclick::ClassOfFile(file));
         rightclick::Options options;
         options.files = {file};
         options.choose = choose;
-        const auto outcome = handler ? Ride(*handler, options) : rightclick::Outcome{};
+        const auto outcome =
+            handler ? rightclick::RightClick(*handler, options) : rightclick::Outcome{};
         EXPECT_TRUE(outcome.shellSelection) << Narrow(file);
         EXPECT_TRUE(outcome.item) << Narrow(file);
         EXPECT_EQ(outcome.canUnload, S_OK);
@@ -106,7 +107,7 @@ TEST_F(WindowsShell, RegSvr32RegistersAndRemoves) {
     }
 }
 
-TEST_F(WindowsShell, RidesWithTheShellsOwnObjects) {
+TEST_F(WindowsShell, WorksWithTheShellsOwnObjects) {
     ASSERT_EQ(RegSvr32(L"/s"), 0U);
     EXPECT_EQ(RightClick(kTool, true),
               "Initialize ok selected=C:\\Apps\\Tool.exe target=C:\\Apps\\Tool.exe locked=0");
@@ -210,7 +211,7 @@ TEST_F(LongPath, RegistersWholeAndFindsItsFiles) {
     rightclick::Options options;
     options.files = {kTool};
     options.choose = true;
-    const auto outcome = Ride({kShellExtClsid, library_}, options);
+    const auto outcome = rightclick::RightClick({kShellExtClsid, library_}, options);
     ASSERT_TRUE(outcome.item);
     EXPECT_EQ(outcome.item->text, L"Found");
     const Strings messages = Messages();

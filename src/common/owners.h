@@ -37,7 +37,7 @@ class ScopedKey {
     ScopedKey& operator=(const ScopedKey&) = delete;
 
     HKEY Get() const noexcept { return key_; }
-    HKEY* Receive() noexcept { return &key_; }
+    HKEY* Put() noexcept { return &key_; }
 
   private:
     HKEY key_ = nullptr;
@@ -59,7 +59,7 @@ class ComPtr {
     Interface* Get() const noexcept { return pointer_; }
     Interface* operator->() const noexcept { return pointer_; }
     explicit operator bool() const noexcept { return pointer_ != nullptr; }
-    void** Receive() noexcept { return reinterpret_cast<void**>(&pointer_); }
+    void** Put() noexcept { return reinterpret_cast<void**>(&pointer_); }
 
   private:
     Interface* pointer_ = nullptr;

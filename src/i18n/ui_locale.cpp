@@ -16,8 +16,8 @@ std::wstring_view NormalizeLocale(std::wstring_view tag) noexcept {
 
 std::wstring_view ReadRegistryLocale() noexcept {
     ScopedKey key;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, KEY_READ,
-                      key.Receive()) != ERROR_SUCCESS) {
+    if (RegOpenKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, KEY_READ, key.Put()) !=
+        ERROR_SUCCESS) {
         return {};
     }
     wchar_t text[64] = {};

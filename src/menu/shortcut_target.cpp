@@ -15,14 +15,14 @@ namespace {
 std::wstring ReadStoredTarget(const std::wstring& path) {
     ComPtr<IShellLinkW> link;
     if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                                link.Receive())) ||
+                                link.Put())) ||
         !link) {
         return {};
     }
     wchar_t target[MAX_PATH] = {};
     {
         ComPtr<IPersistFile> file;
-        if (FAILED(link->QueryInterface(IID_IPersistFile, file.Receive())) || !file ||
+        if (FAILED(link->QueryInterface(IID_IPersistFile, file.Put())) || !file ||
             FAILED(file->Load(path.c_str(), STGM_READ))) {
             return {};
         }

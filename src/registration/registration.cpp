@@ -30,7 +30,7 @@ class ScopedComText {
     ScopedComText& operator=(const ScopedComText&) = delete;
 
     LPOLESTR Get() const noexcept { return text_; }
-    LPOLESTR* Receive() noexcept { return &text_; }
+    LPOLESTR* Put() noexcept { return &text_; }
 
   private:
     LPOLESTR text_ = nullptr;
@@ -39,7 +39,7 @@ class ScopedComText {
 // The class identifier as the registry spells it, empty when the system cannot say.
 std::wstring ClsidText() {
     ScopedComText text;
-    if (FAILED(StringFromCLSID(kShellExtClsid, text.Receive())) || text.Get() == nullptr) {
+    if (FAILED(StringFromCLSID(kShellExtClsid, text.Put())) || text.Get() == nullptr) {
         return {};
     }
     return text.Get();
@@ -95,7 +95,7 @@ HRESULT WriteRegistryString(HKEY root, const std::wstring& keyPath, const std::w
                             const std::wstring& data) noexcept {
     ScopedKey key;
     LSTATUS status = RegCreateKeyExW(root, keyPath.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                     KEY_WRITE, nullptr, key.Receive(), nullptr);
+                                     KEY_WRITE, nullptr, key.Put(), nullptr);
     if (status != ERROR_SUCCESS) {
         return HRESULT_FROM_WIN32(static_cast<DWORD>(status));
     }

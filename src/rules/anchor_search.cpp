@@ -69,14 +69,14 @@ std::optional<Anchor> Anchor::Choose(std::string_view canonicalPath) noexcept {
         }
         const std::string_view bytes = canonicalPath.substr(at, kLetters);
         if (std::all_of(bytes.begin(), bytes.end(), IsPlain)) {
-            chosen = Anchor(at, {FoldCase(bytes[0]), FoldCase(bytes[1]), FoldCase(bytes[2])});
+            chosen = Anchor(at, {LooseFold(bytes[0]), LooseFold(bytes[1]), LooseFold(bytes[2])});
         }
     }
     return chosen;
 }
 
 bool Anchor::Matches(std::string_view bytes) const noexcept {
-    if (bytes.empty() || FoldCase(bytes[0]) != letters_[0]) {
+    if (bytes.empty() || LooseFold(bytes[0]) != letters_[0]) {
         return false;
     }
     size_t at = 1;
@@ -84,7 +84,7 @@ bool Anchor::Matches(std::string_view bytes) const noexcept {
         if (at < bytes.size() && bytes[at] == '\\') {
             ++at;
         }
-        if (at >= bytes.size() || FoldCase(bytes[at]) != letters_[letter]) {
+        if (at >= bytes.size() || LooseFold(bytes[at]) != letters_[letter]) {
             return false;
         }
         ++at;

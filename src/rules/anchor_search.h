@@ -39,7 +39,7 @@ class Anchor {
 
 // The bit that tells a letter's cases apart. Setting it on both sides of a comparison also takes a
 // few unequal bytes for equal, which a necessary condition may.
-constexpr char FoldCase(char byte) noexcept {
+constexpr char LooseFold(char byte) noexcept {
     return static_cast<char>(byte | 0x20);
 }
 

@@ -51,7 +51,7 @@ bool MayBeginWith(std::string_view bytes, std::string_view path) noexcept {
             if (at == begin) {
                 return false;
             }
-        } else if (at == bytes.size() || FoldCase(bytes[at++]) != FoldCase(wanted)) {
+        } else if (at == bytes.size() || LooseFold(bytes[at++]) != LooseFold(wanted)) {
             return false;
         }
     }
@@ -78,7 +78,7 @@ bool MayEndWith(std::string_view bytes, std::string_view path) noexcept {
             if (at == end) {
                 return false;
             }
-        } else if (at == 0 || FoldCase(bytes[--at]) != FoldCase(wanted)) {
+        } else if (at == 0 || LooseFold(bytes[--at]) != LooseFold(wanted)) {
             return false;
         }
     }

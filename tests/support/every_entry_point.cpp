@@ -35,11 +35,11 @@ HRESULT Enter(Gate gate, const char* what, std::initializer_list<HRESULT> allowe
     return result;
 }
 
-void RideObject(IShellExtInit& object, IDataObject* selection, Gate gate) {
+void UseObject(IShellExtInit& object, IDataObject* selection, Gate gate) {
     Enter(gate, "Initialize", {S_OK, E_INVALIDARG, E_OUTOFMEMORY},
           [&] { return object.Initialize(nullptr, selection, nullptr); });
     ComPtr<IContextMenu> menu;
-    ASSERT_EQ(object.QueryInterface(IID_IContextMenu, menu.Receive()), S_OK);
+    ASSERT_EQ(object.QueryInterface(IID_IContextMenu, menu.Put()), S_OK);
     const HMENU popup = CreatePopupMenu();
     Enter(gate, "QueryContextMenu", {1, E_OUTOFMEMORY},
           [&] { return menu->QueryContextMenu(popup, 0, 1, 9, CMF_NORMAL); });
@@ -61,23 +61,23 @@ Exports LinkedExports() {
     return {DllGetClassObject, DllCanUnloadNow, DllRegisterServer, DllUnregisterServer};
 }
 
-void TakeWholeRide(const Exports& library, const std::wstring& shortcut, Gate gate) {
+void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcut, Gate gate) {
     {
         ComPtr<IDataObject> selection;
-        *selection.Receive() = rightclick::MakeDropListObject({shortcut});
+        *selection.Put() = rightclick::MakeDropListObject({shortcut});
         ComPtr<IClassFactory> factory;
         Enter(gate, "DllGetClassObject", {S_OK, E_OUTOFMEMORY}, [&] {
             return library.getClassObject(kelvaro::kShellExtClsid, IID_IClassFactory,
-                                          factory.Receive());
+                                          factory.Put());
         });
         ComPtr<IShellExtInit> object;
         if (factory) {
             Enter(gate, "CreateInstance", {S_OK, E_OUTOFMEMORY}, [&] {
-                return factory->CreateInstance(nullptr, IID_IShellExtInit, object.Receive());
+                return factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put());
             });
         }
         if (object) {
-            RideObject(*object.Get(), selection.Get(), gate);
+            UseObject(*object.Get(), selection.Get(), gate);
         }
     }
     EXPECT_EQ(library.canUnloadNow(), S_OK);

@@ -22,4 +22,5 @@ Exports LinkedExports();
 // factory, object, selection, menu, verb and help, the command, registration and its removal. Every
 // result has to be one that the library may give and nothing may stay behind, whatever fails
 // meanwhile.
-void TakeWholeRide(const Exports& library, const std::wstring& shortcut, Gate gate = nullptr);
+void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcut,
+                             Gate gate = nullptr);

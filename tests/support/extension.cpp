@@ -8,8 +8,8 @@
 using kelvaro::ComPtr;
 
 Extension::Extension() {
-    EXPECT_EQ(kelvaro::CreateShellExt(IID_IShellExtInit, init_.Receive()), S_OK);
-    EXPECT_EQ(init_->QueryInterface(IID_IContextMenu, menu_.Receive()), S_OK);
+    EXPECT_EQ(kelvaro::CreateShellExt(IID_IShellExtInit, init_.Put()), S_OK);
+    EXPECT_EQ(init_->QueryInterface(IID_IContextMenu, menu_.Put()), S_OK);
 }
 
 HRESULT Extension::Select(const std::vector<std::wstring>& files) {
@@ -18,7 +18,7 @@ HRESULT Extension::Select(const std::vector<std::wstring>& files) {
 
 HRESULT Extension::Select(IDataObject* selection) {
     ComPtr<IDataObject> owner;
-    *owner.Receive() = selection;
+    *owner.Put() = selection;
     return init_->Initialize(nullptr, selection, nullptr);
 }
 

@@ -12,7 +12,7 @@
 namespace fs = std::filesystem;
 
 DriveTest::DriveTest() {
-    world::Reset();
+    platform::Reset();
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
 }
 
@@ -22,30 +22,30 @@ DriveTest::~DriveTest() {
         FreeLibrary(module_);
     }
     CoUninitialize();
-    EXPECT_EQ(world::HeldResources(), "") << "something was not given back";
+    EXPECT_EQ(platform::HeldResources(), "") << "something was not given back";
     EXPECT_EQ(kelvaro::g_objectCount, 0U);
 }
 
 void DriveTest::Write(const std::wstring& path, std::string_view bytes) {
     MakeDirectory(std::wstring(kelvaro::ParentPath(path)));
-    std::ofstream file(world::NativePath(path), std::ios::binary);
+    std::ofstream file(platform::NativePath(path), std::ios::binary);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     ASSERT_TRUE(file.good()) << Narrow(path);
 }
 
 std::string DriveTest::Read(const std::wstring& path) {
-    std::ifstream file(world::NativePath(path), std::ios::binary);
+    std::ifstream file(platform::NativePath(path), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
 void DriveTest::MakeDirectory(const std::wstring& path) {
-    fs::create_directories(world::NativePath(path));
+    fs::create_directories(platform::NativePath(path));
 }
 
 void DriveTest::Copy(const std::wstring& from, const std::wstring& to) {
     MakeDirectory(std::wstring(kelvaro::ParentPath(to)));
-    fs::remove(world::NativePath(to));
-    fs::copy_file(world::NativePath(from), world::NativePath(to));
+    fs::remove(platform::NativePath(to));
+    fs::copy_file(platform::NativePath(from), platform::NativePath(to));
 }
 
 std::vector<std::string> DriveTest::Messages() {
@@ -63,7 +63,7 @@ std::vector<std::string> DriveTest::Messages() {
 void DriveTest::SetLocale(const std::wstring& locale, DWORD type) {
     kelvaro::ScopedKey key;
     ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, nullptr,
-                              REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Receive(), nullptr),
+                              REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Put(), nullptr),
               ERROR_SUCCESS);
     ASSERT_EQ(RegSetValueExW(key.Get(), L"UILocale", 0, type,
                              reinterpret_cast<const BYTE*>(locale.c_str()),
@@ -73,7 +73,7 @@ void DriveTest::SetLocale(const std::wstring& locale, DWORD type) {
 
 std::wstring DriveTest::InstallLibrary(const std::wstring& directory) {
     std::wstring path = kelvaro::JoinPath(directory, L"KelvaroShellExt.dll");
-    Copy(world::BuiltFile(KELVARO_LIBRARY), path);
+    Copy(platform::BuiltFile(KELVARO_LIBRARY), path);
     module_ = LoadLibraryW(path.c_str());
     EXPECT_NE(module_, nullptr) << Narrow(path);
     kelvaro::g_moduleHandle = module_;

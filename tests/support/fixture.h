@@ -10,7 +10,7 @@
 #include "console/console.h"
 #include "support/platform.h"
 
-// Text in a failed expectation, readable in both worlds.
+// Text in a failed expectation, readable on both platforms.
 inline std::string Narrow(std::wstring_view text) {
     return console::Utf8(text);
 }

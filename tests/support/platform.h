@@ -5,7 +5,7 @@
 
 // What differs between the two worlds that the tests run in: over the layer every test has a drive
 // of its own; under Wine it is the drive of the build's prefix.
-namespace world {
+namespace platform {
 
 // Makes drive C: and the current user's registry as they are before the application is installed.
 void Reset();
@@ -24,4 +24,4 @@ std::filesystem::path NativePath(const std::wstring& path);
 // The Windows path of a file that the build made, by the path the build knows.
 std::wstring BuiltFile(const char* path);
 
-}  // namespace world
+}  // namespace platform

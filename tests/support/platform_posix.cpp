@@ -17,7 +17,7 @@
 
 namespace fs = std::filesystem;
 
-namespace world {
+namespace platform {
 namespace {
 
 // One directory for the process, emptied for every test and gone with the process.
@@ -26,7 +26,7 @@ class TemporaryDrive {
     TemporaryDrive() {
         std::array<char, 64> pattern = {"/tmp/kelvaro-drive-XXXXXX"};
         path_ = mkdtemp(pattern.data());
-        setenv(layer::kDriveVariable, path_.c_str(), 1);
+        setenv(compat::kDriveVariable, path_.c_str(), 1);
     }
     ~TemporaryDrive() { fs::remove_all(path_); }
     TemporaryDrive(const TemporaryDrive&) = delete;
@@ -53,7 +53,7 @@ void Reset() {
 }
 
 std::string HeldResources() {
-    return layer::HeldResources();
+    return compat::HeldResources();
 }
 
 bool ReadOnlyRefuses() {
@@ -61,17 +61,17 @@ bool ReadOnlyRefuses() {
 }
 
 fs::path NativePath(const std::wstring& path) {
-    return layer::ToHostPath(path).host;
+    return compat::ToHostPath(path).host;
 }
 
 std::wstring BuiltFile(const char* path) {
-    return layer::FromHostPath(path);
+    return compat::FromHostPath(path);
 }
 
-}  // namespace world
+}  // namespace platform
 
 void RunOnSmallStack(const std::function<void()>& work) {
-#ifdef KELVARO_SANITIZED
+#ifdef KELVARO_INSTRUMENTED
     constexpr size_t kStack = size_t{256} << 10;
 #else
     constexpr size_t kStack = size_t{64} << 10;
@@ -96,23 +96,25 @@ const bool MessageBoxes::kCanSee = true;
 
 namespace {
 
-std::unique_ptr<layer::MessageBoxReceiver> g_receiver;
+std::unique_ptr<compat::MessageBoxReceiver> g_receiver;
 
 }  // namespace
 
 MessageBoxes::MessageBoxes() {
-    g_receiver = std::make_unique<layer::MessageBoxReceiver>([this](const layer::MessageBox& box) {
-        std::string line = layer::Utf8FromWide(box.caption) + ": " + layer::Utf8FromWide(box.text);
-        if (box.style != (MB_OK | MB_ICONERROR)) {
-            line += " style=" + std::to_string(box.style);
-        }
-        if (box.owner != nullptr) {
-            line += " owner=" + std::to_string(reinterpret_cast<uintptr_t>(box.owner));
-        }
-        shown.push_back(line);
-        const std::vector<std::string> messages = DriveTest::Messages();
-        logged.push_back(messages.empty() ? "" : messages.back());
-    });
+    g_receiver =
+        std::make_unique<compat::MessageBoxReceiver>([this](const compat::MessageBox& box) {
+            std::string line =
+                compat::Utf8FromWide(box.caption) + ": " + compat::Utf8FromWide(box.text);
+            if (box.style != (MB_OK | MB_ICONERROR)) {
+                line += " style=" + std::to_string(box.style);
+            }
+            if (box.owner != nullptr) {
+                line += " owner=" + std::to_string(reinterpret_cast<uintptr_t>(box.owner));
+            }
+            shown.push_back(line);
+            const std::vector<std::string> messages = DriveTest::Messages();
+            logged.push_back(messages.empty() ? "" : messages.back());
+        });
 }
 
 MessageBoxes::~MessageBoxes() {

@@ -6,7 +6,7 @@
 
 namespace fs = std::filesystem;
 
-namespace world {
+namespace platform {
 
 namespace {
 
@@ -78,7 +78,7 @@ std::wstring BuiltFile(const char* path) {
     return L"Z:" + fs::path(path).wstring();
 }
 
-}  // namespace world
+}  // namespace platform
 
 void RunOnSmallStack(const std::function<void()>& work) {
     const auto run = [](LPVOID argument) -> DWORD {

@@ -12,7 +12,7 @@ constexpr wchar_t kCalls[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\config\\auth_
 }  // namespace
 
 void InstallPrompt(const std::wstring& path) {
-    DriveTest::Copy(world::BuiltFile(KELVARO_PROMPT), path);
+    DriveTest::Copy(platform::BuiltFile(KELVARO_PROMPT), path);
     DriveTest::MakeDirectory(L"C:\\ProgramData\\Vorandel\\Kelvaro\\config");
 }
 

@@ -35,13 +35,13 @@ constexpr Shortcut kShortcuts[] = {
 
 bool Save(IShellLinkW& link, const std::wstring& path) {
     ComPtr<IPersistFile> file;
-    return SUCCEEDED(link.QueryInterface(IID_IPersistFile, file.Receive())) &&
+    return SUCCEEDED(link.QueryInterface(IID_IPersistFile, file.Put())) &&
            SUCCEEDED(file->Save(path.c_str(), TRUE));
 }
 
 bool Make(ComPtr<IShellLinkW>& link) {
     return SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER,
-                                      IID_IShellLinkW, link.Receive()));
+                                      IID_IShellLinkW, link.Put()));
 }
 
 bool MakeFileShortcut(const std::wstring& directory, const Shortcut& shortcut) {

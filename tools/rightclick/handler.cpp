@@ -18,7 +18,7 @@ std::wstring ReadDefaultValue(HKEY root, const std::wstring& path) {
     wchar_t text[1024] = {};
     DWORD size = sizeof text - sizeof *text;
     DWORD type = REG_NONE;
-    if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Receive()) != ERROR_SUCCESS ||
+    if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Put()) != ERROR_SUCCESS ||
         RegQueryValueExW(key.Get(), nullptr, nullptr, &type, reinterpret_cast<BYTE*>(text),
                          &size) != ERROR_SUCCESS ||
         type != REG_SZ) {

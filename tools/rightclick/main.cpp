@@ -62,7 +62,7 @@ int ChangeRegistration(const Options& options) {
     return SUCCEEDED(result) ? kOffered : kNothingOffered;
 }
 
-// The handler to ride: the one that was named, or the registered one.
+// The handler to ask: the one that was named, or the registered one.
 std::optional<Handler> ChooseHandler(const Options& options, std::string& note) {
     if (!options.library.empty()) {
         return Handler{kelvaro::kShellExtClsid, options.library};
@@ -76,7 +76,7 @@ std::optional<Handler> ChooseHandler(const Options& options, std::string& note) 
     return handler;
 }
 
-int RightClick(const Options& options) {
+int ReportRightClick(const Options& options) {
     if (options.popup && !MenuScreen::IsThere()) {
         return Complain("--popup needs the Windows program and a screen");
     }
@@ -88,7 +88,7 @@ int RightClick(const Options& options) {
             "no handler is registered; register one with rightclick --register LIBRARY");
     }
     const size_t logBegin = options.log ? ReadLog().size() : 0;
-    const Outcome outcome = Ride(*handler, options);
+    const Outcome outcome = RightClick(*handler, options);
     if (options.log) {
         surroundings.logLines = LinesBehind(ReadLog(), logBegin);
     }
@@ -124,10 +124,10 @@ int Run(const Options& options) {
             return ChangeRegistration(options);
         case Action::explain:
             return Explain(options.files.front());
-        case Action::ride:
+        case Action::rightClick:
             break;
     }
-    return RightClick(options);
+    return ReportRightClick(options);
 }
 
 }  // namespace

@@ -21,8 +21,8 @@ that is registered for the first file's class is loaded, asked for its menu item
   --popup               show the menu on the screen, at the pointer, and carry out what is chosen
                         there (the Windows program only)
   --flags HEX           menu flags for the handler (1: default item only)
-  --library FILE        ride this library instead of the registered one
-  --log                 print the log lines that this ride added
+  --library FILE        ask this library instead of the registered one
+  --log                 print the log lines that this right-click added
   --json                print one JSON object
   --explain             say which rule locks the program, or what keeps the nearest ones from it
   --register LIBRARY    make LIBRARY register itself
@@ -64,7 +64,7 @@ class Parser {
             TakeOne(arguments_[at_++]);
         }
         const bool needsFile =
-            options_.action == Action::ride || options_.action == Action::explain;
+            options_.action == Action::rightClick || options_.action == Action::explain;
         if (needsFile && options_.error.empty() && options_.files.empty()) {
             options_.error = "which file?";
         }

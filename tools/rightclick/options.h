@@ -8,11 +8,11 @@
 
 namespace rightclick {
 
-enum class Action { ride, explain, registerLibrary, unregisterLibrary, help, version };
+enum class Action { rightClick, explain, registerLibrary, unregisterLibrary, help, version };
 
 // What the command line asks for.
 struct Options {
-    Action action = Action::ride;
+    Action action = Action::rightClick;
     std::vector<std::wstring> files;   // full paths, the selection
     std::wstring library;              // full path; empty: the registered one
     bool choose = false;               // choose the item by its place

@@ -12,7 +12,7 @@ namespace rightclick {
 struct Surroundings {
     std::string note;                   // a word about how the handler was found; may be empty
     bool colour = false;                // for a terminal
-    std::vector<std::string> logLines;  // that this ride added, in UTF-8; only on request
+    std::vector<std::string> logLines;  // that this right-click added, in UTF-8; only on request
 };
 
 // The outcome for people, several lines.

@@ -72,12 +72,12 @@ HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>
         return HRESULT_FROM_WIN32(GetLastError());
     }
     ComPtr<IClassFactory> factory;
-    const HRESULT result = getClassObject(clsid, IID_IClassFactory, factory.Receive());
+    const HRESULT result = getClassObject(clsid, IID_IClassFactory, factory.Put());
     return FAILED(result) ? result
-                          : factory->CreateInstance(nullptr, IID_IShellExtInit, object.Receive());
+                          : factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put());
 }
 
-void RideMenu(IContextMenu& handler, const Options& options, Outcome& outcome) {
+void UseMenu(IContextMenu& handler, const Options& options, Outcome& outcome) {
     const Menu popup;
     outcome.query = handler.QueryContextMenu(popup.Handle(), 0, kFirstId, kLastId, options.flags);
     UINT_PTR command = 0;
@@ -100,22 +100,22 @@ void RideMenu(IContextMenu& handler, const Options& options, Outcome& outcome) {
     }
 }
 
-void RideObject(IShellExtInit& object, const Options& options, Outcome& outcome) {
+void UseObject(IShellExtInit& object, const Options& options, Outcome& outcome) {
     const Selection selection = MakeSelection(options.files);
     ComPtr<IDataObject> dataObject;
-    *dataObject.Receive() = selection.dataObject;
+    *dataObject.Put() = selection.dataObject;
     outcome.shellSelection = selection.fromShell;
     outcome.initialize = object.Initialize(nullptr, dataObject.Get(), nullptr);
     ComPtr<IContextMenu> menu;
     if (SUCCEEDED(outcome.initialize) &&
-        SUCCEEDED(object.QueryInterface(IID_IContextMenu, menu.Receive()))) {
-        RideMenu(*menu.Get(), options, outcome);
+        SUCCEEDED(object.QueryInterface(IID_IContextMenu, menu.Put()))) {
+        UseMenu(*menu.Get(), options, outcome);
     }
 }
 
 }  // namespace
 
-Outcome Ride(const Handler& handler, const Options& options) {
+Outcome RightClick(const Handler& handler, const Options& options) {
     Outcome outcome;
     const Library library(handler.library);
     if (!library.IsLoaded()) {
@@ -126,7 +126,7 @@ Outcome Ride(const Handler& handler, const Options& options) {
         ComPtr<IShellExtInit> object;
         outcome.load = MakeObject(library, handler.clsid, object);
         if (SUCCEEDED(outcome.load)) {
-            RideObject(*object.Get(), options, outcome);
+            UseObject(*object.Get(), options, outcome);
         }
     }
     if (const auto canUnload = library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow")) {

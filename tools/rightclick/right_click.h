@@ -31,6 +31,6 @@ struct Outcome {
 
 // Right-clicks the files of `options` with `handler`, step by step as the shell does. COM is
 // initialised on the calling thread.
-Outcome Ride(const Handler& handler, const Options& options);
+Outcome RightClick(const Handler& handler, const Options& options);
 
 }  // namespace rightclick

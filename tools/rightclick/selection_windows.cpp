@@ -41,8 +41,7 @@ IDataObject* AskFolder(const std::vector<LPITEMIDLIST>& items) {
         kelvaro::ComPtr<IShellFolder> parent;
         LPCITEMIDLIST child = nullptr;
         if (FAILED(SHBindToParent(item, IID_IShellFolder,
-                                  children.empty() ? folder.Receive() : parent.Receive(),
-                                  &child))) {
+                                  children.empty() ? folder.Put() : parent.Put(), &child))) {
             return nullptr;
         }
         children.push_back(child);

@@ -44,7 +44,7 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD /*context*/, REF
         return E_POINTER;
     }
     *ppv = nullptr;
-    const layer::Call call("CoCreateInstance", REGDB_E_CLASSNOTREG);
+    const compat::Call call("CoCreateInstance", REGDB_E_CLASSNOTREG);
     if (call.Fails()) {
         return static_cast<HRESULT>(call.Error());
     }
@@ -54,12 +54,12 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD /*context*/, REF
     if (!(clsid == CLSID_ShellLink)) {
         return REGDB_E_CLASSNOTREG;
     }
-    return outer == nullptr ? layer::CreateShellLink(riid, ppv) : CLASS_E_NOAGGREGATION;
+    return outer == nullptr ? compat::CreateShellLink(riid, ppv) : CLASS_E_NOAGGREGATION;
 }
 
 HRESULT StringFromCLSID(REFCLSID clsid, LPOLESTR* text) noexcept {
     *text = nullptr;
-    const layer::Call call("StringFromCLSID", E_OUTOFMEMORY);
+    const compat::Call call("StringFromCLSID", E_OUTOFMEMORY);
     if (call.Fails()) {
         return static_cast<HRESULT>(call.Error());
     }
@@ -67,14 +67,14 @@ HRESULT StringFromCLSID(REFCLSID clsid, LPOLESTR* text) noexcept {
     if (*text == nullptr) {
         return E_OUTOFMEMORY;
     }
-    const std::wstring units = layer::WideFromUtf8(FormatGuid(clsid));
+    const std::wstring units = compat::WideFromUtf8(FormatGuid(clsid));
     lstrcpynW(*text, units.c_str(), kGuidLength + 1);
     return S_OK;
 }
 
 HRESULT CLSIDFromString(LPCOLESTR text, CLSID* clsid) noexcept {
     *clsid = {};
-    const std::string bytes = layer::Utf8FromWide(text);
+    const std::string bytes = compat::Utf8FromWide(text);
     std::array<unsigned, 11> parts = {};
     // NOLINTNEXTLINE(cert-err34-c): every part has its width, so no number can be too large
     const int read = std::sscanf(bytes.c_str(), "{%8X-%4X-%4X-%2X%2X-%2X%2X%2X%2X%2X%2X}",

@@ -15,8 +15,8 @@
 #include "internal/kernel_object.h"
 #include "testing/failing_calls.h"
 
-using layer::ErrorFromErrno;
-using layer::ToHostPath;
+using compat::ErrorFromErrno;
+using compat::ToHostPath;
 
 namespace {
 
@@ -41,7 +41,7 @@ bool Excludes(const OpenMode& holder, DWORD access) noexcept {
            ((access & kWriting) != 0 && (holder.share & FILE_SHARE_WRITE) == 0);
 }
 
-class File final : public layer::KernelObject {
+class File final : public compat::KernelObject {
   public:
     // Takes `descriptor` and joins the file's users; ERROR_SHARING_VIOLATION where one refuses.
     static std::shared_ptr<File> Open(int descriptor, const OpenMode& mode) {
@@ -131,14 +131,14 @@ BOOL OnHost(LPCWSTR name, Call&& call) {
 }
 
 std::shared_ptr<File> FindFile(HANDLE handle) {
-    return std::dynamic_pointer_cast<File>(layer::Handles().Find(handle));
+    return std::dynamic_pointer_cast<File>(compat::Handles().Find(handle));
 }
 
 }  // namespace
 
 HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* /*security*/,
                    DWORD disposition, DWORD flags, HANDLE /*templateFile*/) noexcept {
-    const layer::Call call("CreateFileW", ERROR_ACCESS_DENIED);
+    const compat::Call call("CreateFileW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
         return INVALID_HANDLE_VALUE;
     }
@@ -163,7 +163,7 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES*
         return Refuse(ERROR_SHARING_VIOLATION);
     }
     SetLastError(existed && disposition != OPEN_EXISTING ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
-    return layer::Handles().Add<HANDLE>(std::move(file));
+    return compat::Handles().Add<HANDLE>(std::move(file));
 }
 
 BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
@@ -171,7 +171,7 @@ BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
     if (read != nullptr) {
         *read = 0;
     }
-    const layer::Call call("ReadFile", ERROR_READ_FAULT);
+    const compat::Call call("ReadFile", ERROR_READ_FAULT);
     if (call.Fails()) {
         return FALSE;
     }
@@ -186,7 +186,7 @@ BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
     if (got < 0) {
         return Answer(ErrorFromErrno(errno));
     }
-    layer::CountBytesRead(static_cast<size_t>(got));
+    compat::CountBytesRead(static_cast<size_t>(got));
     if (read != nullptr) {
         *read = static_cast<DWORD>(got);
     }
@@ -198,7 +198,7 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
     if (written != nullptr) {
         *written = 0;
     }
-    const layer::Call call("WriteFile", ERROR_DISK_FULL);
+    const compat::Call call("WriteFile", ERROR_DISK_FULL);
     if (call.Fails()) {
         return FALSE;
     }
@@ -220,7 +220,7 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
 }
 
 BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept {
-    const layer::Call call("GetFileSizeEx", ERROR_NOT_READY);
+    const compat::Call call("GetFileSizeEx", ERROR_NOT_READY);
     if (call.Fails()) {
         return FALSE;
     }
@@ -234,7 +234,7 @@ BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept {
 }
 
 DWORD GetFileAttributesW(LPCWSTR name) noexcept {
-    const layer::Call call("GetFileAttributesW", ERROR_ACCESS_DENIED);
+    const compat::Call call("GetFileAttributesW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
         return INVALID_FILE_ATTRIBUTES;
     }
@@ -261,7 +261,7 @@ BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept {
 }
 
 BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* /*security*/) noexcept {
-    const layer::Call call("CreateDirectoryW", ERROR_ACCESS_DENIED);
+    const compat::Call call("CreateDirectoryW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
         return FALSE;
     }
@@ -303,10 +303,10 @@ DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* /*filePa
     }
     if (full.size() < 2 || full[1] != L':') {
         // A path of the host, absolute or not, has a path here too; a command line may name either.
-        std::string host = layer::Utf8FromWide(name);
+        std::string host = compat::Utf8FromWide(name);
         std::replace(host.begin(), host.end(), '\\', '/');
         host = std::filesystem::absolute(host).lexically_normal();
-        full = layer::FromHostPath(host);
+        full = compat::FromHostPath(host);
     }
     if (full.size() >= size) {
         return static_cast<DWORD>(full.size() + 1);

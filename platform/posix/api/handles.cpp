@@ -2,7 +2,7 @@
 
 #include "internal/kernel_object.h"
 
-namespace layer {
+namespace compat {
 
 ObjectTable<KernelObject, Resource::handle>& Handles() {
     // Never destroyed: a handle may be closed as late as at the process's end.
@@ -10,10 +10,10 @@ ObjectTable<KernelObject, Resource::handle>& Handles() {
     return table;
 }
 
-}  // namespace layer
+}  // namespace compat
 
 BOOL CloseHandle(HANDLE handle) noexcept {
-    if (layer::Handles().Remove(handle)) {
+    if (compat::Handles().Remove(handle)) {
         return TRUE;
     }
     SetLastError(ERROR_INVALID_HANDLE);

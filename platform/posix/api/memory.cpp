@@ -17,7 +17,7 @@ struct Block {
     int locks = 0;
 };
 
-using BlockTable = layer::ObjectTable<Block, layer::Resource::globalMemory>;
+using BlockTable = compat::ObjectTable<Block, compat::Resource::globalMemory>;
 
 BlockTable& Blocks() {
     static auto& table = *new BlockTable;
@@ -34,7 +34,7 @@ std::shared_ptr<Block> FindBlock(HGLOBAL memory) {
 
 }  // namespace
 
-namespace layer {
+namespace compat {
 
 std::string_view GlobalContent(HGLOBAL memory) noexcept {
     const auto block = Blocks().Find(memory);
@@ -43,10 +43,10 @@ std::string_view GlobalContent(HGLOBAL memory) noexcept {
                : std::string_view();
 }
 
-}  // namespace layer
+}  // namespace compat
 
 HGLOBAL GlobalAlloc(UINT /*flags*/, SIZE_T size) noexcept {
-    const layer::Call call("GlobalAlloc", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("GlobalAlloc", ERROR_NOT_ENOUGH_MEMORY);
     if (call.Fails()) {
         return nullptr;
     }
@@ -58,7 +58,7 @@ HGLOBAL GlobalAlloc(UINT /*flags*/, SIZE_T size) noexcept {
 }
 
 LPVOID GlobalLock(HGLOBAL memory) noexcept {
-    const layer::Call call("GlobalLock", ERROR_INVALID_HANDLE);
+    const compat::Call call("GlobalLock", ERROR_INVALID_HANDLE);
     if (call.Fails()) {
         return nullptr;
     }
@@ -67,7 +67,7 @@ LPVOID GlobalLock(HGLOBAL memory) noexcept {
         return nullptr;
     }
     ++block->locks;
-    layer::CountResource(layer::Resource::globalLock, 1);
+    compat::CountResource(compat::Resource::globalLock, 1);
     return block->content.data();
 }
 
@@ -80,7 +80,7 @@ BOOL GlobalUnlock(HGLOBAL memory) noexcept {
         SetLastError(ERROR_NOT_LOCKED);
         return FALSE;
     }
-    layer::CountResource(layer::Resource::globalLock, -1);
+    compat::CountResource(compat::Resource::globalLock, -1);
     SetLastError(ERROR_SUCCESS);
     return --block->locks > 0;
 }
@@ -99,20 +99,20 @@ HLOCAL LocalFree(HLOCAL memory) noexcept {
 }
 
 LPVOID CoTaskMemAlloc(SIZE_T size) noexcept {
-    const layer::Call call("CoTaskMemAlloc", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("CoTaskMemAlloc", ERROR_NOT_ENOUGH_MEMORY);
     if (call.Fails()) {
         return nullptr;
     }
     void* const memory = std::malloc(size);
     if (memory != nullptr) {
-        layer::CountResource(layer::Resource::taskMemory, 1);
+        compat::CountResource(compat::Resource::taskMemory, 1);
     }
     return memory;
 }
 
 void CoTaskMemFree(LPVOID memory) noexcept {
     if (memory != nullptr) {
-        layer::CountResource(layer::Resource::taskMemory, -1);
+        compat::CountResource(compat::Resource::taskMemory, -1);
         std::free(memory);
     }
 }

@@ -31,24 +31,24 @@ void* OpenedModule(HMODULE module) {
 
 std::string HostFileOf(HMODULE module) {
     if (module == nullptr) {
-        return layer::ProgramFile();
+        return compat::ProgramFile();
     }
     Dl_info info = {};
     if (dladdr(module, &info) == 0 || info.dli_fbase != module || info.dli_fname == nullptr) {
         return {};
     }
     // The program itself is known to the loader by the name it was called with.
-    return info.dli_fname[0] == '/' ? info.dli_fname : layer::ProgramFile();
+    return info.dli_fname[0] == '/' ? info.dli_fname : compat::ProgramFile();
 }
 
 }  // namespace
 
 HMODULE LoadLibraryW(LPCWSTR name) noexcept {
-    const layer::Call call("LoadLibraryW", ERROR_MOD_NOT_FOUND);
+    const compat::Call call("LoadLibraryW", ERROR_MOD_NOT_FOUND);
     if (call.Fails()) {
         return nullptr;
     }
-    const auto [host, error] = layer::ToHostPath(name);
+    const auto [host, error] = compat::ToHostPath(name);
     if (error != ERROR_SUCCESS || access(host.c_str(), F_OK) != 0) {
         SetLastError(ERROR_MOD_NOT_FOUND);
         return nullptr;
@@ -63,7 +63,7 @@ HMODULE LoadLibraryW(LPCWSTR name) noexcept {
     const HMODULE module = ModuleOfAddress(map->l_ld);
     const std::lock_guard lock(g_modulesMutex);
     g_modules.emplace(module, opened);
-    layer::CountResource(layer::Resource::module, 1);
+    compat::CountResource(compat::Resource::module, 1);
     return module;
 }
 
@@ -88,12 +88,12 @@ BOOL FreeLibrary(HMODULE module) noexcept {
         opened = found->second;
         g_modules.erase(found);
     }
-    layer::CountResource(layer::Resource::module, -1);
+    compat::CountResource(compat::Resource::module, -1);
     return dlclose(opened) == 0;
 }
 
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
-    const layer::Call call("GetModuleFileNameW", ERROR_MOD_NOT_FOUND);
+    const compat::Call call("GetModuleFileNameW", ERROR_MOD_NOT_FOUND);
     if (call.Fails()) {
         return 0;
     }
@@ -102,7 +102,7 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
         SetLastError(ERROR_MOD_NOT_FOUND);
         return 0;
     }
-    const std::wstring path = layer::FromHostPath(host);
+    const std::wstring path = compat::FromHostPath(host);
     if (path.size() < size) {
         lstrcpynW(buffer, path.c_str(), static_cast<int>(size));
         SetLastError(ERROR_SUCCESS);

@@ -28,13 +28,13 @@ namespace {
 
 // Carries the command line to the new process as it was given; its arguments alone would not tell
 // how they were quoted.
-constexpr char kCommandLineVariable[] = "KELVARO_LAYER_COMMAND_LINE";
+constexpr char kCommandLineVariable[] = "KELVARO_COMMAND_LINE";
 
 std::mutex g_requestMutex;
-layer::ProcessRequest g_lastRequest = {};
+compat::ProcessRequest g_lastRequest = {};
 
 // A process, or its first thread: something to be closed. Nobody here waits for either.
-struct ProcessToken final : layer::KernelObject {};
+struct ProcessToken final : compat::KernelObject {};
 
 struct Launch {
     std::string program;
@@ -55,12 +55,12 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 
 std::vector<std::string> EnvironmentWith(std::wstring_view commandLine) {
     const std::string variables[] = {
-        std::string(kCommandLineVariable) + "=" + layer::Utf8FromWide(commandLine),
-        std::string(layer::kDriveVariable) + "=" + layer::DriveDirectory()};
+        std::string(kCommandLineVariable) + "=" + compat::Utf8FromWide(commandLine),
+        std::string(compat::kDriveVariable) + "=" + compat::DriveDirectory()};
     std::vector<std::string> environment(std::begin(variables), std::end(variables));
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string_view name = std::string_view(*entry).substr(0, std::strcspn(*entry, "="));
-        if (name != kCommandLineVariable && name != layer::kDriveVariable) {
+        if (name != kCommandLineVariable && name != compat::kDriveVariable) {
             environment.emplace_back(*entry);
         }
     }
@@ -71,7 +71,7 @@ std::vector<std::string> EnvironmentWith(std::wstring_view commandLine) {
 DWORD CheckProgram(const std::string& program) noexcept {
     struct stat status = {};
     if (stat(program.c_str(), &status) != 0) {
-        return layer::ErrorFromErrno(errno);
+        return compat::ErrorFromErrno(errno);
     }
     if (S_ISDIR(status.st_mode)) {
         return ERROR_ACCESS_DENIED;
@@ -110,46 +110,46 @@ DWORD Start(Launch& launch) {
         }
     }
     close(report[0]);
-    return failure == 0 ? DWORD{ERROR_SUCCESS} : layer::ErrorFromErrno(failure);
+    return failure == 0 ? DWORD{ERROR_SUCCESS} : compat::ErrorFromErrno(failure);
 }
 
 DWORD StartCommandLine(std::wstring_view commandLine, const std::wstring& directory) {
-    const std::vector<std::wstring> arguments = layer::ParseCommandLine(commandLine);
+    const std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
     if (arguments.empty()) {
         return ERROR_INVALID_PARAMETER;
     }
-    const auto [program, error] = layer::ToHostPath(arguments[0]);
+    const auto [program, error] = compat::ToHostPath(arguments[0]);
     if (error != ERROR_SUCCESS) {
         return error;
     }
     if (const DWORD refused = CheckProgram(program); refused != ERROR_SUCCESS) {
         return refused;
     }
-    Launch launch = {program, layer::ToHostPath(directory).host, {}, EnvironmentWith(commandLine)};
+    Launch launch = {program, compat::ToHostPath(directory).host, {}, EnvironmentWith(commandLine)};
     if (launch.directory.empty() || access(launch.directory.c_str(), X_OK) != 0) {
         return ERROR_DIRECTORY;
     }
     for (const std::wstring& argument : arguments) {
-        launch.arguments.push_back(layer::Utf8FromWide(argument));
+        launch.arguments.push_back(compat::Utf8FromWide(argument));
     }
     return Start(launch);
 }
 
 std::wstring OwnCommandLine() {
     if (const char* const given = std::getenv(kCommandLineVariable)) {
-        std::wstring line = layer::WideFromUtf8(given);
+        std::wstring line = compat::WideFromUtf8(given);
         unsetenv(kCommandLineVariable);  // not for the processes that this one starts by itself
         return line;
     }
     std::string joined;
-    layer::ReadHostFile("/proc/self/cmdline", joined);
+    compat::ReadHostFile("/proc/self/cmdline", joined);
     std::vector<std::wstring> arguments;
     for (size_t at = 0; at < joined.size();) {
         const size_t end = std::min(joined.find('\0', at), joined.size());
-        arguments.push_back(layer::WideFromUtf8(std::string_view(joined).substr(at, end - at)));
+        arguments.push_back(compat::WideFromUtf8(std::string_view(joined).substr(at, end - at)));
         at = end + 1;
     }
-    return layer::JoinCommandLine(arguments);
+    return compat::JoinCommandLine(arguments);
 }
 
 }  // namespace
@@ -159,7 +159,7 @@ BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIB
                     SECURITY_ATTRIBUTES* /*thread*/, BOOL inherit, DWORD flags,
                     LPVOID /*environment*/, LPCWSTR directory, STARTUPINFOW* startup,
                     PROCESS_INFORMATION* information) noexcept {
-    const layer::Call call("CreateProcessW", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("CreateProcessW", ERROR_NOT_ENOUGH_MEMORY);
     if (call.Fails()) {
         return FALSE;
     }
@@ -177,19 +177,19 @@ BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIB
         SetLastError(error);
         return FALSE;
     }
-    *information = {layer::Handles().Add<HANDLE>(std::make_shared<ProcessToken>()),
-                    layer::Handles().Add<HANDLE>(std::make_shared<ProcessToken>()), 0, 0};
+    *information = {compat::Handles().Add<HANDLE>(std::make_shared<ProcessToken>()),
+                    compat::Handles().Add<HANDLE>(std::make_shared<ProcessToken>()), 0, 0};
     return TRUE;
 }
 
-namespace layer {
+namespace compat {
 
 ProcessRequest LastProcessRequest() noexcept {
     const std::lock_guard lock(g_requestMutex);
     return g_lastRequest;
 }
 
-}  // namespace layer
+}  // namespace compat
 
 LPWSTR GetCommandLineW() noexcept {
     static std::wstring line = OwnCommandLine();
@@ -197,7 +197,7 @@ LPWSTR GetCommandLineW() noexcept {
 }
 
 LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
-    const std::vector<std::wstring> arguments = layer::ParseCommandLine(commandLine);
+    const std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
     size_t units = 0;
     for (const std::wstring& argument : arguments) {
         units += argument.size() + 1;
@@ -222,10 +222,10 @@ LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
 DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept {
     char host[PATH_MAX] = {};
     if (getcwd(host, sizeof host) == nullptr) {
-        SetLastError(layer::ErrorFromErrno(errno));
+        SetLastError(compat::ErrorFromErrno(errno));
         return 0;
     }
-    const std::wstring path = layer::FromHostPath(host);
+    const std::wstring path = compat::FromHostPath(host);
     if (path.size() >= size) {
         return static_cast<DWORD>(path.size() + 1);
     }

@@ -14,8 +14,8 @@
 #include "testing/failing_calls.h"
 #include "testing/resources.h"
 
-using layer::FoldName;
-using layer::RegistryKeys;
+using compat::FoldName;
+using compat::RegistryKeys;
 
 namespace {
 
@@ -30,7 +30,7 @@ struct OpenKey {
     REGSAM access;
 };
 
-using KeyTable = layer::ObjectTable<OpenKey, layer::Resource::key>;
+using KeyTable = compat::ObjectTable<OpenKey, compat::Resource::key>;
 
 KeyTable& Keys() {
     static auto& table = *new KeyTable;
@@ -39,14 +39,14 @@ KeyTable& Keys() {
 
 // Empty without a drive: then no key is there and none can be made.
 std::string RegistryFile() {
-    const std::string directory = layer::DriveDirectory();
+    const std::string directory = compat::DriveDirectory();
     return directory.empty() ? directory : directory + "/registry.reg";
 }
 
 RegistryKeys Load() {
     std::string text;
-    layer::ReadHostFile(RegistryFile(), text);
-    return layer::ParseRegistry(text);
+    compat::ReadHostFile(RegistryFile(), text);
+    return compat::ParseRegistry(text);
 }
 
 // Changes the registry file for all processes as one step. A reader sees it before or after.
@@ -64,7 +64,7 @@ LSTATUS Update(Change&& change) {
     if (status == ERROR_SUCCESS) {
         const std::string fresh = path + ".new";
         std::ofstream file(fresh, std::ios::binary);
-        file << layer::FormatRegistry(keys);
+        file << compat::FormatRegistry(keys);
         file.close();
         const bool replaced = file && std::rename(fresh.c_str(), path.c_str()) == 0;
         status = replaced ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
@@ -101,7 +101,7 @@ void MakeKeys(RegistryKeys& keys, const std::wstring& path) {
     for (size_t end = path.find(L'\\'); end != std::wstring::npos;) {
         end = path.find(L'\\', end + 1);
         const std::wstring part = path.substr(0, end);
-        keys.try_emplace(FoldName(part), layer::RegistryKey{part, {}});
+        keys.try_emplace(FoldName(part), compat::RegistryKey{part, {}});
     }
 }
 
@@ -115,7 +115,7 @@ std::shared_ptr<OpenKey> FindKey(HKEY key, REGSAM right, LSTATUS& status) {
     return open;
 }
 
-bool IsUnterminatedText(const layer::RegistryValue& value) {
+bool IsUnterminatedText(const compat::RegistryValue& value) {
     if ((value.type != REG_SZ && value.type != REG_EXPAND_SZ) ||
         value.data.size() < sizeof(wchar_t)) {
         return false;
@@ -125,7 +125,7 @@ bool IsUnterminatedText(const layer::RegistryValue& value) {
     return last != 0;
 }
 
-LSTATUS Deliver(const layer::RegistryValue& value, LPDWORD type, BYTE* data, LPDWORD size) {
+LSTATUS Deliver(const compat::RegistryValue& value, LPDWORD type, BYTE* data, LPDWORD size) {
     const auto length = static_cast<DWORD>(value.data.size());
     if (type != nullptr) {
         *type = value.type;
@@ -152,7 +152,7 @@ LSTATUS Deliver(const layer::RegistryValue& value, LPDWORD type, BYTE* data, LPD
 
 LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
                       HKEY* opened) noexcept {
-    const layer::Call call("RegOpenKeyExW", ERROR_ACCESS_DENIED);
+    const compat::Call call("RegOpenKeyExW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -172,7 +172,7 @@ LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
 LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*keyClass*/,
                         DWORD /*options*/, REGSAM access, const SECURITY_ATTRIBUTES* /*security*/,
                         HKEY* opened, LPDWORD /*disposition*/) noexcept {
-    const layer::Call call("RegCreateKeyExW", ERROR_ACCESS_DENIED);
+    const compat::Call call("RegCreateKeyExW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -194,7 +194,7 @@ LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*ke
 
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD type, BYTE* data,
                          LPDWORD size) noexcept {
-    const layer::Call call("RegQueryValueExW", ERROR_ACCESS_DENIED);
+    const compat::Call call("RegQueryValueExW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -215,7 +215,7 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD t
 
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, const BYTE* data,
                        DWORD size) noexcept {
-    const layer::Call call("RegSetValueExW", ERROR_ACCESS_DENIED);
+    const compat::Call call("RegSetValueExW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -240,7 +240,7 @@ LSTATUS RegCloseKey(HKEY key) noexcept {
 }
 
 LSTATUS RegDeleteTreeW(HKEY root, LPCWSTR path) noexcept {
-    const layer::Call call("RegDeleteTreeW", ERROR_ACCESS_DENIED);
+    const compat::Call call("RegDeleteTreeW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }

@@ -29,7 +29,7 @@ std::vector<std::wstring> ReadNames(std::string_view block, size_t offset) {
         std::memcpy(&unit, block.data() + offset, sizeof unit);
         if (unit != 0) {
             name.push_back(sizeof(Unit) == 1
-                               ? layer::FromWindows1252(static_cast<unsigned char>(unit))
+                               ? compat::FromWindows1252(static_cast<unsigned char>(unit))
                                : static_cast<wchar_t>(unit));
             continue;
         }
@@ -77,20 +77,20 @@ bool MatchesWildcards(std::wstring_view name, std::wstring_view pattern) noexcep
 
 }  // namespace
 
-namespace layer {
+namespace compat {
 
 size_t AssociationChanges() noexcept {
     return g_associationChanges;
 }
 
-}  // namespace layer
+}  // namespace compat
 
 UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR buffer, UINT capacity) noexcept {
-    const layer::Call call("DragQueryFileW", ERROR_INVALID_HANDLE);
+    const compat::Call call("DragQueryFileW", ERROR_INVALID_HANDLE);
     if (call.Fails()) {
         return 0;
     }
-    const auto names = ReadDropList(layer::GlobalContent(drop));
+    const auto names = ReadDropList(compat::GlobalContent(drop));
     constexpr UINT kCount = 0xFFFFFFFF;
     if (index == kCount) {
         return static_cast<UINT>(names.size());
@@ -107,9 +107,9 @@ UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR buffer, UINT capacity) noexce
 }
 
 BOOL PathMatchSpecW(LPCWSTR path, LPCWSTR pattern) noexcept {
-    const layer::Call call;
-    const std::wstring name = layer::FoldName(path);
-    std::wstring patterns = layer::FoldName(pattern);
+    const compat::Call call;
+    const std::wstring name = compat::FoldName(path);
+    std::wstring patterns = compat::FoldName(pattern);
     for (size_t at = 0; at <= patterns.size();) {
         const size_t end = std::min(patterns.find(L';', at), patterns.size());
         const size_t begin = std::min(patterns.find_first_not_of(L' ', at), end);

@@ -10,7 +10,7 @@
 #include "testing/failing_calls.h"
 #include "testing/resources.h"
 
-namespace layer {
+namespace compat {
 namespace {
 
 class ShellLink final : public IShellLinkW, public IPersistFile {
@@ -110,4 +110,4 @@ HRESULT CreateShellLink(REFIID riid, void** ppv) noexcept {
     return result;
 }
 
-}  // namespace layer
+}  // namespace compat

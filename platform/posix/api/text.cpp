@@ -21,14 +21,14 @@ bool Decode(std::wstring& text, UINT codePage, DWORD flags, std::string_view byt
     while (!bytes.empty()) {
         size_t length = 1;
         if (codePage == CP_ACP) {
-            text.push_back(layer::FromWindows1252(static_cast<unsigned char>(bytes[0])));
+            text.push_back(compat::FromWindows1252(static_cast<unsigned char>(bytes[0])));
         } else {
-            const auto sequence = layer::ReadUtf8(bytes);
-            const bool malformed = sequence.value == layer::kMalformed;
+            const auto sequence = compat::ReadUtf8(bytes);
+            const bool malformed = sequence.value == compat::kMalformed;
             if (malformed && (flags & MB_ERR_INVALID_CHARS) != 0) {
                 return false;
             }
-            layer::AppendCodePoint(text, malformed ? kReplacement : sequence.value);
+            compat::AppendCodePoint(text, malformed ? kReplacement : sequence.value);
             length = sequence.length;
         }
         bytes.remove_prefix(length);
@@ -82,7 +82,7 @@ int CompareFolded(const Unit* left, const Unit* right) noexcept {
 
 int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR bytes, int size, LPWSTR text,
                         int capacity) noexcept {
-    const layer::Call call("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION);
+    const compat::Call call("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION);
     if (call.Fails()) {
         return 0;
     }
@@ -101,7 +101,7 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR bytes, int size, LPWS
 
 int WideCharToMultiByte(UINT codePage, DWORD /*flags*/, LPCWSTR text, int length, LPSTR bytes,
                         int capacity, LPCSTR /*defaultChar*/, LPBOOL /*usedDefault*/) noexcept {
-    const layer::Call call("WideCharToMultiByte", ERROR_NO_UNICODE_TRANSLATION);
+    const compat::Call call("WideCharToMultiByte", ERROR_NO_UNICODE_TRANSLATION);
     if (call.Fails()) {
         return 0;
     }
@@ -109,7 +109,7 @@ int WideCharToMultiByte(UINT codePage, DWORD /*flags*/, LPCWSTR text, int length
         return Fail(ERROR_INVALID_PARAMETER);
     }
     const size_t units = length < 0 ? std::wcslen(text) + 1 : static_cast<size_t>(length);
-    return Deliver(layer::Utf8FromWide({text, units}), bytes, capacity);
+    return Deliver(compat::Utf8FromWide({text, units}), bytes, capacity);
 }
 
 LPSTR lstrcpynA(LPSTR to, LPCSTR from, int capacity) noexcept {

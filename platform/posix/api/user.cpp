@@ -22,7 +22,7 @@ struct Menu {
     std::vector<MenuItem> items;
 };
 
-using MenuTable = layer::ObjectTable<Menu, layer::Resource::menu>;
+using MenuTable = compat::ObjectTable<Menu, compat::Resource::menu>;
 
 MenuTable& Menus() {
     static auto& table = *new MenuTable;
@@ -48,16 +48,16 @@ const MenuItem* FindItem(const Menu& menu, UINT item, UINT flags) {
 }
 
 std::mutex g_receiverMutex;
-std::function<void(const layer::MessageBox&)> g_receiver;
+std::function<void(const compat::MessageBox&)> g_receiver;
 
-void ShowOnTerminal(const layer::MessageBox& box) {
-    std::fprintf(stderr, "[%s] %s\n", layer::Utf8FromWide(box.caption).c_str(),
-                 layer::Utf8FromWide(box.text).c_str());
+void ShowOnTerminal(const compat::MessageBox& box) {
+    std::fprintf(stderr, "[%s] %s\n", compat::Utf8FromWide(box.caption).c_str(),
+                 compat::Utf8FromWide(box.text).c_str());
 }
 
 }  // namespace
 
-namespace layer {
+namespace compat {
 
 MessageBoxReceiver::MessageBoxReceiver(std::function<void(const MessageBox&)> receive) {
     const std::lock_guard lock(g_receiverMutex);
@@ -69,10 +69,10 @@ MessageBoxReceiver::~MessageBoxReceiver() {
     g_receiver = nullptr;
 }
 
-}  // namespace layer
+}  // namespace compat
 
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) noexcept {
-    const layer::Call call("MessageBoxW", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("MessageBoxW", ERROR_NOT_ENOUGH_MEMORY);
     if (call.Fails()) {
         return 0;
     }
@@ -90,7 +90,7 @@ BOOL DestroyMenu(HMENU menu) noexcept {
 }
 
 BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR text) noexcept {
-    const layer::Call call("InsertMenuW", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("InsertMenuW", ERROR_NOT_ENOUGH_MEMORY);
     if (call.Fails()) {
         return FALSE;
     }

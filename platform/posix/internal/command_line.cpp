@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace layer {
+namespace compat {
 namespace {
 
 constexpr std::wstring_view kBlanks = L" \t";
@@ -90,4 +90,4 @@ std::wstring JoinCommandLine(const std::vector<std::wstring>& arguments) {
     return line;
 }
 
-}  // namespace layer
+}  // namespace compat

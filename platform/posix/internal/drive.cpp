@@ -13,7 +13,7 @@
 
 #include "internal/encoding.h"
 
-namespace layer {
+namespace compat {
 namespace {
 
 bool IsSeparator(wchar_t unit) noexcept {
@@ -173,4 +173,4 @@ DWORD ErrorFromErrno(int number) noexcept {
     }
 }
 
-}  // namespace layer
+}  // namespace compat

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace layer {
+namespace compat {
 
 // The environment variable that names the directory which is drive C:; without it that is drive_c
 // beside the program where there is such a directory. Drive Z: is the root of the
@@ -33,4 +33,4 @@ std::wstring FromHostPath(std::string_view host);
 // The system error code for an errno value.
 DWORD ErrorFromErrno(int number) noexcept;
 
-}  // namespace layer
+}  // namespace compat

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-namespace layer {
+namespace compat {
 namespace {
 
 bool IsHighSurrogate(char32_t unit) noexcept {
@@ -143,4 +143,4 @@ std::wstring FoldName(std::wstring_view name) {
     return folded;
 }
 
-}  // namespace layer
+}  // namespace compat

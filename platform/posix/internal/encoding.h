@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace layer {
+namespace compat {
 
 // Between the UTF-8 of the host and the platform's text, one UTF-16 unit in each wchar_t. What is
 // malformed on one side becomes U+FFFD on the other.
@@ -35,4 +35,4 @@ wchar_t FromWindows1252(unsigned char byte) noexcept;
 // A to Z in lower case, as the file system and the registry compare names here.
 std::wstring FoldName(std::wstring_view name);
 
-}  // namespace layer
+}  // namespace compat

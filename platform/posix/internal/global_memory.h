@@ -4,9 +4,9 @@
 
 #include <string_view>
 
-namespace layer {
+namespace compat {
 
 // The bytes of a block of global memory, empty when `memory` is none.
 std::string_view GlobalContent(HGLOBAL memory) noexcept;
 
-}  // namespace layer
+}  // namespace compat

@@ -5,7 +5,7 @@
 
 #include <array>
 
-namespace layer {
+namespace compat {
 
 bool ReadHostFile(const std::string& path, std::string& content) {
     content.clear();
@@ -22,4 +22,4 @@ bool ReadHostFile(const std::string& path, std::string& content) {
     return got == 0;
 }
 
-}  // namespace layer
+}  // namespace compat

@@ -2,9 +2,9 @@
 
 #include <string>
 
-namespace layer {
+namespace compat {
 
 // The content of a file of the host. False when it cannot be read, as a directory cannot.
 bool ReadHostFile(const std::string& path, std::string& content);
 
-}  // namespace layer
+}  // namespace compat

@@ -4,7 +4,7 @@
 
 #include "testing/resources.h"
 
-namespace layer {
+namespace compat {
 
 // What a HANDLE stands for. Closing the handle destroys the object.
 struct KernelObject {
@@ -17,4 +17,4 @@ struct KernelObject {
 // The open handles of the process.
 ObjectTable<KernelObject, Resource::handle>& Handles();
 
-}  // namespace layer
+}  // namespace compat

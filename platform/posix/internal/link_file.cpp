@@ -5,7 +5,7 @@
 
 #include "internal/encoding.h"
 
-namespace layer {
+namespace compat {
 namespace {
 
 constexpr uint32_t kHeaderSize = 0x4C;
@@ -206,4 +206,4 @@ std::optional<LinkTarget> ReadLinkFile(std::string_view bytes) {
     return target;
 }
 
-}  // namespace layer
+}  // namespace compat

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace layer {
+namespace compat {
 
 // What a .lnk file says of its target.
 struct LinkTarget {
@@ -15,4 +15,4 @@ struct LinkTarget {
 // Reads the bytes of a .lnk file; nothing when they are none or their lengths lead outside.
 std::optional<LinkTarget> ReadLinkFile(std::string_view bytes);
 
-}  // namespace layer
+}  // namespace compat

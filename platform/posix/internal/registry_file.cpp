@@ -5,7 +5,7 @@
 
 #include "internal/encoding.h"
 
-namespace layer {
+namespace compat {
 namespace {
 
 constexpr std::string_view kHeader = "Windows Registry Editor Version 5.00";
@@ -181,4 +181,4 @@ std::string FormatRegistry(const RegistryKeys& keys) {
     return text;
 }
 
-}  // namespace layer
+}  // namespace compat

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace layer {
+namespace compat {
 
 struct RegistryValue {
     std::wstring name;  // empty: the key's default value
@@ -27,4 +27,4 @@ using RegistryKeys = std::map<std::wstring, RegistryKey>;
 RegistryKeys ParseRegistry(std::string_view text);
 std::string FormatRegistry(const RegistryKeys& keys);
 
-}  // namespace layer
+}  // namespace compat

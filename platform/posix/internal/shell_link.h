@@ -2,9 +2,9 @@
 
 #include <objbase.h>
 
-namespace layer {
+namespace compat {
 
 // Makes a shell link object, empty until it loads a file, and asks it for `riid`.
 HRESULT CreateShellLink(REFIID riid, void** ppv) noexcept;
 
-}  // namespace layer
+}  // namespace compat

@@ -7,7 +7,7 @@
 #include <map>
 #include <mutex>
 
-namespace layer {
+namespace compat {
 namespace {
 
 struct Plan {
@@ -121,4 +121,4 @@ bool Call::IsInside() noexcept {
     return g_depth > 0;
 }
 
-}  // namespace layer
+}  // namespace compat

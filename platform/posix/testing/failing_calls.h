@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace layer {
+namespace compat {
 
 // Makes every call of one function fail while the object lives, or only some of them. One at a
 // time.
@@ -65,4 +65,4 @@ class Call {
     std::optional<DWORD> error_;
 };
 
-}  // namespace layer
+}  // namespace compat

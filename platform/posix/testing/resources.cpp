@@ -3,7 +3,7 @@
 #include <array>
 #include <atomic>
 
-namespace layer {
+namespace compat {
 namespace {
 
 constexpr std::array kNames = {"handle",      "key",        "global memory", "global lock",
@@ -36,4 +36,4 @@ std::string HeldResources() {
     return text;
 }
 
-}  // namespace layer
+}  // namespace compat

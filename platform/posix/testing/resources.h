@@ -5,7 +5,7 @@
 #include <string>
 #include <unordered_map>
 
-namespace layer {
+namespace compat {
 
 // What a program gets from the platform and has to give back.
 enum class Resource { handle, key, globalMemory, globalLock, taskMemory, comObject, menu, module };
@@ -54,4 +54,4 @@ class ObjectTable {
     std::unordered_map<const void*, std::shared_ptr<Object>> objects_;
 };
 
-}  // namespace layer
+}  // namespace compat

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-namespace layer {
+namespace compat {
 
 // How often the shell was told that handler associations changed.
 size_t AssociationChanges() noexcept;
@@ -36,4 +36,4 @@ class MessageBoxReceiver {
     MessageBoxReceiver& operator=(const MessageBoxReceiver&) = delete;
 };
 
-}  // namespace layer
+}  // namespace compat
