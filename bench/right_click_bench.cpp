@@ -140,8 +140,7 @@ class PlatformCalls {
 template <class Work>
 void Measure(benchmark::State& state, Work work) {
     const Application application;
-    ComPtr<IDataObject> selection;
-    *selection.Put() = rightclick::MakeDropListObject({kProgram});
+    const ComPtr<IDataObject> selection(rightclick::MakeDropListObject({kProgram}));
     work(*selection.Get());
     for (auto _ : state) {
         work(*selection.Get());

@@ -88,8 +88,7 @@ int wmain(int count, wchar_t** arguments) {
         std::fputs("right_click_windows: cannot load the library or write the rules\n", stderr);
         return 1;
     }
-    ComPtr<IDataObject> selection;
-    *selection.Put() = rightclick::MakeDropListObject({bench::kProgram});
+    const ComPtr<IDataObject> selection(rightclick::MakeDropListObject({bench::kProgram}));
     Times times;
     for (int repeat = 0; repeat < kRightClicks; ++repeat) {
         RightClick(library, *selection.Get(), times);

@@ -7,8 +7,8 @@
 
 namespace kelvaro {
 
-// Runs the body of a COM method or export and keeps every error inside the library: memory
-// exhaustion becomes E_OUTOFMEMORY, anything else E_FAIL. The host is not ours to bring down.
+// Runs the body of a COM method or export and keeps exceptions inside the library. Returns the
+// body's result, E_OUTOFMEMORY for std::bad_alloc and E_FAIL for any other exception.
 template <class Body>
 HRESULT GuardBoundary(Body&& body) noexcept {
     try {

@@ -7,12 +7,11 @@
 
 namespace kelvaro {
 
-// `bytes` in `codePage` as UTF-16, with the flags of MultiByteToWideChar. Empty when the conversion
-// refuses them, and for 2 GiB and more, which it cannot count.
+// Returns `bytes`, encoded in `codePage`, as UTF-16. `flags` are those of MultiByteToWideChar.
+// Empty if the conversion fails or `bytes` has 2 GiB or more.
 std::wstring WideFromBytes(UINT codePage, DWORD flags, std::string_view bytes);
 
-// `text` in UTF-8, with replacement characters for what is no character. Empty when the platform
-// cannot say.
+// Returns `text` as UTF-8. Invalid UTF-16 becomes U+FFFD. Empty if the conversion fails.
 std::string Utf8FromWide(std::wstring_view text);
 
 }  // namespace kelvaro

@@ -10,11 +10,11 @@
 namespace kelvaro {
 namespace {
 
-// Deleting included: a program that replaces a file by renaming another over it must never find
-// itself blocked because a menu is being built.
+// Sharing includes deletion, so that another program can rename or delete the file while a menu is
+// being built. Replacing it by renaming another file over it can still fail until it is closed.
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-// ReadFile and WriteFile count in 32 bits; larger files go in pieces of this size.
+// ReadFile and WriteFile take 32-bit sizes.
 constexpr size_t kLargestTransfer = size_t{1} << 30;
 
 HANDLE OpenExisting(const wchar_t* path, DWORD access, DWORD flags) noexcept {
@@ -26,7 +26,7 @@ HANDLE OpenExisting(const wchar_t* path, DWORD access, DWORD flags) noexcept {
 FileBytes ReadFileBytes(const wchar_t* path, uint64_t limit) {
     const ScopedHandle file(OpenExisting(path, GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN));
     LARGE_INTEGER length = {};
-    if (!file.IsOpen() || !GetFileSizeEx(file.Get(), &length)) {
+    if (!file || !GetFileSizeEx(file.Get(), &length)) {
         return {};
     }
     if (length.QuadPart <= 0 || static_cast<uint64_t>(length.QuadPart) > limit) {
@@ -54,19 +54,18 @@ bool PathExists(const wchar_t* path) noexcept {
     if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
         return true;
     }
-    // The attributes are the link's own; opening it tells whether its target is there.
-    return ScopedHandle(OpenExisting(path, 0, FILE_FLAG_BACKUP_SEMANTICS)).IsOpen();
+    // These are the attributes of the link itself. Opening it fails if its target is missing.
+    return static_cast<bool>(ScopedHandle(OpenExisting(path, 0, FILE_FLAG_BACKUP_SEMANTICS)));
 }
 
 bool AppendToFile(const wchar_t* path, std::string_view bytes) noexcept {
-    // Append access alone makes the system put each write at the end as it is then: lines of
-    // several processes never overwrite each other.
+    // With append access only, the system writes at the current end of the file, so lines of
+    // concurrent processes never overwrite each other.
     const ScopedHandle file(CreateFileW(path, FILE_APPEND_DATA, kShareAll, nullptr, OPEN_ALWAYS,
                                         FILE_ATTRIBUTE_NORMAL, nullptr));
+    const auto size = static_cast<DWORD>(std::min(bytes.size(), kLargestTransfer));
     DWORD written = 0;
-    return file.IsOpen() && bytes.size() <= kLargestTransfer &&
-           WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written,
-                     nullptr) &&
+    return file && WriteFile(file.Get(), bytes.data(), size, &written, nullptr) &&
            written == bytes.size();
 }
 
@@ -80,7 +79,7 @@ bool CreateDirectories(const std::wstring& path) {
         !CreateDirectories(std::wstring(parent))) {
         return false;
     }
-    // Another process may have made it since the question above.
+    // Another process may have created it since the check above.
     return CreateDirectoryW(path.c_str(), nullptr) || GetLastError() == ERROR_ALREADY_EXISTS;
 }
 

@@ -7,8 +7,7 @@
 
 namespace kelvaro {
 
-// The bytes of a file. A buffer of its own instead of a string: a string would write every byte
-// once before the read does.
+// The content of a file. Not a `std::string`, which would zero-fill the buffer first.
 class FileBytes {
   public:
     FileBytes() noexcept = default;
@@ -22,20 +21,21 @@ class FileBytes {
     size_t size_ = 0;
 };
 
-// The content of the file at `path` as it stands, empty when it cannot be opened or holds more than
-// `limit` bytes. A read that stops early gives what was read. Other programs may go on reading,
-// writing, renaming and deleting the file. Throws std::bad_alloc.
+// Returns the content of the file at `path`. Empty if the file cannot be opened or has more than
+// `limit` bytes; the bytes read so far if reading fails. Other programs can read, write, rename and
+// delete the file meanwhile. Throws std::bad_alloc.
 FileBytes ReadFileBytes(const wchar_t* path, uint64_t limit = UINT64_MAX);
 
-// Whether something of any kind stands at `path`, links followed; every failure counts as absent.
+// Returns whether `path` names an existing file or directory. Follows links. Every failure counts
+// as absent.
 bool PathExists(const wchar_t* path) noexcept;
 
-// Appends `bytes` to the file at `path` in one write, making the file where it is absent. False
-// when it cannot be opened or written.
+// Appends `bytes` to the file at `path` in one write; creates the file if it is missing. Returns
+// false if the file cannot be opened or not all bytes are written.
 bool AppendToFile(const wchar_t* path, std::string_view bytes) noexcept;
 
-// Makes the directory `path` and every missing one above it. False when that fails or something
-// else stands there.
+// Creates the directory `path` and its missing parents. Returns true if the directory exists
+// afterwards. Throws std::bad_alloc.
 bool CreateDirectories(const std::wstring& path);
 
 }  // namespace kelvaro

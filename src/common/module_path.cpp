@@ -5,10 +5,10 @@
 namespace kelvaro {
 
 ModulePath ReadModulePath(HMODULE module) {
-    // More than the longest path of the system, which has 32,767 characters.
-    constexpr DWORD kEnough = DWORD{MAX_PATH} << 7;
+    // Exceeds the longest path of the system, 32,767 characters.
+    constexpr DWORD kLargestBuffer = DWORD{MAX_PATH} << 7;
     std::wstring buffer;
-    for (DWORD size = MAX_PATH; size <= kEnough; size *= 2) {
+    for (DWORD size = MAX_PATH; size <= kLargestBuffer; size *= 2) {
         buffer.assign(size, L'\0');
         const DWORD length = GetModuleFileNameW(module, buffer.data(), size);
         if (length == 0) {

@@ -7,11 +7,12 @@
 namespace kelvaro {
 
 struct ModulePath {
-    std::wstring path;            // empty when it could not be obtained
-    DWORD error = ERROR_SUCCESS;  // the system's error code then
+    std::wstring path;            // empty on failure
+    DWORD error = ERROR_SUCCESS;  // the system error code on failure; the system may leave it at 0
 };
 
-// The full path of the file that `module` was loaded from, however long.
+// Returns the full path of the file that `module` was loaded from, of any length. Throws
+// std::bad_alloc.
 ModulePath ReadModulePath(HMODULE module);
 
 }  // namespace kelvaro

@@ -2,67 +2,86 @@
 
 #include <windows.h>
 
+#include <objbase.h>
+
 namespace kelvaro {
 
-// Closes a kernel handle at the end of its scope. Both of the platform's "no handle" values are
-// empty.
-class ScopedHandle {
+// Owns a resource and passes it to `Release` at the end of its scope. A null resource is empty.
+template <class Resource, class Release>
+class Scoped {
   public:
-    explicit ScopedHandle(HANDLE handle) noexcept : handle_(handle) {}
-    ~ScopedHandle() {
-        if (IsOpen()) {
-            CloseHandle(handle_);
+    Scoped() noexcept = default;
+    explicit Scoped(Resource resource) noexcept : resource_(resource) {}
+    ~Scoped() {
+        if (resource_ != nullptr) {
+            Release()(resource_);
         }
     }
-    ScopedHandle(const ScopedHandle&) = delete;
-    ScopedHandle& operator=(const ScopedHandle&) = delete;
+    Scoped(const Scoped&) = delete;
+    Scoped& operator=(const Scoped&) = delete;
 
-    bool IsOpen() const noexcept { return handle_ != nullptr && handle_ != INVALID_HANDLE_VALUE; }
-    HANDLE Get() const noexcept { return handle_; }
+    Resource Get() const noexcept { return resource_; }
+    // For a call that stores the resource in its argument. The owner must be empty.
+    Resource* Put() noexcept { return &resource_; }
+    explicit operator bool() const noexcept { return resource_ != nullptr; }
 
   private:
-    HANDLE handle_;
+    Resource resource_ = nullptr;
 };
 
-// Closes a registry key at the end of its scope.
-class ScopedKey {
+struct HandleCloser {
+    void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
+};
+struct KeyCloser {
+    void operator()(HKEY key) const noexcept { RegCloseKey(key); }
+};
+struct TaskMemoryFreer {
+    void operator()(LPVOID memory) const noexcept { CoTaskMemFree(memory); }
+};
+struct MediumReleaser {
+    void operator()(STGMEDIUM* medium) const noexcept { ReleaseStgMedium(medium); }
+};
+struct GlobalUnlocker {
+    void operator()(HGLOBAL memory) const noexcept { GlobalUnlock(memory); }
+};
+struct InterfaceReleaser {
+    void operator()(IUnknown* pointer) const noexcept { pointer->Release(); }
+};
+
+// A kernel handle. INVALID_HANDLE_VALUE is empty as well.
+class ScopedHandle : public Scoped<HANDLE, HandleCloser> {
   public:
-    ScopedKey() noexcept = default;
-    ~ScopedKey() {
-        if (key_ != nullptr) {
-            RegCloseKey(key_);
-        }
-    }
-    ScopedKey(const ScopedKey&) = delete;
-    ScopedKey& operator=(const ScopedKey&) = delete;
-
-    HKEY Get() const noexcept { return key_; }
-    HKEY* Put() noexcept { return &key_; }
-
-  private:
-    HKEY key_ = nullptr;
+    explicit ScopedHandle(HANDLE handle) noexcept
+        : Scoped(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
 };
 
-// Holds one reference to a COM interface and releases it at the end of its scope.
+// A registry key.
+using ScopedKey = Scoped<HKEY, KeyCloser>;
+
+// Text that COM has allocated.
+using ScopedComText = Scoped<LPOLESTR, TaskMemoryFreer>;
+
+// A storage medium that GetData has filled. The record itself belongs to the caller.
+using ScopedMedium = Scoped<STGMEDIUM*, MediumReleaser>;
+
+// A lock on global memory. Empty if the memory cannot be locked.
+class ScopedGlobalLock : public Scoped<HGLOBAL, GlobalUnlocker> {
+  public:
+    explicit ScopedGlobalLock(HGLOBAL memory) noexcept
+        : Scoped(GlobalLock(memory) == nullptr ? nullptr : memory) {}
+};
+
+// One reference to a COM interface. The constructor takes over the caller's reference.
 template <class Interface>
-class ComPtr {
+class ComPtr : public Scoped<Interface*, InterfaceReleaser> {
   public:
-    ComPtr() noexcept = default;
-    ~ComPtr() {
-        if (pointer_ != nullptr) {
-            pointer_->Release();
-        }
+    using Scoped<Interface*, InterfaceReleaser>::Scoped;
+
+    Interface* operator->() const noexcept { return this->Get(); }
+    // For calls that return an interface, which take the address of the pointer as void**.
+    void** Put() noexcept {
+        return reinterpret_cast<void**>(Scoped<Interface*, InterfaceReleaser>::Put());
     }
-    ComPtr(const ComPtr&) = delete;
-    ComPtr& operator=(const ComPtr&) = delete;
-
-    Interface* Get() const noexcept { return pointer_; }
-    Interface* operator->() const noexcept { return pointer_; }
-    explicit operator bool() const noexcept { return pointer_ != nullptr; }
-    void** Put() noexcept { return reinterpret_cast<void**>(&pointer_); }
-
-  private:
-    Interface* pointer_ = nullptr;
 };
 
 }  // namespace kelvaro

@@ -11,8 +11,8 @@ bool IsDrive(std::wstring_view path) noexcept {
     return isLetter && path.size() >= 2 && path[1] == L':';
 }
 
-// The length of the root's name: "C:" of a drive, "\\server" of a network path, "\\?" of a device
-// path; nothing for any other.
+// Returns the length of the root name: "C:" of a drive, "\\server" of a network path, "\\?" of a
+// device path. 0 for any other path.
 size_t RootNameLength(std::wstring_view path) noexcept {
     if (IsDrive(path)) {
         return 2;

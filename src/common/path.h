@@ -5,17 +5,17 @@
 
 namespace kelvaro {
 
-// Whether `unit` separates the components of a path.
+// Returns whether `unit` separates the components of a path.
 constexpr bool IsSeparator(wchar_t unit) noexcept {
     return unit == L'\\' || unit == L'/';
 }
 
-// `directory` and `name` with one backslash between them, none added where `directory` already ends
-// with a separator or with a bare drive ("C:").
+// Returns `directory` and `name` joined by one backslash. Adds none if `directory` is empty, ends
+// with a separator or is a bare drive ("C:").
 std::wstring JoinPath(std::wstring_view directory, std::wstring_view name);
 
-// The directory of `path`: the text without its last component and the separators before it. A root
-// (drive or server name and the separator after it) is never removed. A view into `path`.
+// Returns `path` without its last component and the separators before it, as a view into `path`. A
+// root (drive or server name and the separators after it) is never removed.
 std::wstring_view ParentPath(std::wstring_view path) noexcept;
 
 }  // namespace kelvaro

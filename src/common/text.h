@@ -7,27 +7,28 @@
 
 namespace kelvaro {
 
-// The lower-case form of one UTF-16 unit: A to Z change, everything else stays. Not the C runtime's
-// mapping on purpose: a host may have chosen a locale, and whether a program is locked must not
-// depend on the program that shows the menu.
+// Returns the lower-case form of one UTF-16 unit. Only A to Z change. Does not use the C runtime's
+// mapping, which depends on the host's locale: whether a program is locked must not depend on the
+// process that shows the menu.
 constexpr wchar_t ToLowerUnit(wchar_t unit) noexcept {
     return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit - L'A' + L'a') : unit;
 }
 
-// `parts` one after the other, in one allocation.
+// Returns the concatenation of `parts`. Allocates once.
 std::wstring Concat(std::initializer_list<std::wstring_view> parts);
 
-// A copy of `text` with every unit in lower case.
+// Returns a copy of `text` with every unit passed through ToLowerUnit.
 std::wstring ToLower(std::wstring_view text);
 
-// `text` without its leading and trailing white space (as iswspace knows it); a view into `text`.
+// Returns `text` without its leading and trailing white space, as a view into `text`. White space
+// is what the C runtime's iswspace accepts; on Windows that set does not depend on the locale.
 std::wstring_view TrimWhitespace(std::wstring_view text) noexcept;
 
-// Whether two texts are equal once both are in lower case, found without a copy.
+// Returns whether `left` and `right` are equal after ToLower. Allocates nothing.
 bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept;
 
-// Appends `number` in `base` (up to 16, upper-case digits), filled up with zeros to `width` digits.
-// The C runtime's formatting would bring its floating-point half into the library.
+// Appends `number` in `base` (2 to 16, upper-case digits) with leading zeros up to `width` digits.
+// The C runtime's formatting functions would link its floating-point code into the library.
 template <class Unit>
 void AppendNumber(std::basic_string<Unit>& text, uint32_t number, uint32_t base = 10,
                   size_t width = 1) {

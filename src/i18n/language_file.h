@@ -6,17 +6,18 @@
 
 namespace kelvaro {
 
-// The text of the language file at `path`, empty when it cannot be opened or holds 2 GiB or more.
+// Returns the decoded content of the language file at `path`. Empty if it cannot be opened or has
+// 2 GiB or more. Throws std::bad_alloc.
 std::wstring ReadLanguageText(const std::wstring& path);
 
-// `bytes` as text: UTF-16 little-endian behind its byte-order mark, else UTF-8 (with or without a
-// mark, only where it is valid), else the system's ANSI code page. Empty when nothing can be made
-// of them.
+// Decodes `bytes` as UTF-16 little-endian if they start with its byte-order mark, else as UTF-8
+// with or without a mark if they are valid UTF-8, else in the system's ANSI code page. Empty if no
+// conversion yields text. Throws std::bad_alloc.
 std::wstring DecodeText(std::string_view bytes);
 
-// The value of the first entry `key` in section `section` of an INI file's text: a view into
-// `text`, possibly empty; nothing when there is no such entry. Names match without regard to letter
-// case and to white space around them.
+// Returns the value of the first entry `key` in section `section` of the INI file content `text`,
+// as a view into `text`; it may be empty. std::nullopt if there is no such entry. Ignores the
+// letter case of names and the white space around them.
 std::optional<std::wstring_view> FindIniValue(std::wstring_view text, std::wstring_view section,
                                               std::wstring_view key) noexcept;
 

@@ -1,8 +1,12 @@
 #include "i18n/language_location.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "common/file.h"
 #include "common/module_path.h"
 #include "common/path.h"
+#include "i18n/languages.h"
 #include "i18n/ui_locale.h"
 #include "server/module.h"
 
@@ -11,8 +15,6 @@ namespace {
 
 constexpr std::wstring_view kSpecialOfferFolder = L"Lang_Harrowdelle_SpecialOffer";
 constexpr std::wstring_view kDefaultFolder = L"Lang";
-constexpr std::wstring_view kChineseFile = L"Chinese(Simplified).ini";
-constexpr std::wstring_view kEnglishFile = L"English.ini";
 
 }  // namespace
 
@@ -23,7 +25,11 @@ std::wstring GetModuleDirectory(HMODULE module) {
 }
 
 std::wstring_view GetLanguageFileName() noexcept {
-    return GetUiLocale() == kChinese ? kChineseFile : kEnglishFile;
+    const std::wstring_view tag = NormalizeLocale(GetUiLocale());
+    const auto* const found =
+        std::find_if(std::begin(kLanguages), std::end(kLanguages),
+                     [tag](const Language& language) { return language.tag == tag; });
+    return found->fileName;  // NormalizeLocale returns no other tags.
 }
 
 std::wstring FindLanguageDirectory() {

@@ -7,17 +7,20 @@
 
 namespace kelvaro {
 
-// The directory of the file that `module` was loaded from, empty when that cannot be obtained.
+// Returns the directory of the file that `module` was loaded from. Empty if its name cannot be
+// obtained. Throws std::bad_alloc, like the functions below.
 std::wstring GetModuleDirectory(HMODULE module);
 
-// The folder beside the library whose language files count: the one that holds the file of the
-// interface language, a special-offer folder first. Empty when the library's directory is unknown.
+// Returns the folder beside the library to read the language file from: the first one that contains
+// the file of the interface language, or else the first one that exists; the special-offer folder
+// precedes the standard one. Empty if the library's directory is unknown.
 std::wstring FindLanguageDirectory();
 
-// The name of the language file for the interface language.
+// Returns the name of the language file for the interface language.
 std::wstring_view GetLanguageFileName() noexcept;
 
-// The language file to read, which need not exist. Empty when the library's directory is unknown.
+// Returns the path of the language file to read. The file need not exist. Empty if the library's
+// directory is unknown.
 std::wstring GetLanguageFilePath();
 
 }  // namespace kelvaro

@@ -7,30 +7,53 @@
 
 #include "common/owners.h"
 #include "common/text.h"
+#include "i18n/languages.h"
 
 namespace kelvaro {
+namespace {
 
-std::wstring_view NormalizeLocale(std::wstring_view tag) noexcept {
-    return EqualsIgnoringCase(TrimWhitespace(tag).substr(0, 2), L"zh") ? kChinese : kEnglish;
-}
+// The data of the value "UILocale" in a fixed buffer; longer data counts as missing.
+struct Setting {
+    wchar_t text[64] = {};
+    DWORD type = REG_NONE;
+};
 
-std::wstring_view ReadRegistryLocale() noexcept {
+bool ReadSetting(Setting& setting) noexcept {
     ScopedKey key;
     if (RegOpenKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, KEY_READ, key.Put()) !=
         ERROR_SUCCESS) {
+        return false;
+    }
+    DWORD size = sizeof setting.text;
+    return RegQueryValueExW(key.Get(), L"UILocale", nullptr, &setting.type,
+                            reinterpret_cast<BYTE*>(setting.text), &size) == ERROR_SUCCESS;
+}
+
+template <class Predicate>
+const Language& SelectLanguage(Predicate isSelected) noexcept {
+    const auto* const found =
+        std::find_if(std::begin(kLanguages), std::end(kLanguages), isSelected);
+    return found == std::end(kLanguages) ? kDefaultLanguage : *found;
+}
+
+}  // namespace
+
+std::wstring_view NormalizeLocale(std::wstring_view text) noexcept {
+    text = TrimWhitespace(text);
+    return SelectLanguage([text](const Language& language) {
+               return EqualsIgnoringCase(text.substr(0, language.prefix.size()), language.prefix);
+           })
+        .tag;
+}
+
+std::wstring_view ReadRegistryLocale() noexcept {
+    Setting setting;
+    if (!ReadSetting(setting) || (setting.type != REG_SZ && setting.type != REG_EXPAND_SZ)) {
         return {};
     }
-    wchar_t text[64] = {};
-    DWORD type = REG_NONE;
-    DWORD size = sizeof text;
-    const LSTATUS status = RegQueryValueExW(key.Get(), L"UILocale", nullptr, &type,
-                                            reinterpret_cast<BYTE*>(text), &size);
-    if (status != ERROR_SUCCESS || (type != REG_SZ && type != REG_EXPAND_SZ)) {
-        return {};
-    }
-    // The stored text need not end with a null.
-    const auto* const end = std::find(std::begin(text), std::end(text), L'\0');
-    return NormalizeLocale({text, static_cast<size_t>(end - text)});
+    // The stored text need not be terminated.
+    const auto* const end = std::find(std::begin(setting.text), std::end(setting.text), L'\0');
+    return NormalizeLocale({setting.text, static_cast<size_t>(end - setting.text)});
 }
 
 std::wstring_view GetUiLocale() noexcept {
@@ -38,7 +61,10 @@ std::wstring_view GetUiLocale() noexcept {
     if (!chosen.empty()) {
         return chosen;
     }
-    return PRIMARYLANGID(GetUserDefaultUILanguage()) == LANG_CHINESE ? kChinese : kEnglish;
+    const WORD primary = PRIMARYLANGID(GetUserDefaultUILanguage());
+    return SelectLanguage(
+               [primary](const Language& language) { return language.primaryLanguage == primary; })
+        .tag;
 }
 
 }  // namespace kelvaro

@@ -4,18 +4,16 @@
 
 namespace kelvaro {
 
-// A language tag is always one of these two.
-inline constexpr std::wstring_view kChinese = L"zh-CN";
-inline constexpr std::wstring_view kEnglish = L"en-US";
-
-// The interface language: the user's setting where there is a usable one, else the display
-// language.
+// Returns the tag of the interface language: that of the user's setting, or of the display language
+// if there is no usable setting.
 std::wstring_view GetUiLocale() noexcept;
 
-// The language of the user's setting "UILocale", empty when there is no usable value.
+// Returns the language tag that the user's setting "UILocale" selects. Empty if there is no usable
+// value.
 std::wstring_view ReadRegistryLocale() noexcept;
 
-// The language tag that any `tag` stands for: Chinese when it begins with "zh", else English.
-std::wstring_view NormalizeLocale(std::wstring_view tag) noexcept;
+// Returns the language tag that the setting `text` selects by its first letters, ignoring case and
+// white space around them.
+std::wstring_view NormalizeLocale(std::wstring_view text) noexcept;
 
 }  // namespace kelvaro

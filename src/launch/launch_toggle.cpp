@@ -1,5 +1,7 @@
 #include "launch/launch_toggle.h"
 
+#include <optional>
+
 #include "common/file.h"
 #include "common/owners.h"
 #include "common/path.h"
@@ -12,12 +14,12 @@
 namespace kelvaro {
 namespace {
 
-// Programs that can ask for authorisation, the best first.
+// The programs that can show the authorisation prompt, in order of preference.
 constexpr std::wstring_view kPrograms[] = {L"KelvaroAuthPrompt.exe", L"Kelvaro.exe",
                                            L"Kelvaro_UI.exe"};
 constexpr std::wstring_view kSwitches = L" --auth-only --startup-gate --shell-toggle ";
 
-// The first of the programs that stands in `directory`, empty when none does.
+// Returns the path of the first of the programs that exists in `directory`. Empty if none does.
 std::wstring FindProgram(std::wstring_view directory) {
     for (const std::wstring_view name : kPrograms) {
         std::wstring path = JoinPath(directory, name);
@@ -45,8 +47,10 @@ void ShowError(HWND owner, const TextKey& message) {
     MessageBoxW(owner, text.c_str(), title.c_str(), MB_OK | MB_ICONERROR);
 }
 
-// The error code of starting `commandLine` hidden in `directory`, ERROR_SUCCESS when it runs.
-DWORD StartHidden(std::wstring commandLine, const std::wstring& directory) noexcept {
+// Starts `commandLine` without a window in `directory`. Returns the system error code if that
+// fails, which may be 0, and std::nullopt if the process runs.
+std::optional<DWORD> StartHidden(std::wstring& commandLine,
+                                 const std::wstring& directory) noexcept {
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESHOWWINDOW;
@@ -58,7 +62,7 @@ DWORD StartHidden(std::wstring commandLine, const std::wstring& directory) noexc
     }
     const ScopedHandle processHandle(process.hProcess);
     const ScopedHandle threadHandle(process.hThread);
-    return ERROR_SUCCESS;
+    return std::nullopt;
 }
 
 }  // namespace
@@ -84,12 +88,11 @@ void LaunchToggle(const std::wstring& selectedPath, HWND owner) {
         ShowError(owner, kPromptNotFound);
         return;
     }
-    const std::wstring commandLine = BuildCommandLine(program, selectedPath);
+    std::wstring commandLine = BuildCommandLine(program, selectedPath);
     WriteLog(L"CreateProcess: " + commandLine);
-    const DWORD error = StartHidden(commandLine, directory);
-    if (error != ERROR_SUCCESS) {
+    if (const auto error = StartHidden(commandLine, directory)) {
         std::wstring failure = L"CreateProcess failed gle=";
-        AppendNumber(failure, error);
+        AppendNumber(failure, *error);
         WriteLog(failure);
         ShowError(owner, kLaunchFailed);
         return;

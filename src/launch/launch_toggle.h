@@ -8,11 +8,12 @@
 namespace kelvaro {
 
 // Starts the application's authorisation prompt for `selectedPath` and returns without waiting for
-// it. Tells the user in a message box owned by `owner` (may be null) when the prompt is missing or
-// cannot be started, and the log in any case. Throws std::bad_alloc.
+// it. Logs the outcome. If the prompt is missing or cannot be started, also shows a message box
+// owned by `owner`, which may be null. Throws std::bad_alloc, but not after the prompt has started.
 void LaunchToggle(const std::wstring& selectedPath, HWND owner);
 
-// The command line that asks `program` to toggle the lock of `selectedPath`.
+// Returns the command line that makes `program` toggle the lock of `selectedPath`. Throws
+// std::bad_alloc.
 std::wstring BuildCommandLine(std::wstring_view program, std::wstring_view selectedPath);
 
 }  // namespace kelvaro

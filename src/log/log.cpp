@@ -66,12 +66,12 @@ std::string FormatLogLine(std::string_view time, std::wstring_view message) {
 void WriteLog(std::wstring_view message) noexcept {
     try {
         const std::string line = FormatLogLine(LocalTime(), message);
-        // The directory is there but for the first line ever.
+        // The directory is missing only on the first write.
         if (!AppendToFile(kLogFilePath, line) && !PathExists(kLogFilePath) &&
             CreateDirectories(kLogDirectory)) {
             AppendToFile(kLogFilePath, line);
         }
-    } catch (...) {  // NOLINT(bugprone-empty-catch): what cannot be logged has nowhere else to go
+    } catch (...) {  // NOLINT(bugprone-empty-catch): there is no other place to report it
     }
 }
 

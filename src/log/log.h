@@ -8,12 +8,12 @@ namespace kelvaro {
 inline constexpr wchar_t kLogDirectory[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs";
 inline constexpr wchar_t kLogFilePath[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs\\ShellExt.log";
 
-// Appends one line with the local time and `message` to the diagnostic log. Never reports a
-// failure: a line that cannot be written is dropped.
+// Appends one line with the local time and `message` to the diagnostic log. A line that cannot be
+// written is dropped.
 void WriteLog(std::wstring_view message) noexcept;
 
-// The bytes of one log line, line end included: "[time] message". A character has one byte; one
-// above U+00FF stands as its code point, "<U+8F6F>", so that the line stays whole.
+// Returns the bytes of the log line "[time] message" with its line end. Characters up to U+00FF are
+// single bytes; others are written as their code point, such as "<U+8F6F>". Throws std::bad_alloc.
 std::string FormatLogLine(std::string_view time, std::wstring_view message);
 
 }  // namespace kelvaro

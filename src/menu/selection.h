@@ -6,14 +6,9 @@
 
 namespace kelvaro {
 
-// What a data object of the shell holds: the path of its one file, or why it has none to offer, as
-// it goes to the log.
-struct Selection {
-    std::wstring path;
-    std::wstring failure;
-};
-
-// Reads the file-drop list of `dataObject` and lets go of it before returning.
-Selection ReadSelection(IDataObject& dataObject);
+// Reads the file-drop list of `dataObject` and stores the path of its only file in `path`. Returns
+// an empty string, or the log message that says why there is no such path. Holds nothing of the
+// data object afterwards. Throws std::bad_alloc.
+std::wstring ReadSelection(IDataObject& dataObject, std::wstring& path);
 
 }  // namespace kelvaro

@@ -22,14 +22,14 @@
 namespace kelvaro {
 namespace {
 
-// The shell keeps its status-bar help in 8 bits for hosts that ask so; that one is not localised.
+// ANSI hosts get this fixed English help text.
 constexpr char kNarrowHelpText[] = "Toggle lock state via Vorandel Kelvaro";
 
 constexpr const wchar_t* Digit(bool value) noexcept {
     return value ? L"1" : L"0";
 }
 
-// The object behind one context menu: takes the selection, adds the item, carries out the command.
+// Handles one context menu: reads the selection, adds the item, carries out the command.
 class KelvaroShellExt final : public IShellExtInit, public IContextMenu {
   public:
     KelvaroShellExt() noexcept { ++g_objectCount; }
@@ -88,7 +88,7 @@ STDMETHODIMP_(ULONG) KelvaroShellExt::Release() noexcept {
 
 STDMETHODIMP KelvaroShellExt::Initialize(LPCITEMIDLIST /*pidlFolder*/, IDataObject* pdtobj,
                                          HKEY /*hkeyProgID*/) noexcept {
-    // The shell may initialise one object again; nothing of an earlier selection may survive.
+    // The shell may initialise an object again. Nothing of an earlier selection may remain.
     selectedPath.clear();
     targetPath.clear();
     locked = false;
@@ -99,12 +99,10 @@ STDMETHODIMP KelvaroShellExt::Initialize(LPCITEMIDLIST /*pidlFolder*/, IDataObje
 }
 
 HRESULT KelvaroShellExt::TakeSelection(IDataObject& dataObject) {
-    Selection selection = ReadSelection(dataObject);
-    if (!selection.failure.empty()) {
-        WriteLog(selection.failure);
+    if (const std::wstring failure = ReadSelection(dataObject, selectedPath); !failure.empty()) {
+        WriteLog(failure);
         return E_INVALIDARG;
     }
-    selectedPath = std::move(selection.path);
     if (KindOfFile(selectedPath) == FileKind::other) {
         WriteLog(L"Initialize ignored non exe/lnk: " + selectedPath);
         return E_INVALIDARG;
@@ -126,9 +124,12 @@ STDMETHODIMP KelvaroShellExt::QueryContextMenu(HMENU hmenu, UINT indexMenu, UINT
         return S_OK;
     }
     return GuardBoundary([&] {
+        // Both texts exist before the menu changes: after an error the shell gives the identifier
+        // to the next handler, so the item must not be in the menu then.
         const std::wstring text = GetMenuText(locked);
+        const std::wstring message = Concat({L"QueryContextMenu add item locked=", Digit(locked)});
         InsertMenuW(hmenu, indexMenu, MF_BYPOSITION | MF_STRING, idCmdFirst, text.c_str());
-        WriteLog(Concat({L"QueryContextMenu add item locked=", Digit(locked)}));
+        WriteLog(message);
         return HRESULT{1};  // the number of command identifiers used
     });
 }

@@ -4,8 +4,9 @@
 
 namespace kelvaro {
 
-// Makes a new KelvaroShellExt, the object behind one context menu, and asks it for `riid`. S_OK
-// with one reference in `*ppv`; E_NOINTERFACE, E_POINTER or E_OUTOFMEMORY with nothing left behind.
+// Creates a KelvaroShellExt, the object that handles one context menu, and queries it for `riid`.
+// Returns S_OK and stores one reference in `*ppv`, or returns E_NOINTERFACE, E_POINTER or
+// E_OUTOFMEMORY and keeps no object.
 HRESULT CreateShellExt(REFIID riid, void** ppv) noexcept;
 
 }  // namespace kelvaro

@@ -11,25 +11,36 @@
 namespace kelvaro {
 namespace {
 
-// The target stored in the shortcut file at `path`, empty where there is none.
+bool MatchesPattern(const std::wstring& path, const wchar_t* pattern) {
+    return PathMatchSpecW(ToLower(path).c_str(), pattern);
+}
+
+bool IsProgram(const std::wstring& path) {
+    return MatchesPattern(path, L"*.exe");
+}
+
+// Returns the target stored in the shortcut at `path`. Empty if there is none or a call fails.
 std::wstring ReadStoredTarget(const std::wstring& path) {
-    ComPtr<IShellLinkW> link;
+    // The interfaces are adopted only after a success: a failing call may leave an invalid pointer.
+    void* created = nullptr;
     if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                                link.Put())) ||
-        !link) {
+                                &created)) ||
+        created == nullptr) {
+        return {};
+    }
+    const ComPtr<IShellLinkW> link(static_cast<IShellLinkW*>(created));
+    void* queried = nullptr;
+    if (FAILED(link->QueryInterface(IID_IPersistFile, &queried)) || queried == nullptr) {
+        return {};
+    }
+    const ComPtr<IPersistFile> file(static_cast<IPersistFile*>(queried));
+    if (FAILED(file->Load(path.c_str(), STGM_READ))) {
         return {};
     }
     wchar_t target[MAX_PATH] = {};
-    {
-        ComPtr<IPersistFile> file;
-        if (FAILED(link->QueryInterface(IID_IPersistFile, file.Put())) || !file ||
-            FAILED(file->Load(path.c_str(), STGM_READ))) {
-            return {};
-        }
-        WIN32_FIND_DATAW unused = {};
-        if (FAILED(link->GetPath(target, MAX_PATH, &unused, SLGP_RAWPATH))) {
-            return {};
-        }
+    WIN32_FIND_DATAW unused = {};
+    if (FAILED(link->GetPath(target, MAX_PATH, &unused, SLGP_RAWPATH))) {
+        return {};
     }
     return target;
 }
@@ -37,11 +48,10 @@ std::wstring ReadStoredTarget(const std::wstring& path) {
 }  // namespace
 
 FileKind KindOfFile(const std::wstring& path) {
-    const std::wstring lowered = ToLower(path);
-    if (PathMatchSpecW(lowered.c_str(), L"*.exe")) {
+    if (IsProgram(path)) {
         return FileKind::program;
     }
-    return PathMatchSpecW(lowered.c_str(), L"*.lnk") ? FileKind::shortcut : FileKind::other;
+    return MatchesPattern(path, L"*.lnk") ? FileKind::shortcut : FileKind::other;
 }
 
 std::wstring ResolveShortcutTarget(const std::wstring& path) {
@@ -54,7 +64,7 @@ std::wstring ResolveShortcutTarget(const std::wstring& path) {
             return {};
     }
     std::wstring target = ReadStoredTarget(path);
-    return KindOfFile(target) == FileKind::program ? target : std::wstring();
+    return !target.empty() && IsProgram(target) ? target : std::wstring();
 }
 
 }  // namespace kelvaro

@@ -6,12 +6,13 @@ namespace kelvaro {
 
 enum class FileKind { program, shortcut, other };
 
-// What the name of the file at `path` makes it, in any letter case.
+// Classifies `path` by its extension, ignoring case. Throws std::bad_alloc.
 FileKind KindOfFile(const std::wstring& path);
 
-// The program that `path` stands for: itself for a program, the stored target of a shortcut to one
-// (taken as saved: not expanded, not searched for, not tested). Empty for anything else and on
-// every failure. The calling thread has COM initialised.
+// Returns the program that `path` leads to: `path` itself for a program, the stored target for a
+// shortcut to a program. The target is returned as stored: not expanded, not searched for, not
+// checked for existence. Empty for other files and on every failure. The calling thread must have
+// initialised COM. Throws std::bad_alloc.
 std::wstring ResolveShortcutTarget(const std::wstring& path);
 
 }  // namespace kelvaro

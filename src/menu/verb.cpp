@@ -6,8 +6,8 @@
 namespace kelvaro {
 namespace {
 
-// A verb field holds a command offset where the upper half of its low 32 bits is empty, else a
-// pointer to the command's name.
+// A verb field contains a command offset if bits 16 to 31 are zero, otherwise a pointer to the
+// verb.
 bool IsText(const void* verb) noexcept {
     return HIWORD(reinterpret_cast<UINT_PTR>(verb)) != 0;
 }

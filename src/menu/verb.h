@@ -4,12 +4,12 @@
 
 namespace kelvaro {
 
-// The name of the one command, in both widths that the shell uses.
+// The verb of the extension's only command, in both widths that the shell uses.
 inline constexpr char kVerb[] = "vorandel_kelvaro_toggle";
 inline constexpr wchar_t kWideVerb[] = L"vorandel_kelvaro_toggle";
 
-// Whether `request` asks for the command: by its offset 0, by its name, or by its wide name in an
-// extended record.
+// Returns whether `request` requests that command: by the offset 0, by the verb, or by the wide
+// verb of an extended record.
 bool IsToggleRequest(const CMINVOKECOMMANDINFO& request) noexcept;
 
 }  // namespace kelvaro

@@ -6,8 +6,10 @@
 #include "common/boundary.h"
 #include "common/module_path.h"
 #include "common/owners.h"
+#include "common/result.h"
 #include "common/text.h"
 #include "server/clsid.h"
+#include "server/exports.h"
 #include "server/module.h"
 
 namespace kelvaro {
@@ -21,25 +23,10 @@ constexpr std::wstring_view kProgramHandler =
 constexpr std::wstring_view kShortcutHandler =
     L"lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
 
-// Frees text that COM handed out.
-class ScopedComText {
-  public:
-    ScopedComText() noexcept = default;
-    ~ScopedComText() { CoTaskMemFree(text_); }
-    ScopedComText(const ScopedComText&) = delete;
-    ScopedComText& operator=(const ScopedComText&) = delete;
-
-    LPOLESTR Get() const noexcept { return text_; }
-    LPOLESTR* Put() noexcept { return &text_; }
-
-  private:
-    LPOLESTR text_ = nullptr;
-};
-
-// The class identifier as the registry spells it, empty when the system cannot say.
+// Returns the class identifier in the form that the registry uses. Empty if it cannot be formatted.
 std::wstring ClsidText() {
     ScopedComText text;
-    if (FAILED(StringFromCLSID(kShellExtClsid, text.Put())) || text.Get() == nullptr) {
+    if (FAILED(StringFromCLSID(kShellExtClsid, text.Put())) || !text) {
         return {};
     }
     return text.Get();
@@ -52,7 +39,7 @@ void NotifyShell() noexcept {
 HRESULT RegisterServer() {
     const ModulePath module = ReadModulePath(g_moduleHandle);
     if (module.path.empty()) {
-        return HRESULT_FROM_WIN32(module.error);
+        return FailureFromWin32(module.error);
     }
     const std::wstring clsid = ClsidText();
     if (clsid.empty()) {
@@ -74,16 +61,21 @@ HRESULT UnregisterServer() {
     if (clsid.empty()) {
         return E_FAIL;
     }
-    struct Root {
-        HKEY key;
-        std::wstring_view prefix;
+    // Registration may have written to either root. All paths exist before the first deletion, so
+    // that a lack of memory leaves the registration whole.
+    const struct Tree {
+        HKEY root;
+        std::wstring path;
+    } trees[] = {
+        {HKEY_CURRENT_USER, Concat({kUserClasses, kProgramHandler})},
+        {HKEY_CURRENT_USER, Concat({kUserClasses, kShortcutHandler})},
+        {HKEY_CURRENT_USER, Concat({kUserClasses, kClassKey, clsid})},
+        {HKEY_CLASSES_ROOT, std::wstring(kProgramHandler)},
+        {HKEY_CLASSES_ROOT, std::wstring(kShortcutHandler)},
+        {HKEY_CLASSES_ROOT, Concat({kClassKey, clsid})},
     };
-    // Both roots, wherever registration wrote; what is not there needs no removing.
-    for (const auto& [root, prefix] :
-         {Root{HKEY_CURRENT_USER, kUserClasses}, Root{HKEY_CLASSES_ROOT, {}}}) {
-        RegDeleteTreeW(root, Concat({prefix, kProgramHandler}).c_str());
-        RegDeleteTreeW(root, Concat({prefix, kShortcutHandler}).c_str());
-        RegDeleteTreeW(root, Concat({prefix, kClassKey, clsid}).c_str());
+    for (const Tree& tree : trees) {
+        RegDeleteTreeW(tree.root, tree.path.c_str());
     }
     NotifyShell();
     return S_OK;

@@ -7,13 +7,14 @@
 
 namespace kelvaro {
 
-// Writes `data` as text into value `valueName` (the default one where empty) of key `keyPath` below
-// `root`, making the key where it is missing. The failing call's error as an HRESULT.
+// Sets the text value `valueName` (the default value if empty) of the key `keyPath` below `root` to
+// `data`. Creates the key if it is missing. Returns S_OK or the error of the call that failed.
 HRESULT WriteRegistryString(HKEY root, const std::wstring& keyPath, const std::wstring& valueName,
                             const std::wstring& data) noexcept;
 
 // Writes the entries that make the shell load the library at `modulePath` for programs and
-// shortcuts, `prefix` before each key. Stops at the first failure and returns it.
+// shortcuts, with `prefix` before each key path. Stops at the first failure and returns its error.
+// Throws std::bad_alloc before the first write.
 HRESULT RegisterUnderRoot(HKEY root, std::wstring_view prefix, const std::wstring& clsid,
                           const std::wstring& modulePath);
 

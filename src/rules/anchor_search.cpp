@@ -14,8 +14,9 @@ namespace {
 constexpr size_t kLetters = 3;
 constexpr size_t kExtension = 4;
 
-// Bytes that a decoded target has only where the same byte stands in the file, in either case: no
-// control characters (escapes make those) and no separators (spelt in several ways).
+// Returns whether a decoded target contains `byte` only where the file contains it, in either case.
+// Not so for control characters, which can be escapes, and separators, which have several
+// spellings.
 bool IsPlain(char byte) noexcept {
     const auto value = static_cast<unsigned char>(byte);
     return value > 0x20 && value != 0x7F && byte != '\\';
@@ -24,7 +25,8 @@ bool IsPlain(char byte) noexcept {
 #ifdef __SSE2__
 constexpr size_t kBlock = 16;
 
-// Compares sixteen bytes at once; a superset of Anchor::Matches as a bit mask.
+// Compares sixteen positions at once. Reports every position where Anchor::Matches is true, and
+// some where it is not.
 class BlockFilter {
   public:
     explicit BlockFilter(const std::array<char, kLetters>& letters) noexcept

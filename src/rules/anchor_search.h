@@ -6,27 +6,26 @@
 
 namespace kelvaro {
 
-// Three neighbouring plain bytes of a canonical path in UTF-8. A rule can only name that path where
-// its target holds the three in a row, in either case, each perhaps escaped by a backslash: a
-// necessary condition that is cheap to look for in megabytes of rules.
+// Three consecutive plain bytes of a canonical path in UTF-8. Every rule for this path contains
+// these three bytes in a row, in either case, each possibly escaped. Searching for them is cheap.
 class Anchor {
   public:
-    // The anchor that lies closest before the path's four-character extension (nearly every path
-    // shares the extension), or else any; nothing when the path has no three such bytes in a row.
+    // Returns the last anchor before the path's four-character extension, which nearly all paths
+    // share, or else one within the extension. std::nullopt if the path has no three plain bytes in
+    // a row.
     static std::optional<Anchor> Choose(std::string_view canonicalPath) noexcept;
 
-    // The index of the anchor's first letter in the path it was chosen from.
+    // The index of the anchor in the path it was chosen from.
     size_t Position() const noexcept { return position_; }
 
-    // Whether the anchor stands at the beginning of `bytes`.
+    // Returns whether `bytes` starts with the anchor.
     bool Matches(std::string_view bytes) const noexcept;
 
-    // The index of the first match in `bytes` that begins at `from` or later, npos when there is
-    // none.
+    // Returns the index of the first match in `bytes` at or after `from`, npos if there is none.
     size_t Find(std::string_view bytes, size_t from) const noexcept;
 
-    // The same answer as Find, byte by byte: what is used without vector instructions, and what
-    // they are tested against.
+    // Returns the same result as Find, byte by byte. Used without vector instructions and as their
+    // test oracle.
     size_t FindPlain(std::string_view bytes, size_t from) const noexcept;
 
   private:
@@ -37,8 +36,8 @@ class Anchor {
     std::array<char, 3> letters_;
 };
 
-// The bit that tells a letter's cases apart. Setting it on both sides of a comparison also takes a
-// few unequal bytes for equal, which a necessary condition may.
+// Sets the bit that distinguishes upper from lower case letters. Comparing bytes folded this way
+// reports false positives, which is harmless for a prefilter.
 constexpr char LooseFold(char byte) noexcept {
     return static_cast<char>(byte | 0x20);
 }

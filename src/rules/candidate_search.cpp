@@ -5,41 +5,41 @@
 namespace kelvaro {
 namespace {
 
-constexpr char kAnything = '\0';
+constexpr char kAnyBytes = '\0';
 
 bool IsSeparatorByte(char byte) noexcept {
     return byte == '\\' || byte == '/';
 }
 
-// Control characters are spelt by escapes, and a replacement character stands for any malformed
-// bytes.
+// Returns the path as UTF-8. A control character can be written as an escape, and U+FFFD can come
+// from any malformed bytes, so both become kAnyBytes.
 std::string ExpectedBytes(std::wstring_view canonicalPath) {
     constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
     std::string bytes = Utf8FromWide(canonicalPath);
     for (size_t at = 0; (at = bytes.find(kReplacement, at)) != std::string::npos;) {
-        bytes.replace(at, kReplacement.size(), kReplacement.size(), kAnything);
+        bytes.replace(at, kReplacement.size(), kReplacement.size(), kAnyBytes);
     }
     for (char& byte : bytes) {
         const auto value = static_cast<unsigned char>(byte);
-        byte = value < 0x20 || value == 0x7F ? kAnything : byte;
+        byte = value < 0x20 || value == 0x7F ? kAnyBytes : byte;
     }
     return bytes;
 }
 
-// Whether a target can begin behind `byte` or end before it: at its quote, at white space that is
-// trimmed, or at an escape, whose letter may stand for white space.
-bool MayBeEdge(char byte) noexcept {
+// Returns whether `byte` can be next to a target, outside of it: a quote, white space that is
+// trimmed, or part of an escape for white space.
+bool CanBeEdge(char byte) noexcept {
     const auto value = static_cast<unsigned char>(byte);
     return value <= 0x20 || value >= 0x7F || byte == '"' || byte == '\\' || byte == 'n' ||
            byte == 'r' || byte == 't';
 }
 
-// Whether `bytes` can begin with the spelling of `path` and the end of a target. Backslashes may
-// stand before any byte, as escapes.
-bool MayBeginWith(std::string_view bytes, std::string_view path) noexcept {
+// Returns true if `bytes` could start with `path` followed by the end of a target. Any byte can be
+// escaped by a backslash.
+bool CanBeginWith(std::string_view bytes, std::string_view path) noexcept {
     size_t at = 0;
     for (const char wanted : path) {
-        if (wanted == kAnything) {
+        if (wanted == kAnyBytes) {
             return true;
         }
         const size_t begin = at;
@@ -55,16 +55,16 @@ bool MayBeginWith(std::string_view bytes, std::string_view path) noexcept {
             return false;
         }
     }
-    return at == bytes.size() || MayBeEdge(bytes[at]);
+    return at == bytes.size() || CanBeEdge(bytes[at]);
 }
 
-// Whether `bytes` can end with the beginning of a target and the spelling of `path`.
-bool MayEndWith(std::string_view bytes, std::string_view path) noexcept {
+// Returns true if `bytes` could end with the start of a target followed by `path`.
+bool CanEndWith(std::string_view bytes, std::string_view path) noexcept {
     size_t at = bytes.size();
     while (!path.empty()) {
         const char wanted = path.back();
         path.remove_suffix(1);
-        if (wanted == kAnything) {
+        if (wanted == kAnyBytes) {
             return true;
         }
         const size_t end = at;
@@ -73,7 +73,7 @@ bool MayEndWith(std::string_view bytes, std::string_view path) noexcept {
             --at;
         }
         if (wanted == '\\') {
-            // The two of a network path are one run as well.
+            // The two backslashes that start a network path match one run of separators.
             path.remove_suffix(path.ends_with('\\') ? 1 : 0);
             if (at == end) {
                 return false;
@@ -82,7 +82,7 @@ bool MayEndWith(std::string_view bytes, std::string_view path) noexcept {
             return false;
         }
     }
-    return at == 0 || MayBeEdge(bytes[at - 1]);
+    return at == 0 || CanBeEdge(bytes[at - 1]);
 }
 
 }  // namespace
@@ -98,9 +98,9 @@ size_t CandidateSearch::Next(std::string_view rules, size_t from) const noexcept
     const std::string_view head = path.substr(0, anchor_->Position());
     const std::string_view tail = path.substr(anchor_->Position());
     size_t at = anchor_->Find(rules, from);
-    // The end first: it is short, and tells most names apart.
+    // The end is compared first: it is short and differs for most programs.
     while (at != std::string_view::npos &&
-           !(MayBeginWith(rules.substr(at), tail) && MayEndWith(rules.substr(0, at), head))) {
+           !(CanBeginWith(rules.substr(at), tail) && CanEndWith(rules.substr(0, at), head))) {
         at = anchor_->Find(rules, at + 1);
     }
     return at;

@@ -8,17 +8,18 @@
 
 namespace kelvaro {
 
-// Finds the places in a rule file where a rule for one path can be. A necessary condition that
-// looks at bytes alone: what it passes by is no such rule, what it finds has yet to be read as one.
+// Prefilter for the lookup: finds the positions in a rule file where a rule for one path can be.
+// Never skips a matching rule. A hit must still be parsed.
 class CandidateSearch {
   public:
+    // Throws std::bad_alloc.
     explicit CandidateSearch(std::wstring_view canonicalPath);
 
-    // The index of the first such place at `from` or later, npos when there is none.
+    // Returns the position of the first hit at or after `from`, npos if there is none.
     size_t Next(std::string_view rules, size_t from) const noexcept;
 
   private:
-    std::string path_;  // in UTF-8, kAnything where bytes cannot tell
+    std::string path_;  // in UTF-8; kAnyBytes where the file can contain other bytes
     std::optional<Anchor> anchor_;
 };
 

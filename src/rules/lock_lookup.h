@@ -5,21 +5,25 @@
 
 namespace kelvaro {
 
-// The application's rule file, read afresh for every question and never written.
+// The application's rule file. Every lookup reads it again; nothing writes it.
 inline constexpr wchar_t kRuleFilePath[] =
     L"C:\\ProgramData\\Vorandel\\Kelvaro\\config\\rules.json";
 
-// Whether a rule of the rule file locks the program at `targetPath` now. False for an empty path
-// and for a file that is missing, unreadable or malformed. Throws std::bad_alloc.
+// Returns whether a rule of the rule file locks the program at `targetPath`. False if the path is
+// empty or the file is missing, unreadable or malformed. Throws std::bad_alloc.
 bool IsTargetLocked(std::wstring_view targetPath);
 
-// Whether one of `rules` (the bytes of a rule file) locks the program whose normalised path is
-// `canonicalPath`: an object without a brace inside, of type "exe", not switched off, whose
-// normalised target is the same. The bytes need not be JSON; time grows with their number alone.
+// Returns whether one of `rules` (the content of a rule file) locks the program whose normalised
+// path is `canonicalPath`. The content need not be JSON. Takes time linear in its size. Throws
+// std::bad_alloc.
 bool AnyRuleLocks(std::string_view rules, std::wstring_view canonicalPath);
 
-// Whether the object `objectText` (without a brace inside) is a rule of type "exe" for that
-// program, switched off or not.
+// Returns whether the flat object `objectText` is a rule for that program that is not switched off.
+// Throws std::bad_alloc.
+bool RuleLocks(std::string_view objectText, std::wstring_view canonicalPath);
+
+// Returns whether the flat object `objectText` is a rule for that program, switched off or not.
+// Throws std::bad_alloc.
 bool IsRuleFor(std::string_view objectText, std::wstring_view canonicalPath);
 
 }  // namespace kelvaro

@@ -18,7 +18,7 @@ std::wstring NormalizePath(std::wstring_view path) {
     std::wstring canonical;
     canonical.reserve(path.size());
     if (path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1])) {
-        canonical.push_back(L'\\');  // before the one that the run collapses to
+        canonical.push_back(L'\\');  // The loop below adds the second one of a network path.
     }
     bool afterSeparator = false;
     for (const wchar_t unit : path) {

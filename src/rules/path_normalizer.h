@@ -5,9 +5,10 @@
 
 namespace kelvaro {
 
-// The canonical spelling of a path, for comparing two that were spelt independently: trimmed, one
-// pair of double quotes removed, backslashes only and no two in a row but those that open a network
-// path, A to Z in lower case. Purely textual; empty for a path without content.
+// Returns the canonical form of `path`, in which equal paths are equal strings: white space around
+// it and one pair of double quotes removed, slashes turned into backslashes, runs of backslashes
+// collapsed except for the two that start a network path, A to Z in lower case. Purely textual:
+// does not access the file system. Throws std::bad_alloc.
 std::wstring NormalizePath(std::wstring_view path);
 
 }  // namespace kelvaro

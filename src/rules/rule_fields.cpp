@@ -12,8 +12,8 @@ std::string_view SkipWhitespace(std::string_view text) noexcept {
     return skipped == std::string_view::npos ? std::string_view() : text.substr(skipped);
 }
 
-// Walks through the places of `objectText` where `key` is followed by a colon. Next gives the text
-// from the value on (empty values included), nothing at the end.
+// Iterates over the occurrences of `key` that are followed by a colon. Next returns the text from
+// the value on, std::nullopt after the last occurrence.
 class FieldValues {
   public:
     FieldValues(std::string_view objectText, std::string_view key) noexcept
@@ -52,7 +52,7 @@ std::optional<std::string_view> FindStringField(std::string_view objectText,
         }
         const size_t end = value->find('"', 1);
         if (end == std::string_view::npos) {
-            return std::nullopt;  // no quote is left, so no later value can be closed either
+            return std::nullopt;  // No later string can be terminated either.
         }
         return value->substr(1, end - 1);
     }

@@ -6,30 +6,31 @@
 
 namespace kelvaro {
 
-// Fields of one flat rule object, found on its bytes. A key stands in double quotes and is followed
-// by a colon, white space allowed on both sides of it; where a key stands several times the first
-// one whose value has the wanted form counts.
+// These functions read the fields of one flat object. A key is in double quotes and followed by a
+// colon, with optional white space on both sides of it. If a key occurs several times, the first
+// occurrence with a value of the requested type counts.
 
-// The bytes between the value's double quotes as they stand in the file, a view into `objectText`;
-// nothing when no occurrence of `key` has a string value.
+// Returns the raw bytes between the double quotes of the string value of `key`, as a view into
+// `objectText`. std::nullopt if there is none.
 std::optional<std::string_view> FindStringField(std::string_view objectText,
                                                 std::string_view key) noexcept;
 
-// The bare word true or false that is (or begins) the value of `key`, a view into `objectText`;
-// nothing when no occurrence of `key` has such a value.
+// Returns the word true or false at the start of the value of `key`, as a view into `objectText`.
+// std::nullopt if there is none.
 std::optional<std::string_view> FindBoolField(std::string_view objectText,
                                               std::string_view key) noexcept;
 
-// The decoded string value of `key`, or `defaultValue` as it is.
+// Returns the decoded string value of `key`, or `defaultValue` if there is none. Throws
+// std::bad_alloc.
 std::string ExtractStringField(std::string_view objectText, std::string_view key,
                                std::string_view defaultValue);
 
-// The value of `key` where it has one of FindBoolField's form, or `defaultValue`.
+// Returns the Boolean value of `key`, or `defaultValue` if there is none.
 bool ExtractBoolField(std::string_view objectText, std::string_view key,
                       bool defaultValue) noexcept;
 
-// `raw` with its backslash escapes decoded: \n, \r and \t to control characters, any other escaped
-// byte to itself (so the digits after \u stay).
+// Returns `raw` with its backslash escapes decoded. \n, \r and \t become control characters; any
+// other escaped byte becomes itself, so \u006F becomes u006F. Throws std::bad_alloc.
 std::string UnescapeJsonString(std::string_view raw);
 
 }  // namespace kelvaro

@@ -8,7 +8,7 @@
 namespace kelvaro {
 namespace {
 
-// Makes extension objects; a new factory for every request.
+// Creates extension objects. Every DllGetClassObject call creates its own factory.
 class KelvaroClassFactory final : public IClassFactory {
   public:
     KelvaroClassFactory() noexcept { ++g_objectCount; }

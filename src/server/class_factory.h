@@ -4,8 +4,8 @@
 
 namespace kelvaro {
 
-// Makes a new KelvaroClassFactory and asks it for `riid`. S_OK with one reference in `*ppv`;
-// E_NOINTERFACE, E_POINTER or E_OUTOFMEMORY with nothing left behind.
+// Creates a KelvaroClassFactory and queries it for `riid`. Returns S_OK and stores one reference in
+// `*ppv`, or returns E_NOINTERFACE, E_POINTER or E_OUTOFMEMORY and keeps no object.
 HRESULT CreateClassFactory(REFIID riid, void** ppv) noexcept;
 
 }  // namespace kelvaro

@@ -2,6 +2,7 @@
 
 #include "server/class_factory.h"
 #include "server/clsid.h"
+#include "server/exports.h"
 #include "server/module.h"
 
 namespace kelvaro {

@@ -6,10 +6,10 @@
 
 namespace kelvaro {
 
-// The library's own module, set once when it is loaded and only read afterwards.
+// The library's own module handle. Set when the library is loaded, only read afterwards.
 extern HMODULE g_moduleHandle;
 
-// Live class factories, live extension objects and outstanding server locks.
+// The number of live class factories, live extension objects and outstanding server locks.
 extern std::atomic<ULONG> g_objectCount;
 
 }  // namespace kelvaro

@@ -63,8 +63,7 @@ Exports LinkedExports() {
 
 void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcut, Gate gate) {
     {
-        ComPtr<IDataObject> selection;
-        *selection.Put() = rightclick::MakeDropListObject({shortcut});
+        const ComPtr<IDataObject> selection(rightclick::MakeDropListObject({shortcut}));
         ComPtr<IClassFactory> factory;
         Enter(gate, "DllGetClassObject", {S_OK, E_OUTOFMEMORY}, [&] {
             return library.getClassObject(kelvaro::kShellExtClsid, IID_IClassFactory,

@@ -17,8 +17,7 @@ HRESULT Extension::Select(const std::vector<std::wstring>& files) {
 }
 
 HRESULT Extension::Select(IDataObject* selection) {
-    ComPtr<IDataObject> owner;
-    *owner.Put() = selection;
+    const ComPtr<IDataObject> owner(selection);
     return init_->Initialize(nullptr, selection, nullptr);
 }
 

@@ -102,8 +102,7 @@ void UseMenu(IContextMenu& handler, const Options& options, Outcome& outcome) {
 
 void UseObject(IShellExtInit& object, const Options& options, Outcome& outcome) {
     const Selection selection = MakeSelection(options.files);
-    ComPtr<IDataObject> dataObject;
-    *dataObject.Put() = selection.dataObject;
+    const ComPtr<IDataObject> dataObject(selection.dataObject);
     outcome.shellSelection = selection.fromShell;
     outcome.initialize = object.Initialize(nullptr, dataObject.Get(), nullptr);
     ComPtr<IContextMenu> menu;

@@ -39,6 +39,7 @@ inline constexpr UINT CP_UTF8 = 65001;
 inline constexpr DWORD MB_ERR_INVALID_CHARS = 8;
 
 inline constexpr WORD LANG_CHINESE = 0x04;
+inline constexpr WORD LANG_ENGLISH = 0x09;
 constexpr WORD PRIMARYLANGID(LANGID language) noexcept {
     return static_cast<WORD>(language & 0x3FF);
 }
