@@ -60,6 +60,7 @@ class PlatformCalls {
     void Make(IDataObject& selection) {
         ReadSelection(selection);
         ReadFileInto(DriveTest::kRules);
+        ConvertPath();
         AppendLine();
         const ScopedMenu popup;
         LoadText();
@@ -86,6 +87,12 @@ class PlatformCalls {
         ReleaseStgMedium(&medium);
         PathMatchSpecW(text_, L"*.exe");
         PathMatchSpecW(text_, L"*.exe");
+    }
+
+    void ConvertPath() {
+        const int size =
+            WideCharToMultiByte(CP_UTF8, 0, kProgram, -1, nullptr, 0, nullptr, nullptr);
+        WideCharToMultiByte(CP_UTF8, 0, kProgram, -1, bytes_, size, nullptr, nullptr);
     }
 
     DWORD ReadFileInto(const wchar_t* path) {

@@ -18,6 +18,7 @@
 #include "rules/lock_lookup.h"
 #include "rules/path_normalizer.h"
 #include "server/clsid.h"
+#include "server/exports.h"
 
 namespace {
 
@@ -44,11 +45,10 @@ struct Times {
 };
 
 void RightClick(const rightclick::Library& library, IDataObject& selection, Times& times) {
-    using GetClassObject = HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, LPVOID*);
     const double begin = Now();
     ComPtr<IClassFactory> factory;
-    library.Export<GetClassObject>("DllGetClassObject")(kelvaro::kShellExtClsid, IID_IClassFactory,
-                                                        factory.Put());
+    library.Export<decltype(&DllGetClassObject)>("DllGetClassObject")(
+        kelvaro::kShellExtClsid, IID_IClassFactory, factory.Put());
     ComPtr<IShellExtInit> object;
     factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put());
     const double beforeInitialize = Now();
