@@ -10,6 +10,7 @@
 #include <cstring>
 #include <map>
 #include <memory>
+#include <span>
 
 #include "allocations.h"
 #include "engines.h"
@@ -148,8 +149,7 @@ void Register() {
         }
         add(prefix + "memchr", [&](benchmark::State& state) { Memchr(state, shape); });
     }
-    for (const size_t index : {1, 2, 3}) {
-        const Shape& shape = kShapes[index];
+    for (const Shape& shape : std::span(kShapes).subspan(1, 3)) {
         const std::string prefix = "disk/" + shape.name + "/";
         add(prefix + "this library", [&](benchmark::State& state) { LookupOnDisk(state, shape); });
         add(prefix + "bare read", [&](benchmark::State& state) { ReadOnly(state, shape); });
