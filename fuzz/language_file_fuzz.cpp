@@ -1,4 +1,5 @@
-// Any bytes can be decoded, and what is found in the text is what a reading line by line finds.
+// Checks that any bytes can be decoded, and that FindIniValue finds the same value in the text as a
+// plain line-by-line parser.
 
 #include <sstream>
 

@@ -1,5 +1,5 @@
-// The one-pass normaliser and the same rules step by step have to agree; and the laws of the
-// canonical form hold.
+// Checks that NormalizePath agrees with a step-by-step implementation, and that its result has the
+// properties of a canonical path.
 
 #include <algorithm>
 
@@ -33,10 +33,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzz::Require(canonical.find(L"\\\\", 1) == std::wstring::npos);
     fuzz::Require(std::none_of(canonical.begin(), canonical.end(),
                                [](wchar_t unit) { return unit >= L'A' && unit <= L'Z'; }));
-    // What was inside the quotes is not trimmed or unquoted again, so only other results stay.
-    const bool stays =
+    // Normalising again changes the result only if the quotes contained white space or more quotes.
+    const bool isStable =
         canonical == kelvaro::TrimWhitespace(canonical) &&
         !(canonical.size() >= 2 && canonical.front() == L'"' && canonical.back() == L'"');
-    fuzz::Require(!stays || kelvaro::NormalizePath(canonical) == canonical);
+    fuzz::Require(!isStable || kelvaro::NormalizePath(canonical) == canonical);
     return 0;
 }

@@ -6,16 +6,15 @@
 #include <regex>
 
 #include "common/code_page.h"
+#include "oracle/rule_patterns.h"
 #include "rules/path_normalizer.h"
 #include "rules/rule_fields.h"
 
 namespace oracle {
 namespace {
 
-bool Search(const std::string& text, const std::string& key, const std::string& value,
-            std::smatch& match) {
+bool Search(const std::string& text, const std::string& pattern, std::smatch& match) {
     static std::map<std::string, std::regex> compiled;
-    const std::string pattern = "\"" + key + value;
     return std::regex_search(text, match, compiled.try_emplace(pattern, pattern).first->second);
 }
 
@@ -34,19 +33,18 @@ bool Locks(const std::string& object, std::wstring_view canonicalPath) {
 std::string StringField(const std::string& objectText, const std::string& key,
                         const std::string& defaultValue) {
     std::smatch match;
-    return Search(objectText, key, R"re("\s*:\s*"([^"]*)")re", match)
+    return Search(objectText, StringFieldPattern(key), match)
                ? kelvaro::UnescapeJsonString(match[1].str())
                : defaultValue;
 }
 
 bool BoolField(const std::string& objectText, const std::string& key, bool defaultValue) {
     std::smatch match;
-    return Search(objectText, key, R"re("\s*:\s*(true|false))re", match) ? match[1] == "true"
-                                                                         : defaultValue;
+    return Search(objectText, BoolFieldPattern(key), match) ? match[1] == "true" : defaultValue;
 }
 
 bool AnyRuleLocks(const std::string& rules, std::wstring_view canonicalPath) {
-    static const std::regex object(R"(\{[^\{\}]*\})");
+    static const std::regex object(kObjectPattern);
     for (std::sregex_iterator at(rules.begin(), rules.end(), object), end; at != end; ++at) {
         if (Locks(at->str(), canonicalPath)) {
             return true;
