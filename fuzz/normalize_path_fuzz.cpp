@@ -5,29 +5,13 @@
 
 #include "common/text.h"
 #include "input.h"
+#include "oracle/text_oracle.h"
 #include "rules/path_normalizer.h"
-
-namespace {
-
-std::wstring StepByStep(std::wstring_view path) {
-    std::wstring text(kelvaro::TrimWhitespace(path));
-    if (text.size() >= 2 && text.front() == L'"' && text.back() == L'"') {
-        text = text.substr(1, text.size() - 2);
-    }
-    std::replace(text.begin(), text.end(), L'/', L'\\');
-    const bool network = text.starts_with(L"\\\\");
-    text.erase(std::unique(text.begin(), text.end(),
-                           [](wchar_t a, wchar_t b) { return a == L'\\' && b == L'\\'; }),
-               text.end());
-    return kelvaro::ToLower(network ? L"\\" + text : text);
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::wstring path = fuzz::Units(fuzz::Bytes(data, size));
     const std::wstring canonical = kelvaro::NormalizePath(path);
-    fuzz::Require(canonical == StepByStep(path));
+    fuzz::Require(canonical == oracle::NormalizePath(path));
     fuzz::Require(canonical.size() <= path.size());
     fuzz::Require(canonical.find(L'/') == std::wstring::npos);
     fuzz::Require(canonical.find(L"\\\\", 1) == std::wstring::npos);

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <map>
 #include <regex>
 
@@ -18,14 +19,13 @@ bool Search(const std::string& text, const std::string& pattern, std::smatch& ma
     return std::regex_search(text, match, compiled.try_emplace(pattern, pattern).first->second);
 }
 
-bool Locks(const std::string& object, std::wstring_view canonicalPath) {
+// Returns the normalised path that `object` locks. Empty if it locks none.
+std::wstring LockedPath(const std::string& object) {
     if (StringField(object, "type", "") != "exe" || !BoolField(object, "enabled", true)) {
-        return false;
+        return {};
     }
-    const std::string target = StringField(object, "target", "");
-    const std::wstring canonical =
-        kelvaro::NormalizePath(kelvaro::WideFromBytes(CP_UTF8, 0, target));
-    return !canonical.empty() && canonical == canonicalPath;
+    return kelvaro::NormalizePath(
+        kelvaro::WideFromBytes(CP_UTF8, 0, StringField(object, "target", "")));
 }
 
 }  // namespace
@@ -43,14 +43,20 @@ bool BoolField(const std::string& objectText, const std::string& key, bool defau
     return Search(objectText, BoolFieldPattern(key), match) ? match[1] == "true" : defaultValue;
 }
 
-bool AnyRuleLocks(const std::string& rules, std::wstring_view canonicalPath) {
+std::vector<std::wstring> LockedPaths(const std::string& rules) {
     static const std::regex object(kObjectPattern);
+    std::vector<std::wstring> paths;
     for (std::sregex_iterator at(rules.begin(), rules.end(), object), end; at != end; ++at) {
-        if (Locks(at->str(), canonicalPath)) {
-            return true;
+        if (std::wstring path = LockedPath(at->str()); !path.empty()) {
+            paths.push_back(std::move(path));
         }
     }
-    return false;
+    return paths;
+}
+
+bool AnyRuleLocks(const std::string& rules, std::wstring_view canonicalPath) {
+    const std::vector<std::wstring> paths = LockedPaths(rules);
+    return std::find(paths.begin(), paths.end(), canonicalPath) != paths.end();
 }
 
 }  // namespace oracle

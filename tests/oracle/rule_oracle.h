@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 // The rule lookup with std::regex, the reference for the library's own scanner. Slow, and for files
 // of a few kilobytes only: std::regex recurses once per byte.
@@ -14,7 +15,10 @@ std::string StringField(const std::string& objectText, const std::string& key,
 // Returns the Boolean value of `key`, or `defaultValue` if the object has none.
 bool BoolField(const std::string& objectText, const std::string& key, bool defaultValue);
 
-// True if a rule in `rules` locks the program with this normalised path.
+// Returns the normalised paths of the programs that `rules` lock.
+std::vector<std::wstring> LockedPaths(const std::string& rules);
+
+// Returns true if a rule in `rules` locks the program with this normalised path.
 bool AnyRuleLocks(const std::string& rules, std::wstring_view canonicalPath);
 
 }  // namespace oracle
