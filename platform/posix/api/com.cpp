@@ -8,13 +8,13 @@
 #include <cwchar>
 #include <string>
 
+#include "internal/call.h"
 #include "internal/encoding.h"
 #include "internal/shell_link.h"
-#include "testing/failing_calls.h"
 
 namespace {
 
-thread_local int g_initialised = 0;
+thread_local int g_initialised = 0;  // calls of CoInitializeEx not yet undone
 
 constexpr size_t kGuidLength = 38;
 
@@ -31,20 +31,25 @@ std::string FormatGuid(REFCLSID id) {
 }  // namespace
 
 HRESULT CoInitializeEx(LPVOID /*reserved*/, DWORD /*model*/) noexcept {
+    const compat::Call call("CoInitializeEx", E_OUTOFMEMORY);
+    if (call.Fails()) {
+        return static_cast<HRESULT>(call.Error());
+    }
     return g_initialised++ == 0 ? S_OK : S_FALSE;
 }
 
 void CoUninitialize() noexcept {
+    const compat::Call call("CoUninitialize");
     --g_initialised;
 }
 
 HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD /*context*/, REFIID riid,
                          LPVOID* ppv) noexcept {
+    const compat::Call call("CoCreateInstance", REGDB_E_CLASSNOTREG);
     if (ppv == nullptr) {
         return E_POINTER;
     }
     *ppv = nullptr;
-    const compat::Call call("CoCreateInstance", REGDB_E_CLASSNOTREG);
     if (call.Fails()) {
         return static_cast<HRESULT>(call.Error());
     }
@@ -58,8 +63,8 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD /*context*/, REF
 }
 
 HRESULT StringFromCLSID(REFCLSID clsid, LPOLESTR* text) noexcept {
-    *text = nullptr;
     const compat::Call call("StringFromCLSID", E_OUTOFMEMORY);
+    *text = nullptr;
     if (call.Fails()) {
         return static_cast<HRESULT>(call.Error());
     }
@@ -73,10 +78,14 @@ HRESULT StringFromCLSID(REFCLSID clsid, LPOLESTR* text) noexcept {
 }
 
 HRESULT CLSIDFromString(LPCOLESTR text, CLSID* clsid) noexcept {
+    const compat::Call call("CLSIDFromString", CO_E_CLASSSTRING);
     *clsid = {};
+    if (call.Fails()) {
+        return static_cast<HRESULT>(call.Error());
+    }
     const std::string bytes = compat::Utf8FromWide(text);
     std::array<unsigned, 11> parts = {};
-    // NOLINTNEXTLINE(cert-err34-c): every part has its width, so no number can be too large
+    // NOLINTNEXTLINE(cert-err34-c): each part has a width, so no number can overflow
     const int read = std::sscanf(bytes.c_str(), "{%8X-%4X-%4X-%2X%2X-%2X%2X%2X%2X%2X%2X}",
                                  &parts[0], &parts[1], &parts[2], &parts[3], &parts[4], &parts[5],
                                  &parts[6], &parts[7], &parts[8], &parts[9], &parts[10]);

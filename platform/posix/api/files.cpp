@@ -1,4 +1,3 @@
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,12 +9,14 @@
 #include <filesystem>
 #include <list>
 
+#include "internal/call.h"
 #include "internal/drive.h"
 #include "internal/encoding.h"
 #include "internal/kernel_object.h"
-#include "testing/failing_calls.h"
+#include "internal/last_error.h"
 
 using compat::ErrorFromErrno;
+using compat::Fail;
 using compat::ToHostPath;
 
 namespace {
@@ -24,8 +25,8 @@ constexpr DWORD kWriting = GENERIC_WRITE | FILE_APPEND_DATA;
 constexpr mode_t kFileMode = 0666;
 constexpr mode_t kDirectoryMode = 0777;
 
-// One open of a file, for the sharing rules that the host does not have. They hold within the
-// process only.
+// The access and sharing of one open handle. The host has no sharing rules, so they are checked
+// here, within the process only.
 struct OpenMode {
     dev_t device;
     ino_t node;
@@ -43,7 +44,8 @@ bool Excludes(const OpenMode& holder, DWORD access) noexcept {
 
 class File final : public compat::KernelObject {
   public:
-    // Takes `descriptor` and joins the file's users; ERROR_SHARING_VIOLATION where one refuses.
+    // Takes ownership of `descriptor`. Returns null if an open handle does not share the file with
+    // `mode`, or `mode` not with it.
     static std::shared_ptr<File> Open(int descriptor, const OpenMode& mode) {
         const std::lock_guard lock(g_openMutex);
         for (const OpenMode& other : g_open) {
@@ -73,8 +75,8 @@ class File final : public compat::KernelObject {
     std::list<OpenMode>::iterator entry_;
 };
 
-// The rights in the mode bits hold for every user here: a host's administrator passes them by, and
-// a read-only file has to refuse him as well.
+// The host lets its administrator open any file. Checking the mode bits here keeps a read-only file
+// read-only for that user too.
 bool IsAllowed(mode_t mode, DWORD access) noexcept {
     return ((access & GENERIC_READ) == 0 || (mode & S_IRUSR) != 0) &&
            ((access & kWriting) == 0 || (mode & S_IWUSR) != 0);
@@ -87,9 +89,8 @@ int OpenFlags(DWORD access, DWORD disposition) noexcept {
     } else if ((access & GENERIC_READ) == 0) {
         flags |= O_PATH;
     }
-    // Only a handle that may do nothing but append writes at the end whatever happens.
+    // Without GENERIC_WRITE each write goes to the end of the file.
     flags |= (access & kWriting) == FILE_APPEND_DATA ? O_APPEND : 0;
-    flags |= disposition == CREATE_ALWAYS ? O_CREAT | O_TRUNC : 0;
     flags |= disposition == OPEN_ALWAYS ? O_CREAT : 0;
     return flags;
 }
@@ -107,27 +108,19 @@ DWORD ErrorFor(const std::string& host, int number) {
     return number == ENOENT ? MissingError(host) : ErrorFromErrno(number);
 }
 
-HANDLE Refuse(DWORD error) noexcept {
+HANDLE FailToOpen(DWORD error) noexcept {
     SetLastError(error);
     return INVALID_HANDLE_VALUE;
 }
 
-BOOL Answer(DWORD error) noexcept {
-    if (error == ERROR_SUCCESS) {
-        return TRUE;
-    }
-    SetLastError(error);
-    return FALSE;
-}
-
-// Runs a host call on the file of `name`; the call answers 0 or sets errno.
-template <class Call>
-BOOL OnHost(LPCWSTR name, Call&& call) {
+// Calls `operation` with the host's path of `name`. It returns 0, or another value and sets errno.
+template <class Operation>
+BOOL WithHostPath(LPCWSTR name, Operation&& operation) {
     const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
     if (error != ERROR_SUCCESS) {
-        return Answer(error);
+        return Fail(error);
     }
-    return Answer(call(host.c_str()) == 0 ? ERROR_SUCCESS : ErrorFor(host, errno));
+    return operation(host.c_str()) == 0 ? TRUE : Fail(ErrorFor(host, errno));
 }
 
 std::shared_ptr<File> FindFile(HANDLE handle) {
@@ -144,23 +137,23 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES*
     }
     const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
     if (error != ERROR_SUCCESS) {
-        return Refuse(error);
+        return FailToOpen(error);
     }
     struct stat status = {};
     const bool existed = stat(host.c_str(), &status) == 0;
     if (existed && S_ISDIR(status.st_mode) && (flags & FILE_FLAG_BACKUP_SEMANTICS) == 0) {
-        return Refuse(ERROR_ACCESS_DENIED);
+        return FailToOpen(ERROR_ACCESS_DENIED);
     }
     if (existed && !IsAllowed(status.st_mode, access)) {
-        return Refuse(ERROR_ACCESS_DENIED);
+        return FailToOpen(ERROR_ACCESS_DENIED);
     }
     const int descriptor = open(host.c_str(), OpenFlags(access, disposition), kFileMode);
     if (descriptor < 0 || fstat(descriptor, &status) != 0) {
-        return Refuse(ErrorFor(host, errno));
+        return FailToOpen(ErrorFor(host, errno));
     }
     auto file = File::Open(descriptor, {status.st_dev, status.st_ino, access, share});
     if (!file) {
-        return Refuse(ERROR_SHARING_VIOLATION);
+        return FailToOpen(ERROR_SHARING_VIOLATION);
     }
     SetLastError(existed && disposition != OPEN_EXISTING ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return compat::Handles().Add<HANDLE>(std::move(file));
@@ -177,14 +170,14 @@ BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
     }
     const auto object = FindFile(file);
     if (!object) {
-        return Answer(ERROR_INVALID_HANDLE);
+        return Fail(ERROR_INVALID_HANDLE);
     }
     if ((object->Access() & GENERIC_READ) == 0) {
-        return Answer(ERROR_ACCESS_DENIED);
+        return Fail(ERROR_ACCESS_DENIED);
     }
     const ssize_t got = ::read(object->Descriptor(), buffer, size);
     if (got < 0) {
-        return Answer(ErrorFromErrno(errno));
+        return Fail(ErrorFromErrno(errno));
     }
     compat::CountBytesRead(static_cast<size_t>(got));
     if (read != nullptr) {
@@ -204,14 +197,14 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
     }
     const auto object = FindFile(file);
     if (!object) {
-        return Answer(ERROR_INVALID_HANDLE);
+        return Fail(ERROR_INVALID_HANDLE);
     }
     if ((object->Access() & kWriting) == 0) {
-        return Answer(ERROR_ACCESS_DENIED);
+        return Fail(ERROR_ACCESS_DENIED);
     }
     const ssize_t put = ::write(object->Descriptor(), bytes, size);
     if (put < 0) {
-        return Answer(ErrorFromErrno(errno));
+        return Fail(ErrorFromErrno(errno));
     }
     if (written != nullptr) {
         *written = static_cast<DWORD>(put);
@@ -227,7 +220,7 @@ BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept {
     const auto object = FindFile(file);
     struct stat status = {};
     if (!object || fstat(object->Descriptor(), &status) != 0) {
-        return Answer(ERROR_INVALID_HANDLE);
+        return Fail(ERROR_INVALID_HANDLE);
     }
     size->QuadPart = status.st_size;
     return TRUE;
@@ -239,7 +232,7 @@ DWORD GetFileAttributesW(LPCWSTR name) noexcept {
         return INVALID_FILE_ATTRIBUTES;
     }
     struct stat status = {};
-    if (!OnHost(name, [&status](const char* host) { return lstat(host, &status); })) {
+    if (!WithHostPath(name, [&status](const char* host) { return lstat(host, &status); })) {
         return INVALID_FILE_ATTRIBUTES;
     }
     DWORD attributes = S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : 0;
@@ -249,7 +242,11 @@ DWORD GetFileAttributesW(LPCWSTR name) noexcept {
 }
 
 BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept {
-    return OnHost(name, [attributes](const char* host) {
+    const compat::Call call("SetFileAttributesW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return FALSE;
+    }
+    return WithHostPath(name, [attributes](const char* host) {
         struct stat status = {};
         if (stat(host, &status) != 0) {
             return -1;
@@ -265,19 +262,31 @@ BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* /*security*/) noexcept 
     if (call.Fails()) {
         return FALSE;
     }
-    return OnHost(name, [](const char* host) { return mkdir(host, kDirectoryMode); });
+    return WithHostPath(name, [](const char* host) { return mkdir(host, kDirectoryMode); });
 }
 
 BOOL RemoveDirectoryW(LPCWSTR name) noexcept {
-    return OnHost(name, [](const char* host) { return rmdir(host); });
+    const compat::Call call("RemoveDirectoryW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return FALSE;
+    }
+    return WithHostPath(name, [](const char* host) { return rmdir(host); });
 }
 
 BOOL DeleteFileW(LPCWSTR name) noexcept {
-    return OnHost(name, [](const char* host) { return unlink(host); });
+    const compat::Call call("DeleteFileW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return FALSE;
+    }
+    return WithHostPath(name, [](const char* host) { return unlink(host); });
 }
 
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
-    return OnHost(from, [to, flags](const char* host) {
+    const compat::Call call("MoveFileExW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return FALSE;
+    }
+    return WithHostPath(from, [to, flags](const char* host) {
         const auto [target, error] = ToHostPath(to);
         struct stat status = {};
         if (error != ERROR_SUCCESS) {
@@ -293,6 +302,10 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
 }
 
 DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* /*filePart*/) noexcept {
+    const compat::Call call("GetFullPathNameW", ERROR_INVALID_NAME);
+    if (call.Fails()) {
+        return 0;
+    }
     if (name == nullptr || *name == L'\0') {
         SetLastError(ERROR_INVALID_NAME);
         return 0;

@@ -1,11 +1,13 @@
 #include <winbase.h>
 
+#include "internal/call.h"
 #include "internal/kernel_object.h"
+#include "internal/last_error.h"
 
 namespace compat {
 
 ObjectTable<KernelObject, Resource::handle>& Handles() {
-    // Never destroyed: a handle may be closed as late as at the process's end.
+    // Never destroyed, because a static object may close its handle at process exit.
     static auto& table = *new ObjectTable<KernelObject, Resource::handle>;
     return table;
 }
@@ -13,11 +15,8 @@ ObjectTable<KernelObject, Resource::handle>& Handles() {
 }  // namespace compat
 
 BOOL CloseHandle(HANDLE handle) noexcept {
-    if (compat::Handles().Remove(handle)) {
-        return TRUE;
-    }
-    SetLastError(ERROR_INVALID_HANDLE);
-    return FALSE;
+    const compat::Call call("CloseHandle");
+    return compat::Handles().Remove(handle) ? TRUE : compat::Fail(ERROR_INVALID_HANDLE);
 }
 
 namespace {

@@ -5,9 +5,10 @@
 #include <cstdlib>
 #include <vector>
 
+#include "internal/call.h"
 #include "internal/global_memory.h"
-#include "testing/failing_calls.h"
-#include "testing/resources.h"
+#include "internal/last_error.h"
+#include "internal/object_table.h"
 
 namespace {
 
@@ -72,13 +73,13 @@ LPVOID GlobalLock(HGLOBAL memory) noexcept {
 }
 
 BOOL GlobalUnlock(HGLOBAL memory) noexcept {
+    const compat::Call call("GlobalUnlock");
     const auto block = FindBlock(memory);
     if (!block) {
         return FALSE;
     }
     if (block->locks == 0) {
-        SetLastError(ERROR_NOT_LOCKED);
-        return FALSE;
+        return compat::Fail(ERROR_NOT_LOCKED);
     }
     compat::CountResource(compat::Resource::globalLock, -1);
     SetLastError(ERROR_SUCCESS);
@@ -86,6 +87,7 @@ BOOL GlobalUnlock(HGLOBAL memory) noexcept {
 }
 
 HGLOBAL GlobalFree(HGLOBAL memory) noexcept {
+    const compat::Call call("GlobalFree");
     if (Blocks().Remove(memory)) {
         return nullptr;
     }
@@ -94,6 +96,7 @@ HGLOBAL GlobalFree(HGLOBAL memory) noexcept {
 }
 
 HLOCAL LocalFree(HLOCAL memory) noexcept {
+    const compat::Call call("LocalFree");
     CoTaskMemFree(memory);
     return nullptr;
 }
@@ -111,6 +114,7 @@ LPVOID CoTaskMemAlloc(SIZE_T size) noexcept {
 }
 
 void CoTaskMemFree(LPVOID memory) noexcept {
+    const compat::Call call("CoTaskMemFree");
     if (memory != nullptr) {
         compat::CountResource(compat::Resource::taskMemory, -1);
         std::free(memory);

@@ -16,25 +16,26 @@
 #include <string>
 #include <vector>
 
+#include "internal/call.h"
 #include "internal/command_line.h"
 #include "internal/drive.h"
 #include "internal/encoding.h"
 #include "internal/host_file.h"
 #include "internal/kernel_object.h"
-#include "testing/failing_calls.h"
+#include "internal/last_error.h"
 #include "testing/shell_events.h"
 
 namespace {
 
-// Carries the command line to the new process as it was given; its arguments alone would not tell
-// how they were quoted.
+// Passes the command line to the new process unchanged. The arguments alone do not show how they
+// were quoted.
 constexpr char kCommandLineVariable[] = "KELVARO_COMMAND_LINE";
 
 std::mutex g_requestMutex;
 compat::ProcessRequest g_lastRequest = {};
 
-// A process, or its first thread: something to be closed. Nobody here waits for either.
-struct ProcessToken final : compat::KernelObject {};
+// The handle of a process or of its first thread. It can only be closed.
+struct ProcessHandle final : compat::KernelObject {};
 
 struct Launch {
     std::string program;
@@ -67,7 +68,7 @@ std::vector<std::string> EnvironmentWith(std::wstring_view commandLine) {
     return environment;
 }
 
-// ERROR_SUCCESS when the host may try to run `program`.
+// Returns why `program` cannot be run, ERROR_SUCCESS if there is no reason.
 DWORD CheckProgram(const std::string& program) noexcept {
     struct stat status = {};
     if (stat(program.c_str(), &status) != 0) {
@@ -79,9 +80,9 @@ DWORD CheckProgram(const std::string& program) noexcept {
     return access(program.c_str(), X_OK) == 0 ? ERROR_SUCCESS : ERROR_BAD_EXE_FORMAT;
 }
 
-// Runs `launch` as a process that nobody has to wait for: the child that is forked starts another
-// and ends, and the host's first process takes over. What exec says comes back through a pipe that
-// a successful one closes.
+// Starts a process that nobody has to wait for: the forked child forks again and exits, so that the
+// host's init process reaps the grandchild. The grandchild sends errno through the pipe if exec
+// fails; a successful exec closes the pipe.
 DWORD Start(Launch& launch) {
     const std::vector<char*> arguments = Pointers(launch.arguments);
     const std::vector<char*> environment = Pointers(launch.environment);
@@ -138,7 +139,7 @@ DWORD StartCommandLine(std::wstring_view commandLine, const std::wstring& direct
 std::wstring OwnCommandLine() {
     if (const char* const given = std::getenv(kCommandLineVariable)) {
         std::wstring line = compat::WideFromUtf8(given);
-        unsetenv(kCommandLineVariable);  // not for the processes that this one starts by itself
+        unsetenv(kCommandLineVariable);  // must not reach the processes that this one starts
         return line;
     }
     std::string joined;
@@ -154,7 +155,7 @@ std::wstring OwnCommandLine() {
 
 }  // namespace
 
-// NOLINTNEXTLINE(readability-non-const-parameter): the real one writes into its command line
+// NOLINTNEXTLINE(readability-non-const-parameter): the platform's writes into it
 BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIBUTES* /*process*/,
                     SECURITY_ATTRIBUTES* /*thread*/, BOOL inherit, DWORD flags,
                     LPVOID /*environment*/, LPCWSTR directory, STARTUPINFOW* startup,
@@ -174,11 +175,10 @@ BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIB
         error = StartCommandLine(commandLine, directory == nullptr ? current : directory);
     }
     if (error != ERROR_SUCCESS) {
-        SetLastError(error);
-        return FALSE;
+        return compat::Fail(error);
     }
-    *information = {compat::Handles().Add<HANDLE>(std::make_shared<ProcessToken>()),
-                    compat::Handles().Add<HANDLE>(std::make_shared<ProcessToken>()), 0, 0};
+    *information = {compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>()),
+                    compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>()), 0, 0};
     return TRUE;
 }
 
@@ -192,11 +192,16 @@ ProcessRequest LastProcessRequest() noexcept {
 }  // namespace compat
 
 LPWSTR GetCommandLineW() noexcept {
+    const compat::Call call("GetCommandLineW");
     static std::wstring line = OwnCommandLine();
     return line.data();
 }
 
 LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
+    const compat::Call call("CommandLineToArgvW", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
+        return nullptr;
+    }
     const std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
     size_t units = 0;
     for (const std::wstring& argument : arguments) {
@@ -220,10 +225,13 @@ LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
 }
 
 DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept {
+    const compat::Call call("GetCurrentDirectoryW", ERROR_ACCESS_DENIED);
+    if (call.Fails()) {
+        return 0;
+    }
     char host[PATH_MAX] = {};
     if (getcwd(host, sizeof host) == nullptr) {
-        SetLastError(compat::ErrorFromErrno(errno));
-        return 0;
+        return static_cast<DWORD>(compat::Fail(compat::ErrorFromErrno(errno)));
     }
     const std::wstring path = compat::FromHostPath(host);
     if (path.size() >= size) {
@@ -234,6 +242,7 @@ DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept {
 }
 
 void Sleep(DWORD milliseconds) noexcept {
+    const compat::Call call("Sleep");
     const timespec duration = {static_cast<time_t>(milliseconds / 1000),
                                static_cast<long>(milliseconds % 1000) * 1'000'000};
     nanosleep(&duration, nullptr);

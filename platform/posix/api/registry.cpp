@@ -7,12 +7,12 @@
 #include <cstring>
 #include <fstream>
 
+#include "internal/call.h"
 #include "internal/drive.h"
 #include "internal/encoding.h"
 #include "internal/host_file.h"
+#include "internal/object_table.h"
 #include "internal/registry_file.h"
-#include "testing/failing_calls.h"
-#include "testing/resources.h"
 
 using compat::FoldName;
 using compat::RegistryKeys;
@@ -37,7 +37,7 @@ KeyTable& Keys() {
     return table;
 }
 
-// Empty without a drive: then no key is there and none can be made.
+// Empty without a drive C:. Then there is no key and none can be created.
 std::string RegistryFile() {
     const std::string directory = compat::DriveDirectory();
     return directory.empty() ? directory : directory + "/registry.reg";
@@ -49,7 +49,8 @@ RegistryKeys Load() {
     return compat::ParseRegistry(text);
 }
 
-// Changes the registry file for all processes as one step. A reader sees it before or after.
+// Applies `change` to the registry file. Atomic for all processes: a reader sees the old file or
+// the new one.
 template <class Change>
 LSTATUS Update(Change&& change) {
     const std::string path = RegistryFile();
@@ -82,8 +83,8 @@ std::wstring Append(std::wstring path, LPCWSTR subkey) {
     return rest.empty() ? path : path.append(L"\\").append(rest);
 }
 
-// The full path of `subkey` below `root`, empty when `root` is no key. The classes of programs are
-// the user's where the user has the key, else the machine's.
+// Returns the full path of `subkey` below `root`, empty if `root` is not a key. Below
+// HKEY_CLASSES_ROOT a key of the user takes precedence over the machine's.
 std::wstring FullPath(const RegistryKeys& keys, HKEY root, LPCWSTR subkey) {
     if (root == HKEY_CLASSES_ROOT) {
         const std::wstring own = Append(std::wstring(kUser).append(kClasses), subkey);
@@ -96,8 +97,8 @@ std::wstring FullPath(const RegistryKeys& keys, HKEY root, LPCWSTR subkey) {
     return parent ? Append(parent->path, subkey) : std::wstring();
 }
 
-// Makes the key at `path` and those above it.
-void MakeKeys(RegistryKeys& keys, const std::wstring& path) {
+// Creates the key at `path` and its missing parents.
+void CreateKeys(RegistryKeys& keys, const std::wstring& path) {
     for (size_t end = path.find(L'\\'); end != std::wstring::npos;) {
         end = path.find(L'\\', end + 1);
         const std::wstring part = path.substr(0, end);
@@ -125,7 +126,7 @@ bool IsUnterminatedText(const compat::RegistryValue& value) {
     return last != 0;
 }
 
-LSTATUS Deliver(const compat::RegistryValue& value, LPDWORD type, BYTE* data, LPDWORD size) {
+LSTATUS CopyValue(const compat::RegistryValue& value, LPDWORD type, BYTE* data, LPDWORD size) {
     const auto length = static_cast<DWORD>(value.data.size());
     if (type != nullptr) {
         *type = value.type;
@@ -183,7 +184,7 @@ LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*ke
         if (full.empty()) {
             return ERROR_INVALID_HANDLE;
         }
-        MakeKeys(keys, full);
+        CreateKeys(keys, full);
         return ERROR_SUCCESS;
     });
     if (status == ERROR_SUCCESS) {
@@ -210,7 +211,7 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD t
     }
     const auto value = found->second.values.find(FoldName(name == nullptr ? L"" : name));
     return value == found->second.values.end() ? ERROR_FILE_NOT_FOUND
-                                               : Deliver(value->second, type, data, size);
+                                               : CopyValue(value->second, type, data, size);
 }
 
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, const BYTE* data,
@@ -236,6 +237,7 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, c
 }
 
 LSTATUS RegCloseKey(HKEY key) noexcept {
+    const compat::Call call("RegCloseKey");
     return Keys().Remove(key) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
 

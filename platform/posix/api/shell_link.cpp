@@ -4,11 +4,11 @@
 
 #include <atomic>
 
+#include "internal/call.h"
 #include "internal/drive.h"
 #include "internal/host_file.h"
 #include "internal/link_file.h"
-#include "testing/failing_calls.h"
-#include "testing/resources.h"
+#include "internal/resource_count.h"
 
 namespace compat {
 namespace {
@@ -20,8 +20,8 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
     ShellLink& operator=(const ShellLink&) = delete;
 
     HRESULT QueryInterface(REFIID riid, void** ppv) noexcept override {
-        *ppv = nullptr;
         const Call call("IShellLinkW::QueryInterface", E_NOINTERFACE);
+        *ppv = nullptr;
         if (call.Fails()) {
             return static_cast<HRESULT>(call.Error());
         }

@@ -6,9 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "internal/call.h"
 #include "internal/encoding.h"
-#include "testing/failing_calls.h"
-#include "testing/resources.h"
+#include "internal/last_error.h"
+#include "internal/object_table.h"
 #include "testing/shell_events.h"
 
 namespace {
@@ -37,7 +38,7 @@ std::shared_ptr<Menu> FindMenu(HMENU menu) {
     return found;
 }
 
-// The item at a position, or with an identifier; null when the menu has none.
+// Returns the item at a position or with an identifier, as `flags` say. Null if there is none.
 const MenuItem* FindItem(const Menu& menu, UINT item, UINT flags) {
     const auto found =
         (flags & MF_BYPOSITION) != 0
@@ -82,11 +83,16 @@ int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) noexcept 
 }
 
 HMENU CreatePopupMenu() noexcept {
+    const compat::Call call("CreatePopupMenu", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
+        return nullptr;
+    }
     return Menus().Add<HMENU>(std::make_shared<Menu>());
 }
 
 BOOL DestroyMenu(HMENU menu) noexcept {
-    return Menus().Remove(menu);
+    const compat::Call call("DestroyMenu");
+    return Menus().Remove(menu) ? TRUE : compat::Fail(ERROR_INVALID_MENU_HANDLE);
 }
 
 BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR text) noexcept {
@@ -106,11 +112,19 @@ BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR tex
 }
 
 int GetMenuItemCount(HMENU menu) noexcept {
+    const compat::Call call("GetMenuItemCount", ERROR_INVALID_MENU_HANDLE);
+    if (call.Fails()) {
+        return -1;
+    }
     const auto found = FindMenu(menu);
     return found ? static_cast<int>(found->items.size()) : -1;
 }
 
 UINT GetMenuItemID(HMENU menu, int position) noexcept {
+    const compat::Call call("GetMenuItemID", ERROR_INVALID_MENU_HANDLE);
+    if (call.Fails()) {
+        return static_cast<UINT>(-1);
+    }
     const auto found = FindMenu(menu);
     const MenuItem* const item =
         found ? FindItem(*found, static_cast<UINT>(position), MF_BYPOSITION) : nullptr;
@@ -118,6 +132,10 @@ UINT GetMenuItemID(HMENU menu, int position) noexcept {
 }
 
 int GetMenuStringW(HMENU menu, UINT item, LPWSTR buffer, int capacity, UINT flags) noexcept {
+    const compat::Call call("GetMenuStringW", ERROR_INVALID_MENU_HANDLE);
+    if (call.Fails()) {
+        return 0;
+    }
     const auto found = FindMenu(menu);
     const MenuItem* const wanted = found ? FindItem(*found, item, flags) : nullptr;
     if (wanted == nullptr) {

@@ -35,7 +35,8 @@ bool IsDirectory(const std::string& host) noexcept {
     return stat(host.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// The entry of `directory` whose name is `name` in another letter case, or `name` itself.
+// Returns the entry of `directory` whose name is `name` in any letter case, or `name` if there is
+// none.
 std::string FindEntry(const std::string& directory, const std::string& name) {
     const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.c_str()), closedir);
     if (!entries) {
@@ -50,14 +51,14 @@ std::string FindEntry(const std::string& directory, const std::string& name) {
     return name;
 }
 
-// The part of `path` behind its drive; `root` becomes the drive's directory on the host.
-struct Split {
+// A path split into the host directory of its drive and the rest.
+struct DrivePath {
     std::string root;
     std::wstring_view rest;
     DWORD error = ERROR_SUCCESS;
 };
 
-Split SplitDrive(std::wstring_view path) {
+DrivePath SplitDrivePath(std::wstring_view path) {
     if (path.starts_with(L"\\\\?\\")) {
         path.remove_prefix(4);
     }
@@ -103,7 +104,7 @@ std::string DriveDirectory() {
 }
 
 HostPath ToHostPath(std::wstring_view path) {
-    const Split split = SplitDrive(path);
+    const DrivePath split = SplitDrivePath(path);
     if (split.error != ERROR_SUCCESS) {
         return {{}, split.error};
     }

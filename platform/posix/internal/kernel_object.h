@@ -2,11 +2,11 @@
 
 #include <windef.h>
 
-#include "testing/resources.h"
+#include "internal/object_table.h"
 
 namespace compat {
 
-// What a HANDLE stands for. Closing the handle destroys the object.
+// The object of a HANDLE. Closing the handle releases it.
 struct KernelObject {
     KernelObject() = default;
     KernelObject(const KernelObject&) = delete;
@@ -14,7 +14,7 @@ struct KernelObject {
     virtual ~KernelObject() = default;
 };
 
-// The open handles of the process.
+// Returns the open handles of the process.
 ObjectTable<KernelObject, Resource::handle>& Handles();
 
 }  // namespace compat

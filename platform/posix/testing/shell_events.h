@@ -7,10 +7,10 @@
 
 namespace compat {
 
-// How often the shell was told that handler associations changed.
+// Returns how often the shell was notified that handler associations changed.
 size_t AssociationChanges() noexcept;
 
-// How the last process was asked for.
+// How the last process was requested.
 struct ProcessRequest {
     DWORD creationFlags;
     DWORD startupFlags;
@@ -19,7 +19,7 @@ struct ProcessRequest {
 };
 ProcessRequest LastProcessRequest() noexcept;
 
-// A message box as a program asked for it.
+// The arguments of MessageBoxW.
 struct MessageBox {
     HWND owner;
     std::wstring text;
@@ -27,7 +27,7 @@ struct MessageBox {
     UINT style;
 };
 
-// Answers message boxes instead of the terminal while it lives. One at a time.
+// Receives message boxes while it lives, instead of standard error. One at a time.
 class MessageBoxReceiver {
   public:
     explicit MessageBoxReceiver(std::function<void(const MessageBox&)> receive);
