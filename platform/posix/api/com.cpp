@@ -28,6 +28,35 @@ std::string FormatGuid(REFCLSID id) {
     return text.data();
 }
 
+// Parses "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" with hexadecimal digits in either case. False if
+// `text` is anything else.
+bool ParseGuid(std::wstring_view text, CLSID& id) noexcept {
+    constexpr std::wstring_view kPattern = L"{########-####-####-####-############}";
+    constexpr std::wstring_view kDigits = L"0123456789abcdef";
+    if (text.size() != kPattern.size()) {
+        return false;
+    }
+    std::array<uint8_t, sizeof id> bytes = {};
+    size_t digits = 0;
+    for (size_t at = 0; at < text.size(); ++at) {
+        const wchar_t lower = text[at] >= L'A' && text[at] <= L'F' ? text[at] | 0x20 : text[at];
+        const size_t digit = kDigits.find(lower);
+        if (kPattern[at] != L'#' ? text[at] != kPattern[at] : digit == std::wstring_view::npos) {
+            return false;
+        }
+        if (kPattern[at] == L'#') {
+            uint8_t& byte = bytes.at(digits++ / 2);
+            byte = static_cast<uint8_t>((byte << 4) | digit);
+        }
+    }
+    id.Data1 =
+        static_cast<uint32_t>((bytes[0] << 24) | (bytes[1] << 16) | (bytes[2] << 8) | bytes[3]);
+    id.Data2 = static_cast<uint16_t>((bytes[4] << 8) | bytes[5]);
+    id.Data3 = static_cast<uint16_t>((bytes[6] << 8) | bytes[7]);
+    std::copy(bytes.begin() + 8, bytes.end(), std::begin(id.Data4));
+    return true;
+}
+
 }  // namespace
 
 HRESULT CoInitializeEx(LPVOID /*reserved*/, DWORD /*model*/) noexcept {
@@ -83,20 +112,5 @@ HRESULT CLSIDFromString(LPCOLESTR text, CLSID* clsid) noexcept {
     if (call.Fails()) {
         return static_cast<HRESULT>(call.Error());
     }
-    const std::string bytes = compat::Utf8FromWide(text);
-    std::array<unsigned, 11> parts = {};
-    // NOLINTNEXTLINE(cert-err34-c): each part has a width, so no number can overflow
-    const int read = std::sscanf(bytes.c_str(), "{%8X-%4X-%4X-%2X%2X-%2X%2X%2X%2X%2X%2X}",
-                                 &parts[0], &parts[1], &parts[2], &parts[3], &parts[4], &parts[5],
-                                 &parts[6], &parts[7], &parts[8], &parts[9], &parts[10]);
-    if (read != static_cast<int>(parts.size()) || bytes.size() != kGuidLength) {
-        return CO_E_CLASSSTRING;
-    }
-    clsid->Data1 = parts[0];
-    clsid->Data2 = static_cast<uint16_t>(parts[1]);
-    clsid->Data3 = static_cast<uint16_t>(parts[2]);
-    for (size_t at = 0; at < sizeof clsid->Data4; ++at) {
-        clsid->Data4[at] = static_cast<uint8_t>(parts.at(3 + at));
-    }
-    return S_OK;
+    return ParseGuid(text, *clsid) ? S_OK : CO_E_CLASSSTRING;
 }

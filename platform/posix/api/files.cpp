@@ -3,20 +3,19 @@
 #include <unistd.h>
 #include <windows.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
-#include <list>
 
 #include "internal/call.h"
 #include "internal/drive.h"
-#include "internal/encoding.h"
 #include "internal/kernel_object.h"
 #include "internal/last_error.h"
+#include "internal/open_files.h"
 
 using compat::ErrorFromErrno;
 using compat::Fail;
+using compat::FileId;
+using compat::OpenFile;
 using compat::ToHostPath;
 
 namespace {
@@ -25,55 +24,24 @@ constexpr DWORD kWriting = GENERIC_WRITE | FILE_APPEND_DATA;
 constexpr mode_t kFileMode = 0666;
 constexpr mode_t kDirectoryMode = 0777;
 
-// The access and sharing of one open handle. The host has no sharing rules, so they are checked
-// here, within the process only.
-struct OpenMode {
-    dev_t device;
-    ino_t node;
-    DWORD access;
-    DWORD share;
-};
-
-std::mutex g_openMutex;
-std::list<OpenMode> g_open;
-
-bool Excludes(const OpenMode& holder, DWORD access) noexcept {
-    return ((access & GENERIC_READ) != 0 && (holder.share & FILE_SHARE_READ) == 0) ||
-           ((access & kWriting) != 0 && (holder.share & FILE_SHARE_WRITE) == 0);
-}
-
 class File final : public compat::KernelObject {
   public:
-    // Takes ownership of `descriptor`. Returns null if an open handle does not share the file with
-    // `mode`, or `mode` not with it.
-    static std::shared_ptr<File> Open(int descriptor, const OpenMode& mode) {
-        const std::lock_guard lock(g_openMutex);
-        for (const OpenMode& other : g_open) {
-            const bool same = other.device == mode.device && other.node == mode.node;
-            if (same && (Excludes(other, mode.access) || Excludes(mode, other.access))) {
-                close(descriptor);
-                return nullptr;
-            }
-        }
-        auto file = std::make_shared<File>(descriptor);
-        file->entry_ = g_open.insert(g_open.end(), mode);
-        return file;
-    }
-
-    explicit File(int descriptor) noexcept : descriptor_(descriptor) {}
-    ~File() override {
-        close(descriptor_);
-        const std::lock_guard lock(g_openMutex);
-        g_open.erase(entry_);
-    }
+    // Takes ownership of `descriptor`.
+    File(int descriptor, std::unique_ptr<OpenFile> entry) noexcept
+        : descriptor_(descriptor), entry_(std::move(entry)) {}
+    ~File() override { close(descriptor_); }
 
     int Descriptor() const noexcept { return descriptor_; }
-    DWORD Access() const noexcept { return entry_->access; }
+    DWORD Access() const noexcept { return entry_->Access(); }
 
   private:
     int descriptor_;
-    std::list<OpenMode>::iterator entry_;
+    std::unique_ptr<OpenFile> entry_;
 };
+
+FileId IdOf(const struct stat& status) noexcept {
+    return {status.st_dev, status.st_ino};
+}
 
 // The host lets its administrator open any file. Checking the mode bits here keeps a read-only file
 // read-only for that user too.
@@ -95,17 +63,23 @@ int OpenFlags(DWORD access, DWORD disposition) noexcept {
     return flags;
 }
 
-DWORD MissingError(const std::string& host) {
-    const size_t end = host.rfind('/');
+bool IsDirectory(const std::string& host) noexcept {
     struct stat status = {};
-    const bool hasParent =
-        end == 0 || end == std::string::npos ||
-        (stat(host.substr(0, end).c_str(), &status) == 0 && S_ISDIR(status.st_mode));
-    return hasParent ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
+    return stat(host.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+// Returns the error for `number`, which a host call on `host` gave.
 DWORD ErrorFor(const std::string& host, int number) {
-    return number == ENOENT ? MissingError(host) : ErrorFromErrno(number);
+    struct stat status = {};
+    const std::string name = host.substr(0, host.find_last_not_of('/') + 1);
+    if (number == ENOENT) {
+        const bool hasParent = IsDirectory(name.substr(0, name.rfind('/') + 1));
+        return hasParent ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
+    }
+    // Only a directory may have a trailing separator.
+    const bool wrongName =
+        number == EISDIR || (number == ENOTDIR && lstat(name.c_str(), &status) == 0);
+    return host.ends_with('/') && wrongName ? ERROR_INVALID_NAME : ErrorFromErrno(number);
 }
 
 HANDLE FailToOpen(DWORD error) noexcept {
@@ -121,6 +95,28 @@ BOOL WithHostPath(LPCWSTR name, Operation&& operation) {
         return Fail(error);
     }
     return operation(host.c_str()) == 0 ? TRUE : Fail(ErrorFor(host, errno));
+}
+
+bool IsReadOnly(const struct stat& status) noexcept {
+    return (status.st_mode & S_IFMT) == S_IFREG && (status.st_mode & S_IWUSR) == 0;
+}
+
+// A file, directory or link. `error` is ERROR_SUCCESS, or why it cannot be deleted or renamed.
+struct Entry {
+    std::string host;
+    struct stat status;
+    DWORD error;
+};
+
+Entry FindForDeletion(LPCWSTR name) {
+    auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
+    Entry entry = {std::move(host), {}, error};
+    if (error == ERROR_SUCCESS && lstat(entry.host.c_str(), &entry.status) != 0) {
+        entry.error = ErrorFor(entry.host, errno);
+    } else if (error == ERROR_SUCCESS && !OpenFile::SharesDeletion(IdOf(entry.status))) {
+        entry.error = ERROR_SHARING_VIOLATION;
+    }
+    return entry;
 }
 
 std::shared_ptr<File> FindFile(HANDLE handle) {
@@ -151,12 +147,13 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES*
     if (descriptor < 0 || fstat(descriptor, &status) != 0) {
         return FailToOpen(ErrorFor(host, errno));
     }
-    auto file = File::Open(descriptor, {status.st_dev, status.st_ino, access, share});
-    if (!file) {
+    auto entry = OpenFile::Add(IdOf(status), access, share);
+    if (!entry) {
+        close(descriptor);
         return FailToOpen(ERROR_SHARING_VIOLATION);
     }
     SetLastError(existed && disposition != OPEN_EXISTING ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
-    return compat::Handles().Add<HANDLE>(std::move(file));
+    return compat::Handles().Add<HANDLE>(std::make_shared<File>(descriptor, std::move(entry)));
 }
 
 BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
@@ -231,13 +228,15 @@ DWORD GetFileAttributesW(LPCWSTR name) noexcept {
     if (call.Fails()) {
         return INVALID_FILE_ATTRIBUTES;
     }
+    const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
     struct stat status = {};
-    if (!WithHostPath(name, [&status](const char* host) { return lstat(host, &status); })) {
+    if (error != ERROR_SUCCESS || lstat(host.c_str(), &status) != 0) {
+        SetLastError(error != ERROR_SUCCESS ? error : ErrorFor(host, errno));
         return INVALID_FILE_ATTRIBUTES;
     }
     DWORD attributes = S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : 0;
     attributes |= S_ISLNK(status.st_mode) ? FILE_ATTRIBUTE_REPARSE_POINT : 0;
-    attributes |= (status.st_mode & S_IWUSR) == 0 ? FILE_ATTRIBUTE_READONLY : 0;
+    attributes |= IsReadOnly(status) ? FILE_ATTRIBUTE_READONLY : 0;
     return attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
 }
 
@@ -270,7 +269,14 @@ BOOL RemoveDirectoryW(LPCWSTR name) noexcept {
     if (call.Fails()) {
         return FALSE;
     }
-    return WithHostPath(name, [](const char* host) { return rmdir(host); });
+    const Entry entry = FindForDeletion(name);
+    if (entry.error != ERROR_SUCCESS) {
+        return Fail(entry.error);
+    }
+    if (!S_ISDIR(entry.status.st_mode)) {
+        return Fail(ERROR_DIRECTORY);
+    }
+    return rmdir(entry.host.c_str()) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
 }
 
 BOOL DeleteFileW(LPCWSTR name) noexcept {
@@ -278,7 +284,17 @@ BOOL DeleteFileW(LPCWSTR name) noexcept {
     if (call.Fails()) {
         return FALSE;
     }
-    return WithHostPath(name, [](const char* host) { return unlink(host); });
+    const Entry entry = FindForDeletion(name);
+    if (S_ISDIR(entry.status.st_mode)) {
+        return Fail(ERROR_ACCESS_DENIED);
+    }
+    if (entry.error != ERROR_SUCCESS) {
+        return Fail(entry.error);
+    }
+    if (IsReadOnly(entry.status)) {
+        return Fail(ERROR_ACCESS_DENIED);
+    }
+    return unlink(entry.host.c_str()) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
 }
 
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
@@ -286,45 +302,23 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
     if (call.Fails()) {
         return FALSE;
     }
-    return WithHostPath(from, [to, flags](const char* host) {
-        const auto [target, error] = ToHostPath(to);
-        struct stat status = {};
-        if (error != ERROR_SUCCESS) {
-            errno = ENOENT;
-            return -1;
+    const Entry source = FindForDeletion(from);
+    if (source.error != ERROR_SUCCESS) {
+        return Fail(source.error);
+    }
+    const auto [target, error] = ToHostPath(to == nullptr ? L"" : to);
+    if (error != ERROR_SUCCESS) {
+        return Fail(error);
+    }
+    struct stat status = {};
+    if (lstat(target.c_str(), &status) == 0 && !(IdOf(status) == IdOf(source.status))) {
+        if ((flags & MOVEFILE_REPLACE_EXISTING) == 0) {
+            return Fail(ERROR_ALREADY_EXISTS);
         }
-        if ((flags & MOVEFILE_REPLACE_EXISTING) == 0 && lstat(target.c_str(), &status) == 0) {
-            errno = EEXIST;
-            return -1;
+        // Not even FILE_SHARE_DELETE lets another file take the place of an open one.
+        if (S_ISDIR(status.st_mode) || IsReadOnly(status) || OpenFile::IsOpen(IdOf(status))) {
+            return Fail(ERROR_ACCESS_DENIED);
         }
-        return rename(host, target.c_str());
-    });
-}
-
-DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* /*filePart*/) noexcept {
-    const compat::Call call("GetFullPathNameW", ERROR_INVALID_NAME);
-    if (call.Fails()) {
-        return 0;
     }
-    if (name == nullptr || *name == L'\0') {
-        SetLastError(ERROR_INVALID_NAME);
-        return 0;
-    }
-    std::wstring full = name;
-    for (wchar_t& unit : full) {
-        unit = unit == L'/' ? L'\\' : unit;
-    }
-    if (full.size() < 2 || full[1] != L':') {
-        // A path of the host, absolute or not, has a path here too; a command line may name either.
-        std::string host = compat::Utf8FromWide(name);
-        std::replace(host.begin(), host.end(), '\\', '/');
-        host = std::filesystem::absolute(host).lexically_normal();
-        full = compat::FromHostPath(host);
-    }
-    if (full.size() >= size) {
-        return static_cast<DWORD>(full.size() + 1);
-    }
-    full.copy(buffer, full.size());
-    buffer[full.size()] = L'\0';
-    return static_cast<DWORD>(full.size());
+    return rename(source.host.c_str(), target.c_str()) == 0 ? TRUE : Fail(ErrorFor(target, errno));
 }

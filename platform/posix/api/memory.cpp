@@ -3,7 +3,7 @@
 #include <objbase.h>
 
 #include <cstdlib>
-#include <vector>
+#include <memory>
 
 #include "internal/call.h"
 #include "internal/global_memory.h"
@@ -13,7 +13,7 @@
 namespace {
 
 struct Block {
-    std::vector<std::max_align_t> content;
+    std::unique_ptr<char[]> content;
     size_t size;
     int locks = 0;
 };
@@ -39,9 +39,7 @@ namespace compat {
 
 std::string_view GlobalContent(HGLOBAL memory) noexcept {
     const auto block = Blocks().Find(memory);
-    return block
-               ? std::string_view(reinterpret_cast<const char*>(block->content.data()), block->size)
-               : std::string_view();
+    return block ? std::string_view(block->content.get(), block->size) : std::string_view();
 }
 
 }  // namespace compat
@@ -51,9 +49,8 @@ HGLOBAL GlobalAlloc(UINT /*flags*/, SIZE_T size) noexcept {
     if (call.Fails()) {
         return nullptr;
     }
-    constexpr size_t kUnit = sizeof(std::max_align_t);
     auto block = std::make_shared<Block>();
-    block->content.resize((size + kUnit - 1) / kUnit);
+    block->content = std::make_unique<char[]>(size);
     block->size = size;
     return Blocks().Add<HGLOBAL>(std::move(block));
 }
@@ -69,7 +66,7 @@ LPVOID GlobalLock(HGLOBAL memory) noexcept {
     }
     ++block->locks;
     compat::CountResource(compat::Resource::globalLock, 1);
-    return block->content.data();
+    return block->content.get();
 }
 
 BOOL GlobalUnlock(HGLOBAL memory) noexcept {

@@ -7,7 +7,6 @@
 #include <windows.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -166,13 +165,12 @@ BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIB
     }
     DWORD error = ERROR_INVALID_PARAMETER;
     if (commandLine != nullptr && startup != nullptr && information != nullptr) {
-        std::wstring current(MAX_PATH, L'\0');
-        current.resize(GetCurrentDirectoryW(MAX_PATH, current.data()));
         {
             const std::lock_guard lock(g_requestMutex);
             g_lastRequest = {flags, startup->dwFlags, startup->wShowWindow, inherit};
         }
-        error = StartCommandLine(commandLine, directory == nullptr ? current : directory);
+        error = StartCommandLine(commandLine,
+                                 directory == nullptr ? compat::CurrentDirectory() : directory);
     }
     if (error != ERROR_SUCCESS) {
         return compat::Fail(error);
@@ -202,7 +200,10 @@ LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
     if (call.Fails()) {
         return nullptr;
     }
-    const std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
+    std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
+    if (arguments.empty()) {
+        arguments.push_back(compat::FromHostPath(compat::ProgramFile()));
+    }
     size_t units = 0;
     for (const std::wstring& argument : arguments) {
         units += argument.size() + 1;
@@ -222,23 +223,6 @@ LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
     table[arguments.size()] = nullptr;
     *count = static_cast<int>(arguments.size());
     return table;
-}
-
-DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept {
-    const compat::Call call("GetCurrentDirectoryW", ERROR_ACCESS_DENIED);
-    if (call.Fails()) {
-        return 0;
-    }
-    char host[PATH_MAX] = {};
-    if (getcwd(host, sizeof host) == nullptr) {
-        return static_cast<DWORD>(compat::Fail(compat::ErrorFromErrno(errno)));
-    }
-    const std::wstring path = compat::FromHostPath(host);
-    if (path.size() >= size) {
-        return static_cast<DWORD>(path.size() + 1);
-    }
-    lstrcpynW(buffer, path.c_str(), static_cast<int>(size));
-    return static_cast<DWORD>(path.size());
 }
 
 void Sleep(DWORD milliseconds) noexcept {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 #include <winerror.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -12,17 +13,15 @@
 #include <memory>
 
 #include "internal/encoding.h"
+#include "internal/path_syntax.h"
 
 namespace compat {
 namespace {
 
-bool IsSeparator(wchar_t unit) noexcept {
-    return unit == L'\\' || unit == L'/';
-}
-
 bool HasForbiddenCharacter(std::wstring_view path) noexcept {
-    return path.find_first_of(L"<>\"|?*:") != std::wstring_view::npos ||
-           path.find(L'\0') != std::wstring_view::npos;
+    return std::any_of(path.begin(), path.end(), [](wchar_t unit) {
+        return unit < L' ' || std::wstring_view(L"<>\"|?*:").find(unit) != std::wstring_view::npos;
+    });
 }
 
 bool Exists(const std::string& host) noexcept {
@@ -59,10 +58,10 @@ struct DrivePath {
 };
 
 DrivePath SplitDrivePath(std::wstring_view path) {
-    if (path.starts_with(L"\\\\?\\")) {
+    if (path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\")) {
         path.remove_prefix(4);
     }
-    if (path.size() < 3 || path[1] != L':' || !IsSeparator(path[2])) {
+    if (!HasDrive(path) || path.size() < 3 || path[2] != L'\\') {
         return {{}, {}, ERROR_PATH_NOT_FOUND};
     }
     const std::wstring_view rest = path.substr(3);
@@ -104,7 +103,8 @@ std::string DriveDirectory() {
 }
 
 HostPath ToHostPath(std::wstring_view path) {
-    const DrivePath split = SplitDrivePath(path);
+    const std::wstring normal = NormalizePath(std::wstring(path));
+    const DrivePath split = SplitDrivePath(normal);
     if (split.error != ERROR_SUCCESS) {
         return {{}, split.error};
     }
@@ -129,7 +129,15 @@ HostPath ToHostPath(std::wstring_view path) {
         host += '/';
         host += Exists(host + name) ? name : FindEntry(host, name);
     }
-    return {host.empty() ? "/" : std::move(host), ERROR_SUCCESS};
+    if (host.empty() || rest.ends_with('/')) {
+        host += '/';
+    }
+    return {std::move(host), ERROR_SUCCESS};
+}
+
+std::wstring CurrentDirectory() {
+    std::array<char, PATH_MAX> host = {};
+    return getcwd(host.data(), host.size()) == nullptr ? std::wstring() : FromHostPath(host.data());
 }
 
 std::wstring FromHostPath(std::string_view host) {
@@ -165,6 +173,8 @@ DWORD ErrorFromErrno(int number) noexcept {
             return ERROR_FILENAME_EXCED_RANGE;
         case ENOSPC:
             return ERROR_DISK_FULL;
+        case EINVAL:
+            return ERROR_INVALID_PARAMETER;
         case ENOMEM:
             return ERROR_NOT_ENOUGH_MEMORY;
         case ENOEXEC:

@@ -24,9 +24,12 @@ struct HostPath {
     DWORD error;
 };
 
-// Returns the host path for a Windows path. Finds existing names in any letter case; the file
-// itself need not exist.
+// Returns the host path for an absolute Windows path. Finds existing names in any letter case; the
+// file itself need not exist. A trailing separator stays.
 HostPath ToHostPath(std::wstring_view path);
+
+// Returns the Windows path of the working directory. Empty if it no longer exists.
+std::wstring CurrentDirectory();
 
 // Returns the Windows path for an absolute host path: on drive C: if it is inside of that drive's
 // directory, otherwise on drive Z:.
