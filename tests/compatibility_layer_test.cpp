@@ -12,6 +12,8 @@
 #include "internal/registry_file.h"
 #include "rightclick/drop_list.h"
 #include "support/fixture.h"
+#include "testing/failing_calls.h"
+#include "testing/recorded_calls.h"
 #include "testing/resources.h"
 
 namespace {
@@ -199,6 +201,46 @@ TEST_F(CompatibilityLayer, ClassIdentifiersAreConverted) {
     EXPECT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &link),
               CO_E_NOTINITIALIZED);
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+}
+
+TEST_F(CompatibilityLayer, CallsAreRecordedWithTheirArguments) {
+    Write(L"C:\\Test\\link.lnk", "");
+    compat::RecordedCalls calls;
+    {
+        const kelvaro::ScopedHandle file(CreateFileW(L"C:\\Test\\link.lnk", GENERIC_READ, 7,
+                                                     nullptr, OPEN_EXISTING, 0, nullptr));
+        kelvaro::ScopedKey key;
+        RegOpenKeyExW(HKEY_CURRENT_USER, L"No such key", 0, KEY_READ, key.Put());
+        RegCreateKeyExW(HKEY_CLASSES_ROOT, L"a", 0, nullptr, 0, KEY_WRITE, nullptr, key.Put(),
+                        nullptr);
+        RegSetValueExW(key.Get(), nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(L"b"), 8);
+        const compat::FailingCall failing("GetFileAttributesW", ERROR_ACCESS_DENIED);
+        GetFileAttributesW(L"C:\\Test\\\u8F6F");
+    }
+    EXPECT_EQ(calls.Lines(),
+              (std::vector<std::string>{
+                  "CreateFileW C:\\Test\\link.lnk access=0x80000000 share=7 disposition=3 flags=0",
+                  "RegOpenKeyExW HKEY_CURRENT_USER\\No such key options=0 access=0x20019",
+                  "RegCreateKeyExW HKEY_CLASSES_ROOT\\a class=null options=0 access=0x20006 "
+                  "security=null",
+                  "RegSetValueExW HKEY_LOCAL_MACHINE\\Software\\Classes\\a null type=1 data=b",
+                  "GetFileAttributesW C:\\Test\\\xE8\xBD\xAF",
+                  "RegCloseKey HKEY_LOCAL_MACHINE\\Software\\Classes\\a", "CloseHandle file"}));
+    calls.Clear();
+    {
+        kelvaro::ComPtr<IShellLinkW> link;
+        kelvaro::ComPtr<IPersistFile> file;
+        CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                         link.Put());
+        link->QueryInterface(IID_IPersistFile, file.Put());
+        file->Load(L"C:\\Test\\link.lnk", STGM_READ);
+    }
+    EXPECT_EQ(calls.Count("IShellLinkW::QueryInterface"), 1U)
+        << "without the one inside the creation";
+    EXPECT_EQ(
+        calls.LinesOf({"IPersistFile::Load", "IPersistFile::Release", "IShellLinkW::Release"}),
+        (std::vector<std::string>{"IPersistFile::Load C:\\Test\\link.lnk mode=0",
+                                  "IPersistFile::Release", "IShellLinkW::Release"}));
 }
 
 }  // namespace

@@ -3,64 +3,21 @@
 #include <objbase.h>
 #include <shlobj.h>
 
-#include <array>
-#include <cstdio>
-#include <cwchar>
 #include <string>
 
 #include "internal/call.h"
 #include "internal/encoding.h"
+#include "internal/guid.h"
 #include "internal/shell_link.h"
 
 namespace {
 
 thread_local int g_initialised = 0;  // calls of CoInitializeEx not yet undone
 
-constexpr size_t kGuidLength = 38;
-
-std::string FormatGuid(REFCLSID id) {
-    std::array<char, kGuidLength + 1> text = {};
-    std::snprintf(text.data(), text.size(), "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
-                  id.Data1, unsigned{id.Data2}, unsigned{id.Data3}, unsigned{id.Data4[0]},
-                  unsigned{id.Data4[1]}, unsigned{id.Data4[2]}, unsigned{id.Data4[3]},
-                  unsigned{id.Data4[4]}, unsigned{id.Data4[5]}, unsigned{id.Data4[6]},
-                  unsigned{id.Data4[7]});
-    return text.data();
-}
-
-// Parses "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" with hexadecimal digits in either case. False if
-// `text` is anything else.
-bool ParseGuid(std::wstring_view text, CLSID& id) noexcept {
-    constexpr std::wstring_view kPattern = L"{########-####-####-####-############}";
-    constexpr std::wstring_view kDigits = L"0123456789abcdef";
-    if (text.size() != kPattern.size()) {
-        return false;
-    }
-    std::array<uint8_t, sizeof id> bytes = {};
-    size_t digits = 0;
-    for (size_t at = 0; at < text.size(); ++at) {
-        const wchar_t lower = text[at] >= L'A' && text[at] <= L'F' ? text[at] | 0x20 : text[at];
-        const size_t digit = kDigits.find(lower);
-        if (kPattern[at] != L'#' ? text[at] != kPattern[at] : digit == std::wstring_view::npos) {
-            return false;
-        }
-        if (kPattern[at] == L'#') {
-            uint8_t& byte = bytes.at(digits++ / 2);
-            byte = static_cast<uint8_t>((byte << 4) | digit);
-        }
-    }
-    id.Data1 =
-        static_cast<uint32_t>((bytes[0] << 24) | (bytes[1] << 16) | (bytes[2] << 8) | bytes[3]);
-    id.Data2 = static_cast<uint16_t>((bytes[4] << 8) | bytes[5]);
-    id.Data3 = static_cast<uint16_t>((bytes[6] << 8) | bytes[7]);
-    std::copy(bytes.begin() + 8, bytes.end(), std::begin(id.Data4));
-    return true;
-}
-
 }  // namespace
 
-HRESULT CoInitializeEx(LPVOID /*reserved*/, DWORD /*model*/) noexcept {
-    const compat::Call call("CoInitializeEx", E_OUTOFMEMORY);
+HRESULT CoInitializeEx(LPVOID /*reserved*/, DWORD model) noexcept {
+    const compat::Call call("CoInitializeEx", E_OUTOFMEMORY, "model={}", model);
     if (call.Fails()) {
         return static_cast<HRESULT>(call.Error());
     }
@@ -72,9 +29,10 @@ void CoUninitialize() noexcept {
     --g_initialised;
 }
 
-HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD /*context*/, REFIID riid,
+HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid,
                          LPVOID* ppv) noexcept {
-    const compat::Call call("CoCreateInstance", REGDB_E_CLASSNOTREG);
+    const compat::Call call("CoCreateInstance", REGDB_E_CLASSNOTREG, "{} context={} {}", clsid,
+                            context, riid);
     if (ppv == nullptr) {
         return E_POINTER;
     }
@@ -92,25 +50,25 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD /*context*/, REF
 }
 
 HRESULT StringFromCLSID(REFCLSID clsid, LPOLESTR* text) noexcept {
-    const compat::Call call("StringFromCLSID", E_OUTOFMEMORY);
+    const compat::Call call("StringFromCLSID", E_OUTOFMEMORY, "{}", clsid);
     *text = nullptr;
     if (call.Fails()) {
         return static_cast<HRESULT>(call.Error());
     }
-    *text = static_cast<LPOLESTR>(CoTaskMemAlloc((kGuidLength + 1) * sizeof(wchar_t)));
+    const std::wstring units = compat::WideFromUtf8(compat::FormatGuid(clsid));
+    *text = static_cast<LPOLESTR>(CoTaskMemAlloc((units.size() + 1) * sizeof(wchar_t)));
     if (*text == nullptr) {
         return E_OUTOFMEMORY;
     }
-    const std::wstring units = compat::WideFromUtf8(FormatGuid(clsid));
-    lstrcpynW(*text, units.c_str(), kGuidLength + 1);
+    lstrcpynW(*text, units.c_str(), static_cast<int>(units.size() + 1));
     return S_OK;
 }
 
 HRESULT CLSIDFromString(LPCOLESTR text, CLSID* clsid) noexcept {
-    const compat::Call call("CLSIDFromString", CO_E_CLASSSTRING);
+    const compat::Call call("CLSIDFromString", CO_E_CLASSSTRING, "{}", text);
     *clsid = {};
     if (call.Fails()) {
         return static_cast<HRESULT>(call.Error());
     }
-    return ParseGuid(text, *clsid) ? S_OK : CO_E_CLASSSTRING;
+    return compat::ParseGuid(text, *clsid) ? S_OK : CO_E_CLASSSTRING;
 }

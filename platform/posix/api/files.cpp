@@ -31,6 +31,7 @@ class File final : public compat::KernelObject {
         : descriptor_(descriptor), entry_(std::move(entry)) {}
     ~File() override { close(descriptor_); }
 
+    const char* Kind() const noexcept override { return "file"; }
     int Descriptor() const noexcept { return descriptor_; }
     DWORD Access() const noexcept { return entry_->Access(); }
 
@@ -127,7 +128,9 @@ std::shared_ptr<File> FindFile(HANDLE handle) {
 
 HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* /*security*/,
                    DWORD disposition, DWORD flags, HANDLE /*templateFile*/) noexcept {
-    const compat::Call call("CreateFileW", ERROR_ACCESS_DENIED);
+    const compat::Call call("CreateFileW", ERROR_ACCESS_DENIED,
+                            "{} access={} share={} disposition={} flags={}", name, access, share,
+                            disposition, flags);
     if (call.Fails()) {
         return INVALID_HANDLE_VALUE;
     }
@@ -161,7 +164,9 @@ BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
     if (read != nullptr) {
         *read = 0;
     }
-    const compat::Call call("ReadFile", ERROR_READ_FAULT);
+    const compat::Call call(
+        "ReadFile", ERROR_READ_FAULT, "{} size={}", [file] { return compat::HandleText(file); },
+        size);
     if (call.Fails()) {
         return FALSE;
     }
@@ -188,7 +193,9 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
     if (written != nullptr) {
         *written = 0;
     }
-    const compat::Call call("WriteFile", ERROR_DISK_FULL);
+    const compat::Call call(
+        "WriteFile", ERROR_DISK_FULL, "{} size={}", [file] { return compat::HandleText(file); },
+        size);
     if (call.Fails()) {
         return FALSE;
     }
@@ -210,7 +217,8 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
 }
 
 BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept {
-    const compat::Call call("GetFileSizeEx", ERROR_NOT_READY);
+    const compat::Call call("GetFileSizeEx", ERROR_NOT_READY, "{}",
+                            [file] { return compat::HandleText(file); });
     if (call.Fails()) {
         return FALSE;
     }
@@ -224,7 +232,7 @@ BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept {
 }
 
 DWORD GetFileAttributesW(LPCWSTR name) noexcept {
-    const compat::Call call("GetFileAttributesW", ERROR_ACCESS_DENIED);
+    const compat::Call call("GetFileAttributesW", ERROR_ACCESS_DENIED, "{}", name);
     if (call.Fails()) {
         return INVALID_FILE_ATTRIBUTES;
     }
@@ -241,7 +249,8 @@ DWORD GetFileAttributesW(LPCWSTR name) noexcept {
 }
 
 BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept {
-    const compat::Call call("SetFileAttributesW", ERROR_ACCESS_DENIED);
+    const compat::Call call("SetFileAttributesW", ERROR_ACCESS_DENIED, "{} attributes={}", name,
+                            attributes);
     if (call.Fails()) {
         return FALSE;
     }
@@ -257,7 +266,7 @@ BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept {
 }
 
 BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* /*security*/) noexcept {
-    const compat::Call call("CreateDirectoryW", ERROR_ACCESS_DENIED);
+    const compat::Call call("CreateDirectoryW", ERROR_ACCESS_DENIED, "{}", name);
     if (call.Fails()) {
         return FALSE;
     }
@@ -265,7 +274,7 @@ BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* /*security*/) noexcept 
 }
 
 BOOL RemoveDirectoryW(LPCWSTR name) noexcept {
-    const compat::Call call("RemoveDirectoryW", ERROR_ACCESS_DENIED);
+    const compat::Call call("RemoveDirectoryW", ERROR_ACCESS_DENIED, "{}", name);
     if (call.Fails()) {
         return FALSE;
     }
@@ -280,7 +289,7 @@ BOOL RemoveDirectoryW(LPCWSTR name) noexcept {
 }
 
 BOOL DeleteFileW(LPCWSTR name) noexcept {
-    const compat::Call call("DeleteFileW", ERROR_ACCESS_DENIED);
+    const compat::Call call("DeleteFileW", ERROR_ACCESS_DENIED, "{}", name);
     if (call.Fails()) {
         return FALSE;
     }
@@ -298,7 +307,7 @@ BOOL DeleteFileW(LPCWSTR name) noexcept {
 }
 
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
-    const compat::Call call("MoveFileExW", ERROR_ACCESS_DENIED);
+    const compat::Call call("MoveFileExW", ERROR_ACCESS_DENIED, "{} {} flags={}", from, to, flags);
     if (call.Fails()) {
         return FALSE;
     }

@@ -44,8 +44,9 @@ std::string_view GlobalContent(HGLOBAL memory) noexcept {
 
 }  // namespace compat
 
-HGLOBAL GlobalAlloc(UINT /*flags*/, SIZE_T size) noexcept {
-    const compat::Call call("GlobalAlloc", ERROR_NOT_ENOUGH_MEMORY);
+HGLOBAL GlobalAlloc(UINT flags, SIZE_T size) noexcept {
+    const compat::Call call("GlobalAlloc", ERROR_NOT_ENOUGH_MEMORY, "flags={} size={}", flags,
+                            size);
     if (call.Fails()) {
         return nullptr;
     }
@@ -99,7 +100,7 @@ HLOCAL LocalFree(HLOCAL memory) noexcept {
 }
 
 LPVOID CoTaskMemAlloc(SIZE_T size) noexcept {
-    const compat::Call call("CoTaskMemAlloc", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("CoTaskMemAlloc", ERROR_NOT_ENOUGH_MEMORY, "size={}", size);
     if (call.Fails()) {
         return nullptr;
     }

@@ -60,7 +60,7 @@ DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept {
 }
 
 DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* /*filePart*/) noexcept {
-    const compat::Call call("GetFullPathNameW", ERROR_INVALID_NAME);
+    const compat::Call call("GetFullPathNameW", ERROR_INVALID_NAME, "{}", name);
     if (call.Fails()) {
         return 0;
     }

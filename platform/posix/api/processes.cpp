@@ -11,7 +11,6 @@
 #include <cstring>
 #include <ctime>
 #include <iterator>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -22,7 +21,6 @@
 #include "internal/host_file.h"
 #include "internal/kernel_object.h"
 #include "internal/last_error.h"
-#include "testing/shell_events.h"
 
 namespace {
 
@@ -30,11 +28,14 @@ namespace {
 // were quoted.
 constexpr char kCommandLineVariable[] = "KELVARO_COMMAND_LINE";
 
-std::mutex g_requestMutex;
-compat::ProcessRequest g_lastRequest = {};
-
 // The handle of a process or of its first thread. It can only be closed.
-struct ProcessHandle final : compat::KernelObject {};
+struct ProcessHandle final : compat::KernelObject {
+    explicit ProcessHandle(const char* kind) noexcept : kind_(kind) {}
+    const char* Kind() const noexcept override { return kind_; }
+
+  private:
+    const char* kind_;
+};
 
 struct Launch {
     std::string program;
@@ -135,6 +136,15 @@ DWORD StartCommandLine(std::wstring_view commandLine, const std::wstring& direct
     return Start(launch);
 }
 
+// Returns the members of `startup` that callers set, as text.
+std::string StartupText(const STARTUPINFOW* startup) {
+    return startup == nullptr ? "null"
+                              : compat::FillIn("(size={} flags={} show={})",
+                                               {compat::ArgumentText(startup->cb),
+                                                compat::ArgumentText(startup->dwFlags),
+                                                compat::ArgumentText(startup->wShowWindow)});
+}
+
 std::wstring OwnCommandLine() {
     if (const char* const given = std::getenv(kCommandLineVariable)) {
         std::wstring line = compat::WideFromUtf8(given);
@@ -155,39 +165,31 @@ std::wstring OwnCommandLine() {
 }  // namespace
 
 // NOLINTNEXTLINE(readability-non-const-parameter): the platform's writes into it
-BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIBUTES* /*process*/,
-                    SECURITY_ATTRIBUTES* /*thread*/, BOOL inherit, DWORD flags,
-                    LPVOID /*environment*/, LPCWSTR directory, STARTUPINFOW* startup,
+BOOL CreateProcessW(LPCWSTR application, LPWSTR commandLine, SECURITY_ATTRIBUTES* process,
+                    SECURITY_ATTRIBUTES* thread, BOOL inherit, DWORD flags, LPVOID environment,
+                    LPCWSTR directory, STARTUPINFOW* startup,
                     PROCESS_INFORMATION* information) noexcept {
-    const compat::Call call("CreateProcessW", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call(
+        "CreateProcessW", ERROR_NOT_ENOUGH_MEMORY,
+        "application={} command={} process={} thread={} inherit={} flags={} environment={} "
+        "directory={} startup={}",
+        application, LPCWSTR{commandLine}, process, thread, inherit, flags, environment, directory,
+        [startup] { return StartupText(startup); });
     if (call.Fails()) {
         return FALSE;
     }
     DWORD error = ERROR_INVALID_PARAMETER;
     if (commandLine != nullptr && startup != nullptr && information != nullptr) {
-        {
-            const std::lock_guard lock(g_requestMutex);
-            g_lastRequest = {flags, startup->dwFlags, startup->wShowWindow, inherit};
-        }
         error = StartCommandLine(commandLine,
                                  directory == nullptr ? compat::CurrentDirectory() : directory);
     }
     if (error != ERROR_SUCCESS) {
         return compat::Fail(error);
     }
-    *information = {compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>()),
-                    compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>()), 0, 0};
+    *information = {compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>("process")),
+                    compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>("thread")), 0, 0};
     return TRUE;
 }
-
-namespace compat {
-
-ProcessRequest LastProcessRequest() noexcept {
-    const std::lock_guard lock(g_requestMutex);
-    return g_lastRequest;
-}
-
-}  // namespace compat
 
 LPWSTR GetCommandLineW() noexcept {
     const compat::Call call("GetCommandLineW");
@@ -196,7 +198,7 @@ LPWSTR GetCommandLineW() noexcept {
 }
 
 LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
-    const compat::Call call("CommandLineToArgvW", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("CommandLineToArgvW", ERROR_NOT_ENOUGH_MEMORY, "{}", commandLine);
     if (call.Fails()) {
         return nullptr;
     }
@@ -226,7 +228,7 @@ LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
 }
 
 void Sleep(DWORD milliseconds) noexcept {
-    const compat::Call call("Sleep");
+    const compat::Call call("Sleep", "{}", milliseconds);
     const timespec duration = {static_cast<time_t>(milliseconds / 1000),
                                static_cast<long>(milliseconds % 1000) * 1'000'000};
     nanosleep(&duration, nullptr);

@@ -149,11 +149,32 @@ LSTATUS CopyValue(const compat::RegistryValue& value, LPDWORD type, BYTE* data, 
     return ERROR_SUCCESS;
 }
 
+// Returns the path of `subkey` below `root`, as the caller named it.
+std::string KeyText(HKEY root, LPCWSTR subkey = nullptr) {
+    if (root == HKEY_CLASSES_ROOT) {
+        return compat::Utf8FromWide(Append(L"HKEY_CLASSES_ROOT", subkey));
+    }
+    const std::wstring path = FullPath({}, root, subkey);
+    return path.empty() ? "invalid key" : compat::Utf8FromWide(path);
+}
+
+// Returns text up to its first null, and the number of bytes of other data.
+std::string DataText(DWORD type, const BYTE* data, DWORD size) {
+    if (type != REG_SZ && type != REG_EXPAND_SZ) {
+        return compat::FillIn("({} bytes)", {std::to_string(size)});
+    }
+    std::wstring text(size / sizeof(wchar_t), L'\0');
+    std::memcpy(text.data(), data, text.size() * sizeof(wchar_t));
+    return compat::ArgumentText(text.c_str());
+}
+
 }  // namespace
 
-LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
+LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD options, REGSAM access,
                       HKEY* opened) noexcept {
-    const compat::Call call("RegOpenKeyExW", ERROR_ACCESS_DENIED);
+    const compat::Call call(
+        "RegOpenKeyExW", ERROR_ACCESS_DENIED, "{} options={} access={}",
+        [=] { return KeyText(root, path); }, options, access);
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -170,10 +191,12 @@ LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
     return ERROR_SUCCESS;
 }
 
-LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*keyClass*/,
-                        DWORD /*options*/, REGSAM access, const SECURITY_ATTRIBUTES* /*security*/,
-                        HKEY* opened, LPDWORD /*disposition*/) noexcept {
-    const compat::Call call("RegCreateKeyExW", ERROR_ACCESS_DENIED);
+LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR keyClass, DWORD options,
+                        REGSAM access, const SECURITY_ATTRIBUTES* security, HKEY* opened,
+                        LPDWORD /*disposition*/) noexcept {
+    const compat::Call call(
+        "RegCreateKeyExW", ERROR_ACCESS_DENIED, "{} class={} options={} access={} security={}",
+        [=] { return KeyText(root, path); }, LPCWSTR{keyClass}, options, access, security);
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -195,7 +218,8 @@ LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*ke
 
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD type, BYTE* data,
                          LPDWORD size) noexcept {
-    const compat::Call call("RegQueryValueExW", ERROR_ACCESS_DENIED);
+    const compat::Call call(
+        "RegQueryValueExW", ERROR_ACCESS_DENIED, "{} {}", [key] { return KeyText(key); }, name);
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -216,7 +240,9 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD t
 
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, const BYTE* data,
                        DWORD size) noexcept {
-    const compat::Call call("RegSetValueExW", ERROR_ACCESS_DENIED);
+    const compat::Call call(
+        "RegSetValueExW", ERROR_ACCESS_DENIED, "{} {} type={} data={}",
+        [key] { return KeyText(key); }, name, type, [=] { return DataText(type, data, size); });
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -237,12 +263,13 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, c
 }
 
 LSTATUS RegCloseKey(HKEY key) noexcept {
-    const compat::Call call("RegCloseKey");
+    const compat::Call call("RegCloseKey", "{}", [key] { return KeyText(key); });
     return Keys().Remove(key) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
 
 LSTATUS RegDeleteTreeW(HKEY root, LPCWSTR path) noexcept {
-    const compat::Call call("RegDeleteTreeW", ERROR_ACCESS_DENIED);
+    const compat::Call call("RegDeleteTreeW", ERROR_ACCESS_DENIED, "{}",
+                            [=] { return KeyText(root, path); });
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }

@@ -4,7 +4,6 @@
 #include <shlwapi.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -13,11 +12,8 @@
 #include "internal/call.h"
 #include "internal/encoding.h"
 #include "internal/global_memory.h"
-#include "testing/shell_events.h"
 
 namespace {
-
-std::atomic<size_t> g_associationChanges = 0;
 
 // Returns the names in a drop list. Leaves out a name whose end is outside of `block`.
 template <class Unit>
@@ -77,16 +73,9 @@ bool MatchesWildcards(std::wstring_view name, std::wstring_view pattern) noexcep
 
 }  // namespace
 
-namespace compat {
-
-size_t AssociationChanges() noexcept {
-    return g_associationChanges;
-}
-
-}  // namespace compat
-
 UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR buffer, UINT capacity) noexcept {
-    const compat::Call call("DragQueryFileW", ERROR_INVALID_HANDLE);
+    const compat::Call call("DragQueryFileW", ERROR_INVALID_HANDLE, "index={} capacity={}", index,
+                            capacity);
     if (call.Fails()) {
         return 0;
     }
@@ -107,7 +96,7 @@ UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR buffer, UINT capacity) noexce
 }
 
 BOOL PathMatchSpecW(LPCWSTR path, LPCWSTR pattern) noexcept {
-    const compat::Call call("PathMatchSpecW");
+    const compat::Call call("PathMatchSpecW", "{} {}", path, pattern);
     const std::wstring name = compat::FoldName(path);
     std::wstring patterns = compat::FoldName(pattern);
     for (size_t at = 0; at <= patterns.size();) {
@@ -121,9 +110,9 @@ BOOL PathMatchSpecW(LPCWSTR path, LPCWSTR pattern) noexcept {
     return FALSE;
 }
 
-void SHChangeNotify(LONG event, UINT /*flags*/, LPCVOID /*first*/, LPCVOID /*second*/) noexcept {
-    const compat::Call call("SHChangeNotify");
-    g_associationChanges += event == SHCNE_ASSOCCHANGED ? 1 : 0;
+void SHChangeNotify(LONG event, UINT flags, LPCVOID first, LPCVOID second) noexcept {
+    const compat::Call call("SHChangeNotify", "{} {} {} {}", static_cast<DWORD>(event), flags,
+                            first, second);
 }
 
 void ReleaseStgMedium(STGMEDIUM* medium) noexcept {

@@ -82,7 +82,9 @@ int CompareFolded(const Unit* left, const Unit* right) noexcept {
 
 int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR bytes, int size, LPWSTR text,
                         int capacity) noexcept {
-    const compat::Call call("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION);
+    const compat::Call call("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION,
+                            "codePage={} flags={} size={} capacity={}", codePage, flags, size,
+                            capacity);
     if (call.Fails()) {
         return 0;
     }
@@ -99,9 +101,11 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR bytes, int size, LPWS
     return CopyText(decoded, text, capacity);
 }
 
-int WideCharToMultiByte(UINT codePage, DWORD /*flags*/, LPCWSTR text, int length, LPSTR bytes,
+int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR text, int length, LPSTR bytes,
                         int capacity, LPCSTR /*defaultChar*/, LPBOOL /*usedDefault*/) noexcept {
-    const compat::Call call("WideCharToMultiByte", ERROR_NO_UNICODE_TRANSLATION);
+    const compat::Call call("WideCharToMultiByte", ERROR_NO_UNICODE_TRANSLATION,
+                            "codePage={} flags={} length={} capacity={}", codePage, flags, length,
+                            capacity);
     if (call.Fails()) {
         return 0;
     }
@@ -113,12 +117,12 @@ int WideCharToMultiByte(UINT codePage, DWORD /*flags*/, LPCWSTR text, int length
 }
 
 LPSTR lstrcpynA(LPSTR to, LPCSTR from, int capacity) noexcept {
-    const compat::Call call("lstrcpynA");
+    const compat::Call call("lstrcpynA", "{} capacity={}", from, capacity);
     return CopyBounded(to, from, capacity);
 }
 
 LPWSTR lstrcpynW(LPWSTR to, LPCWSTR from, int capacity) noexcept {
-    const compat::Call call("lstrcpynW");
+    const compat::Call call("lstrcpynW", "{} capacity={}", from, capacity);
     return CopyBounded(to, from, capacity);
 }
 

@@ -10,7 +10,7 @@
 #include "internal/encoding.h"
 #include "internal/last_error.h"
 #include "internal/object_table.h"
-#include "testing/shell_events.h"
+#include "testing/message_boxes.h"
 
 namespace {
 
@@ -73,7 +73,8 @@ MessageBoxReceiver::~MessageBoxReceiver() {
 }  // namespace compat
 
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) noexcept {
-    const compat::Call call("MessageBoxW", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("MessageBoxW", ERROR_NOT_ENOUGH_MEMORY,
+                            "owner={} style={} caption={} text={}", owner, style, caption, text);
     if (call.Fails()) {
         return 0;
     }
@@ -96,7 +97,8 @@ BOOL DestroyMenu(HMENU menu) noexcept {
 }
 
 BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR text) noexcept {
-    const compat::Call call("InsertMenuW", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("InsertMenuW", ERROR_NOT_ENOUGH_MEMORY, "position={} flags={} id={} {}",
+                            position, flags, id, text);
     if (call.Fails()) {
         return FALSE;
     }
@@ -121,7 +123,7 @@ int GetMenuItemCount(HMENU menu) noexcept {
 }
 
 UINT GetMenuItemID(HMENU menu, int position) noexcept {
-    const compat::Call call("GetMenuItemID", ERROR_INVALID_MENU_HANDLE);
+    const compat::Call call("GetMenuItemID", ERROR_INVALID_MENU_HANDLE, "position={}", position);
     if (call.Fails()) {
         return static_cast<UINT>(-1);
     }
@@ -132,7 +134,8 @@ UINT GetMenuItemID(HMENU menu, int position) noexcept {
 }
 
 int GetMenuStringW(HMENU menu, UINT item, LPWSTR buffer, int capacity, UINT flags) noexcept {
-    const compat::Call call("GetMenuStringW", ERROR_INVALID_MENU_HANDLE);
+    const compat::Call call("GetMenuStringW", ERROR_INVALID_MENU_HANDLE, "item={} flags={}", item,
+                            flags);
     if (call.Fails()) {
         return 0;
     }

@@ -29,10 +29,11 @@ ScopedCallObserver::~ScopedCallObserver() {
     g_observed = !g_observers.empty();
 }
 
-void Call::Begin(const CallStart& start) noexcept {
-    if (g_depth++ > 0 || !g_observed) {
-        return;
-    }
+bool Call::Enter() noexcept {
+    return g_depth++ == 0 && g_observed;
+}
+
+void Call::Announce(const CallStart& start) noexcept {
     const std::lock_guard lock(g_mutex);
     for (const CallObserver* const observer : g_observers) {
         const std::optional<DWORD> error = (*observer)(start);

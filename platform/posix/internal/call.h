@@ -4,14 +4,18 @@
 
 #include <functional>
 #include <optional>
+#include <string>
+#include <string_view>
+
+#include "internal/argument_text.h"
 
 namespace compat {
 
-// A platform call that begins. `error` is the documented error that it can report, std::nullopt if
-// it cannot fail.
+// A platform call that begins.
 struct CallStart {
     const char* name;
-    std::optional<DWORD> error;
+    std::optional<DWORD> error;  // the documented error that it can report, if it can fail
+    std::string arguments;       // those that matter, as text
 };
 
 // Sees each platform call of the process before it does anything. Returns the error that the call
@@ -35,13 +39,24 @@ class ScopedCallObserver {
 // that StringFromCLSID makes, is part of that and not announced to observers.
 class Call {
   public:
-    // A call that cannot fail, or whose failure nobody could handle.
-    explicit Call(const char* name) noexcept { Begin({name, std::nullopt}); }
+    // A call that can fail with `error`, a system error code or an HRESULT. Each "{}" in `format`
+    // is replaced by the text of an argument.
+    template <class... Arguments>
+    Call(const char* name, LONG error, std::string_view format = {},
+         const Arguments&... arguments) noexcept {
+        if (Enter()) {
+            Announce(
+                {name, static_cast<DWORD>(error), FillIn(format, {ArgumentText(arguments)...})});
+        }
+    }
 
-    // A call that can fail with `documented`, a system error code or an HRESULT.
-    template <class Error>
-    Call(const char* name, Error documented) noexcept {
-        Begin({name, static_cast<DWORD>(documented)});
+    // A call that cannot fail, or whose failure nobody could handle.
+    template <class... Arguments>
+    explicit Call(const char* name, std::string_view format = {},
+                  const Arguments&... arguments) noexcept {
+        if (Enter()) {
+            Announce({name, std::nullopt, FillIn(format, {ArgumentText(arguments)...})});
+        }
     }
     ~Call();
     Call(const Call&) = delete;
@@ -57,7 +72,9 @@ class Call {
     static bool IsInside() noexcept;
 
   private:
-    void Begin(const CallStart& start) noexcept;
+    // True if observers have to be told of the call.
+    static bool Enter() noexcept;
+    void Announce(const CallStart& start) noexcept;
 
     std::optional<DWORD> error_;
 };

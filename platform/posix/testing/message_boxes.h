@@ -7,18 +7,6 @@
 
 namespace compat {
 
-// Returns how often the shell was notified that handler associations changed.
-size_t AssociationChanges() noexcept;
-
-// How the last process was requested.
-struct ProcessRequest {
-    DWORD creationFlags;
-    DWORD startupFlags;
-    WORD showWindow;
-    BOOL inheritsHandles;
-};
-ProcessRequest LastProcessRequest() noexcept;
-
 // The arguments of MessageBoxW.
 struct MessageBox {
     HWND owner;
