@@ -9,7 +9,7 @@
 #include "support/message_boxes.h"
 #include "support/prompt.h"
 #include "testing/failing_calls.h"
-#include "testing/shell_events.h"
+#include "testing/recorded_calls.h"
 
 STDAPI DllRegisterServer();
 STDAPI DllUnregisterServer();
@@ -19,9 +19,11 @@ namespace {
 
 using compat::FailingCall;
 using compat::FailingNthCall;
+using compat::RecordedCalls;
 using Strings = std::vector<std::string>;
 
 constexpr wchar_t kShortcut[] = L"C:\\Test\\Tool.lnk";
+const Strings kNotification = {"SHChangeNotify 0x8000000 0 null null"};
 
 // An application that works, so that every failure is one that the test makes.
 class FailingCalls : public DriveTest {
@@ -96,7 +98,7 @@ TEST_F(FailingCalls, ASelectionThatCannotBeRead) {
         {"DragQueryFileW", "Initialize ignored selection count=0", 0, E_INVALIDARG},
         {"DragQueryFileW", "Initialize DragQueryFileW failed", 1, E_INVALIDARG},
         {"CoCreateInstance", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
-        {"IShellLinkW::QueryInterface", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 1,
+        {"IShellLinkW::QueryInterface", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0,
          S_OK},
         {"IPersistFile::Load", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
         {"IShellLinkW::GetPath", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
@@ -132,12 +134,15 @@ TEST_F(FailingCalls, ThePromptIsStartedHidden) {
     Extension extension;
     extension.Select({kShortcut});
     CMINVOKECOMMANDINFO request = {};
+    const RecordedCalls calls;
     extension.Menu().InvokeCommand(&request);
-    const auto process = compat::LastProcessRequest();
-    EXPECT_EQ(process.creationFlags, CREATE_NO_WINDOW);
-    EXPECT_EQ(process.startupFlags, STARTF_USESHOWWINDOW);
-    EXPECT_EQ(process.showWindow, SW_HIDE);
-    EXPECT_FALSE(process.inheritsHandles);
+    EXPECT_EQ(calls.LinesOf({"CreateProcessW"}),
+              Strings{"CreateProcessW application=null command="
+                      "\"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe\" --auth-only "
+                      "--startup-gate --shell-toggle \"C:\\Test\\Tool.lnk\" process=null "
+                      "thread=null inherit=0 flags=0x8000000 environment=null "
+                      "directory=C:\\Program Files\\Kelvaro "
+                      "startup=(size=0x68 flags=1 show=0)"});
 }
 
 TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
@@ -184,20 +189,20 @@ TEST_F(FailingCalls, RegistrationFallsBackToTheMachine) {
         // all five: where the user has the key already, it is the same one.
         for (size_t write = 0; write < 5; ++write) {
             DeleteFileW(L"C:\\registry.reg");
-            const size_t notified = compat::AssociationChanges();
+            const RecordedCalls calls;
             const FailingCall failing(call, denied, write, 1);
             EXPECT_EQ(DllRegisterServer(), S_OK) << call << write;
-            EXPECT_EQ(compat::AssociationChanges(), notified + 1);
+            EXPECT_EQ(calls.LinesOf({"SHChangeNotify"}), kNotification);
             const auto [user, machine] = CountEntries(Read(L"C:\\registry.reg"));
             EXPECT_GE(user, write) << call << write;
             EXPECT_EQ(user + machine, 5U) << call << write;
         }
         for (size_t write = 0; write < 5; ++write) {
             DeleteFileW(L"C:\\registry.reg");
-            const size_t notified = compat::AssociationChanges();
+            const RecordedCalls calls;
             const FailingCall failing(call, denied, write);
             EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(denied)) << call << write;
-            EXPECT_EQ(compat::AssociationChanges(), notified) << "no news without a registration";
+            EXPECT_EQ(calls.Count("SHChangeNotify"), 0U) << "no registration, no notification";
             EXPECT_EQ(CountEntries(Read(L"C:\\registry.reg")), std::pair(write, size_t{0}));
         }
     }
@@ -225,17 +230,17 @@ TEST_F(FailingCalls, RegistrationWithoutPathOrIdentifier) {
         const FailingCall failing("GetModuleFileNameW", ERROR_GEN_FAILURE);
         EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(ERROR_GEN_FAILURE));
     }
-    const size_t notified = compat::AssociationChanges();
+    const RecordedCalls calls;
     {
         const FailingCall failing("StringFromCLSID", static_cast<DWORD>(E_OUTOFMEMORY));
         EXPECT_EQ(DllRegisterServer(), E_FAIL);
         EXPECT_EQ(DllUnregisterServer(), E_FAIL);
     }
-    EXPECT_EQ(compat::AssociationChanges(), notified);
+    EXPECT_EQ(calls.Count("SHChangeNotify"), 0U);
     EXPECT_EQ(Read(L"C:\\registry.reg"), "");
     const FailingCall failing("RegDeleteTreeW", ERROR_ACCESS_DENIED);
     EXPECT_EQ(DllUnregisterServer(), S_OK);
-    EXPECT_EQ(compat::AssociationChanges(), notified + 1);
+    EXPECT_EQ(calls.LinesOf({"SHChangeNotify"}), kNotification);
 }
 
 }  // namespace
