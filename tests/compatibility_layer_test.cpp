@@ -63,7 +63,7 @@ TEST(LayerCommandLine, IsParsedByThePlatformsRules) {
         {L"", {}},
     };
     for (const auto& [line, arguments] : cases) {
-        EXPECT_EQ(compat::ParseCommandLine(line), arguments) << Narrow(line);
+        EXPECT_EQ(compat::ParseCommandLine(line), arguments) << Utf8(line);
         EXPECT_EQ(compat::ParseCommandLine(compat::JoinCommandLine(arguments)), arguments);
     }
 }
@@ -82,7 +82,7 @@ TEST_F(Layer, DriveCIsADirectory) {
     for (const auto& [path, error] :
          {std::pair(L"D:\\x", ERROR_PATH_NOT_FOUND), std::pair(L"x", ERROR_PATH_NOT_FOUND),
           std::pair(L"C:\\a|b", ERROR_INVALID_NAME), std::pair(L"C:\\a:b", ERROR_INVALID_NAME)}) {
-        EXPECT_EQ(compat::ToHostPath(path).error, static_cast<DWORD>(error)) << Narrow(path);
+        EXPECT_EQ(compat::ToHostPath(path).error, static_cast<DWORD>(error)) << Utf8(path);
     }
 }
 
@@ -102,7 +102,7 @@ TEST_F(Layer, FilesAnswerAsDocumented) {
     for (const auto& [path, access, error] : cases) {
         EXPECT_EQ(CreateFileW(path, access, 7, nullptr, OPEN_EXISTING, 0, nullptr),
                   INVALID_HANDLE_VALUE);
-        EXPECT_EQ(GetLastError(), error) << Narrow(path);
+        EXPECT_EQ(GetLastError(), error) << Utf8(path);
     }
     EXPECT_EQ(GetFileAttributesW(L"C:\\Test\\dangling") & FILE_ATTRIBUTE_REPARSE_POINT,
               FILE_ATTRIBUTE_REPARSE_POINT);
@@ -204,7 +204,7 @@ TEST(LayerShell, MatchesWildcards) {
                  {L"a.exe.bak", L"*.exe", FALSE}, {L"a.lnk", L"*.exe; *.lnk", TRUE},
                  {L"abcbd", L"a*b?", TRUE},       {L"ab", L"a*b?", FALSE}};
     for (const auto& [name, pattern, matches] : cases) {
-        EXPECT_EQ(PathMatchSpecW(name, pattern), matches) << Narrow(name);
+        EXPECT_EQ(PathMatchSpecW(name, pattern), matches) << Utf8(name);
     }
 }
 
