@@ -14,8 +14,8 @@
 #include "common/path.h"
 #include "menu/shell_ext.h"
 #include "rightclick/drop_list.h"
+#include "rightclick/popup_menu.h"
 #include "rule_files.h"
-#include "support/extension.h"
 #include "support/fixture.h"
 #include "testing/failing_calls.h"
 #include "testing/resources.h"
@@ -47,7 +47,7 @@ void RightClickOnce(IDataObject& selection) {
     kelvaro::CreateShellExt(IID_IShellExtInit, object.Put());
     object->Initialize(nullptr, &selection, nullptr);
     object->QueryInterface(IID_IContextMenu, menu.Put());
-    const ScopedMenu popup;
+    const rightclick::PopupMenu popup;
     menu->QueryContextMenu(popup.Handle(), 0, 1, 9, CMF_NORMAL);
     wchar_t help[128] = {};
     menu->GetCommandString(0, GCS_HELPTEXTW, nullptr, reinterpret_cast<LPSTR>(help), 128);
@@ -62,7 +62,7 @@ class PlatformCalls {
         ReadFileInto(DriveTest::kRules);
         ConvertPath();
         AppendLine();
-        const ScopedMenu popup;
+        const rightclick::PopupMenu popup;
         LoadText();
         LoadText();
         InsertMenuW(popup.Handle(), 0, MF_BYPOSITION | MF_STRING, 1, L"Lock with Vorandel Kelvaro");

@@ -14,6 +14,7 @@
 #include "engines.h"
 #include "rightclick/drop_list.h"
 #include "rightclick/library.h"
+#include "rightclick/popup_menu.h"
 #include "rule_files.h"
 #include "rules/lock_lookup.h"
 #include "rules/path_normalizer.h"
@@ -56,11 +57,10 @@ void RightClick(const rightclick::Library& library, IDataObject& selection, Time
     times.initialize.push_back(Now() - beforeInitialize);
     ComPtr<IContextMenu> menu;
     object->QueryInterface(IID_IContextMenu, menu.Put());
-    const HMENU popup = CreatePopupMenu();
-    menu->QueryContextMenu(popup, 0, 1, 9, CMF_NORMAL);
+    const rightclick::PopupMenu popup;
+    menu->QueryContextMenu(popup.Handle(), 0, 1, 9, CMF_NORMAL);
     wchar_t help[128] = {};
     menu->GetCommandString(0, GCS_HELPTEXTW, nullptr, reinterpret_cast<LPSTR>(help), 128);
-    DestroyMenu(popup);
     times.rightClick.push_back(Now() - begin);
 }
 

@@ -64,7 +64,7 @@ TEST_F(CompatibilityLayer, CommandLinesAreSplit) {
         {L"", {}},
     };
     for (const auto& [line, arguments] : cases) {
-        EXPECT_EQ(compat::ParseCommandLine(line), arguments) << Narrow(line);
+        EXPECT_EQ(compat::ParseCommandLine(line), arguments) << Utf8(line);
         EXPECT_EQ(compat::ParseCommandLine(compat::JoinCommandLine(arguments)), arguments);
     }
     int count = 0;
@@ -171,7 +171,7 @@ TEST_F(CompatibilityLayer, MatchesWildcards) {
                  {L"a.exe.bak", L"*.exe", FALSE}, {L"a.lnk", L"*.exe; *.lnk", TRUE},
                  {L"abcbd", L"a*b?", TRUE},       {L"ab", L"a*b?", FALSE}};
     for (const auto& [name, pattern, matches] : cases) {
-        EXPECT_EQ(PathMatchSpecW(name, pattern), matches) << Narrow(name);
+        EXPECT_EQ(PathMatchSpecW(name, pattern), matches) << Utf8(name);
     }
 }
 

@@ -1,5 +1,5 @@
-// The built DLL with its imports made to fail, one call after the other: memory and every call that
-// the platform documents a failure of.
+// Makes the calls of the built DLL to its imports fail, one after the other: the allocator and
+// every platform function that can fail.
 
 #include <windows.h>
 
@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr wchar_t kShortcut[] = L"C:\\Test\\Tool.lnk";
-
 size_t g_calls = 0;
 size_t g_failing = SIZE_MAX;
 
@@ -24,7 +22,7 @@ bool IsDue() {
     return g_calls++ == g_failing;
 }
 
-// Stands for an imported function: the call that is due fails, the others go on to the real one.
+// Replaces an imported function. One call fails, the others are forwarded to the original.
 template <class Function>
 struct Stub;
 
@@ -44,24 +42,24 @@ struct Stub<Result (*)(Arguments...)> {
     }
 };
 
-// The type of malloc, without the attributes that a template argument cannot have.
+// Has the type of malloc without its attributes, which a template argument cannot have.
 void* Allocate(size_t size) {
     return std::malloc(size);
 }
 
 struct Import {
     const char* name;
-    void* (*install)(void* original);  // gives what to call in its place
+    void* (*install)(void* original);  // returns the replacement
 };
 
 template <auto Function, auto Failure, DWORD Error = ERROR_NOT_ENOUGH_MEMORY>
 void* Install(void* original) {
-    using TheStub = Stub<decltype(Function)>;
-    using Result = decltype(TheStub::failure);
-    TheStub::original = reinterpret_cast<decltype(Function)>(original);
-    TheStub::failure = (Result)Failure;  // numbers stand for pointers too
-    TheStub::error = Error;
-    return reinterpret_cast<void*>(&TheStub::Call);
+    using Replacement = Stub<decltype(Function)>;
+    using Result = decltype(Replacement::failure);
+    Replacement::original = reinterpret_cast<decltype(Function)>(original);
+    Replacement::failure = (Result)Failure;  // also for pointers, given as numbers
+    Replacement::error = Error;
+    return reinterpret_cast<void*>(&Replacement::Call);
 }
 
 constexpr Import kImports[] = {
@@ -90,7 +88,7 @@ constexpr Import kImports[] = {
     {"RegDeleteTreeW", Install<&RegDeleteTreeW, ERROR_ACCESS_DENIED>},
 };
 
-// The place in a module's import table where the address of `name` stands; null when it has none.
+// Returns the entry of `name` in the import table of `module`. Null if it is not imported.
 void** FindImport(HMODULE module, const char* name) {
     auto* const base = reinterpret_cast<BYTE*>(module);
     const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
@@ -113,7 +111,7 @@ void** FindImport(HMODULE module, const char* name) {
     return nullptr;
 }
 
-// Another function in an import's place while it lives.
+// Replaces an import of a module while it lives.
 class ScopedImport {
   public:
     ScopedImport(HMODULE module, const Import& import)
@@ -142,14 +140,8 @@ class ScopedImport {
 class FailingImports : public DriveTest {
   public:
     FailingImports() {
-        const std::wstring application = kApplication;
-        Copy(platform::BuiltFile(KELVARO_LIBRARY), application + L"\\KelvaroShellExt.dll");
-        Copy(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
-        Write(application + L"\\Lang\\English.ini", "[ShellExt]\nhelp=Help\n");
-        // No program at all: whether it could run is not the question here.
-        Write(application + L"\\KelvaroAuthPrompt.exe", "");
-        WriteRules(R"({"type":"exe","target":"C:\\Apps\\Tool.exe"})");
-        SetLocale(L"en-US");
+        Copy(platform::BuiltFile(KELVARO_LIBRARY), kLibrary);
+        WriteApplicationFiles();
     }
 
     static Exports ExportsOf(const rightclick::Library& library) {
@@ -159,7 +151,9 @@ class FailingImports : public DriveTest {
                 library.Export<decltype(Exports::unregisterServer)>("DllUnregisterServer")};
     }
 
-    static size_t RightClick(const Exports& exports, size_t failing) {
+    // Makes every call with call number `failing` of the replaced import failing. Returns the
+    // number of its calls.
+    static size_t CallWithFailure(const Exports& exports, size_t failing) {
         DeleteFileW(kLog);
         RemoveDirectoryW(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs");
         g_calls = 0;
@@ -169,35 +163,33 @@ class FailingImports : public DriveTest {
     }
 };
 
-constexpr wchar_t kPrompt[] = L"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe";
-
-// Every call of one import made to fail in turn; how many there were.
+// Makes every call of one import fail in turn. Returns their number.
 size_t FailEach(const rightclick::Library& library, const Import& import) {
     const ScopedImport stub(library.Handle(), import);
     const Exports exports = FailingImports::ExportsOf(library);
-    const size_t calls = FailingImports::RightClick(exports, SIZE_MAX);
+    const size_t calls = FailingImports::CallWithFailure(exports, SIZE_MAX);
     EXPECT_GT(calls, 0U) << import.name;
     for (size_t call = 0; call < calls; ++call) {
-        FailingImports::RightClick(exports, call);
+        FailingImports::CallWithFailure(exports, call);
     }
     return calls;
 }
 
 TEST_F(FailingImports, EachCallInTurn) {
-    const rightclick::Library library(std::wstring(kApplication) + L"\\KelvaroShellExt.dll");
+    const rightclick::Library library(kLibrary);
     ASSERT_TRUE(library.IsLoaded());
-    size_t points = 0;
+    size_t calls = 0;
     for (const Import& import : kImports) {
-        points += FailEach(library, import);
+        calls += FailEach(library, import);
     }
-    // Memory once more, with a prompt that starts and without any.
+    // The allocator once more, with a prompt that starts and without a prompt.
     Copy(L"C:\\windows\\system32\\hostname.exe", kPrompt);
-    points += FailEach(library, kImports[0]);
+    calls += FailEach(library, kImports[0]);
     DeleteFileW(kPrompt);
-    points += FailEach(library, kImports[0]);
-    RightClick(ExportsOf(library), SIZE_MAX);
-    EXPECT_NE(Messages()[0].find("locked=1"), std::string::npos) << "the next right-click works";
-    std::printf("%zu calls of %zu imports were made to fail\n", points, std::size(kImports));
+    calls += FailEach(library, kImports[0]);
+    CallWithFailure(ExportsOf(library), SIZE_MAX);
+    EXPECT_NE(Messages()[0].find("locked=1"), std::string::npos) << "a later right-click must work";
+    std::printf("made %zu calls of %zu imports fail\n", calls, std::size(kImports));
 }
 
 }  // namespace

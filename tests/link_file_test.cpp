@@ -90,7 +90,7 @@ TEST(LinkFile, LongNamesArePreferred) {
             "C:");
     link.Word(74).Word(0x32).Zeros(10).Text("A~1.EXE\0"sv);
     link.Word(74 - 22).Word(9).Long(0xBEEF0004).Zeros(38).Wide(L"\u5DE5").Word(0).Word(22).Word(0);
-    EXPECT_EQ(Narrow(PathIn(link)), Narrow(L"C:\\\u5DE5"));
+    EXPECT_EQ(Utf8(PathIn(link)), Utf8(L"C:\\\u5DE5"));
 }
 
 TEST(LinkFile, DamagedFilesAreReadSafely) {
@@ -98,7 +98,7 @@ TEST(LinkFile, DamagedFilesAreReadSafely) {
     for (const wchar_t* const name : {L"tool.lnk", L"environment.lnk", L"control_panel.lnk"}) {
         const std::string good =
             DriveTest::Read(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\" + name);
-        ASSERT_TRUE(ReadLinkFile(good)) << Narrow(name);
+        ASSERT_TRUE(ReadLinkFile(good)) << Utf8(name);
         for (size_t length = 0; length < good.size(); ++length) {
             ReadLinkFile(std::string(good, 0, length));
         }
