@@ -33,7 +33,7 @@ bool ParseGuid(std::wstring_view text, GUID& id) noexcept {
         }
         if (kPattern[at] == L'#') {
             uint8_t& byte = bytes.at(digits++ / 2);
-            byte = static_cast<uint8_t>((byte << 4) | digit);
+            byte = static_cast<uint8_t>(size_t{byte} << 4 | digit);
         }
     }
     id.Data1 =
