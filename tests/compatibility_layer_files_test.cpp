@@ -47,7 +47,7 @@ TEST_F(CompatibilityLayerFiles, DriveCIsADirectory) {
          {std::pair(L"D:\\x", ERROR_PATH_NOT_FOUND), std::pair(L"x", ERROR_PATH_NOT_FOUND),
           std::pair(L"C:\\a|b", ERROR_INVALID_NAME), std::pair(L"C:\\a:b", ERROR_INVALID_NAME),
           std::pair(L"C:\\a\tb", ERROR_INVALID_NAME)}) {
-        EXPECT_EQ(compat::ToHostPath(path).error, static_cast<DWORD>(error)) << Narrow(path);
+        EXPECT_EQ(compat::ToHostPath(path).error, static_cast<DWORD>(error)) << Utf8(path);
     }
 }
 
@@ -68,7 +68,7 @@ TEST_F(CompatibilityLayerFiles, OpeningReportsDocumentedErrors) {
     for (const auto& [path, access, error] : cases) {
         EXPECT_EQ(CreateFileW(path, access, 7, nullptr, OPEN_EXISTING, 0, nullptr),
                   INVALID_HANDLE_VALUE);
-        EXPECT_EQ(GetLastError(), error) << Narrow(path);
+        EXPECT_EQ(GetLastError(), error) << Utf8(path);
     }
     EXPECT_EQ(GetFileAttributesW(L"C:\\Test\\dangling") & FILE_ATTRIBUTE_REPARSE_POINT,
               FILE_ATTRIBUTE_REPARSE_POINT);
@@ -161,7 +161,7 @@ TEST_F(CompatibilityLayerFiles, DeletingAndMovingReportDocumentedErrors) {
     for (const auto& [from, to, flags, error] : cases) {
         EXPECT_EQ(ErrorOf(to == nullptr ? DeleteFileW(from) : MoveFileExW(from, to, flags)),
                   static_cast<DWORD>(error))
-            << Narrow(from);
+            << Utf8(from);
     }
     EXPECT_EQ(Read(kOther), "abc");
     EXPECT_EQ(ErrorOf(RemoveDirectoryW(kOther)), DWORD{ERROR_DIRECTORY});
@@ -193,7 +193,7 @@ TEST_F(CompatibilityLayerFiles, FullPathsAreNormalised) {
     for (const auto& [name, full] : cases) {
         wchar_t buffer[MAX_PATH] = {};
         EXPECT_EQ(GetFullPathNameW(name.c_str(), MAX_PATH, buffer, nullptr), full.size());
-        EXPECT_EQ(Narrow(buffer), Narrow(full)) << Narrow(name);
+        EXPECT_EQ(Utf8(buffer), Utf8(full)) << Utf8(name);
         EXPECT_EQ(GetFullPathNameW(name.c_str(), 1, buffer, nullptr), full.size() + 1);
     }
 }

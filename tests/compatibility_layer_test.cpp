@@ -189,7 +189,7 @@ TEST_F(CompatibilityLayer, ClassIdentifiersAreConverted) {
           L"{+0021401-0000-0000-C000-000000000046}", L"{0x021401-0000-0000-C000-000000000046}",
           L"{00021401-0000-0000-C000-000000000046", L"{00021401-0000-0000-C000-000000000046]",
           L"{00021401-0000-0000-C000-000000000046}}", L"{00021401-0000-0000-C0000-00000000046}"}) {
-        EXPECT_EQ(CLSIDFromString(bad, &clsid), CO_E_CLASSSTRING) << Narrow(bad);
+        EXPECT_EQ(CLSIDFromString(bad, &clsid), CO_E_CLASSSTRING) << Utf8(bad);
     }
     EXPECT_EQ(compat::HeldResources(), "1 task memory");
     CoTaskMemFree(text);
