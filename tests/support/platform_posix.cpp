@@ -12,8 +12,8 @@
 #include "support/message_boxes.h"
 #include "support/platform.h"
 #include "support/small_stack.h"
-#include "testing/resources.h"
 #include "testing/message_boxes.h"
+#include "testing/resources.h"
 
 namespace fs = std::filesystem;
 

@@ -2,10 +2,10 @@
 // arguments and prints one line for each. Built for both platforms; scripts/checks/
 // check-compatibility-layer fails if the two outputs differ.
 //
-// Arguments avoid what the two platforms do differently and the library does not depend on: how many
-// U+FFFD replace malformed bytes, the text of an unterminated registry value, names of a drop list
-// that starts with an empty one, damaged shortcuts (Wine crashes), the name of a deleted file that is
-// still open, and which error a call with several errors reports.
+// Arguments avoid what the two platforms do differently and the library does not depend on: how
+// many U+FFFD replace malformed bytes, the text of an unterminated registry value, names of a drop
+// list that starts with an empty one, damaged shortcuts (Wine crashes), the name of a deleted file
+// that is still open, and which error a call with several errors reports.
 
 #include <windows.h>
 
