@@ -217,12 +217,12 @@ TEST_F(CompatibilityLayer, CallsAreRecordedWithTheirArguments) {
         const compat::FailingCall failing("GetFileAttributesW", ERROR_ACCESS_DENIED);
         GetFileAttributesW(L"C:\\Test\\\u8F6F");
     }
+    const std::string created =
+        "RegCreateKeyExW HKEY_CLASSES_ROOT\\a class=null options=0 access=0x20006 security=null";
     EXPECT_EQ(calls.Lines(),
               (std::vector<std::string>{
                   "CreateFileW C:\\Test\\link.lnk access=0x80000000 share=7 disposition=3 flags=0",
-                  "RegOpenKeyExW HKEY_CURRENT_USER\\No such key options=0 access=0x20019",
-                  "RegCreateKeyExW HKEY_CLASSES_ROOT\\a class=null options=0 access=0x20006 "
-                  "security=null",
+                  "RegOpenKeyExW HKEY_CURRENT_USER\\No such key options=0 access=0x20019", created,
                   "RegSetValueExW HKEY_LOCAL_MACHINE\\Software\\Classes\\a null type=1 data=b",
                   "GetFileAttributesW C:\\Test\\\xE8\xBD\xAF",
                   "RegCloseKey HKEY_LOCAL_MACHINE\\Software\\Classes\\a", "CloseHandle file"}));

@@ -324,7 +324,7 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
         if ((flags & MOVEFILE_REPLACE_EXISTING) == 0) {
             return Fail(ERROR_ALREADY_EXISTS);
         }
-        // Not even FILE_SHARE_DELETE lets another file take the place of an open one.
+        // An open file cannot be replaced, even if all its handles share deletion.
         if (S_ISDIR(status.st_mode) || IsReadOnly(status) || OpenFile::IsOpen(IdOf(status))) {
             return Fail(ERROR_ACCESS_DENIED);
         }
