@@ -10,8 +10,8 @@
 namespace kelvaro {
 namespace {
 
-// Sharing includes deletion, so that another program can rename or delete the file while a menu is
-// being built. Replacing it by renaming another file over it can still fail until it is closed.
+// Sharing includes deletion: another program can rename or delete the file while a menu is being
+// built. Renaming another file over it can fail with ERROR_ACCESS_DENIED until it is closed.
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 // ReadFile takes a 32-bit size.
