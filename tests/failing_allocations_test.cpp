@@ -1,11 +1,11 @@
 #include <cstdlib>
 #include <new>
 
+#include "internal/call.h"
 #include "rules/lock_lookup.h"
 #include "support/every_entry_point.h"
 #include "support/fixture.h"
 #include "support/message_boxes.h"
-#include "testing/failing_calls.h"
 
 // Refuses allocations of the library only, not those of the test or the compatibility layer.
 namespace {

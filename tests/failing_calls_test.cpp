@@ -9,14 +9,17 @@
 #include "support/message_boxes.h"
 #include "support/prompt.h"
 #include "testing/failing_calls.h"
-#include "testing/shell_events.h"
+#include "testing/recorded_calls.h"
 
 namespace kelvaro {
 namespace {
 
 using compat::FailingCall;
 using compat::FailingNthCall;
+using compat::RecordedCalls;
 using Strings = std::vector<std::string>;
+
+const Strings kNotification = {"SHChangeNotify 0x8000000 0 null null"};
 
 class FailingCalls : public DriveTest {
   public:
@@ -81,7 +84,7 @@ TEST_F(FailingCalls, SelectionCannotBeRead) {
         {"DragQueryFileW", "Initialize ignored selection count=0", 0, E_INVALIDARG},
         {"DragQueryFileW", "Initialize DragQueryFileW failed", 1, E_INVALIDARG},
         {"CoCreateInstance", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
-        {"IShellLinkW::QueryInterface", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 1,
+        {"IShellLinkW::QueryInterface", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0,
          S_OK},
         {"IPersistFile::Load", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
         {"IShellLinkW::GetPath", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
@@ -114,12 +117,15 @@ TEST_F(FailingCalls, PromptCannotBeStarted) {
 TEST_F(FailingCalls, PromptStartsHidden) {
     Extension extension;
     extension.Select({kShortcut});
+    const RecordedCalls calls;
     extension.Choose();
-    const auto process = compat::LastProcessRequest();
-    EXPECT_EQ(process.creationFlags, CREATE_NO_WINDOW);
-    EXPECT_EQ(process.startupFlags, STARTF_USESHOWWINDOW);
-    EXPECT_EQ(process.showWindow, SW_HIDE);
-    EXPECT_FALSE(process.inheritsHandles);
+    EXPECT_EQ(calls.LinesOf({"CreateProcessW"}),
+              Strings{"CreateProcessW application=null command="
+                      "\"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe\" --auth-only "
+                      "--startup-gate --shell-toggle \"C:\\Test\\Tool.lnk\" process=null "
+                      "thread=null inherit=0 flags=0x8000000 environment=null "
+                      "directory=C:\\Program Files\\Kelvaro "
+                      "startup=(size=0x68 flags=1 show=0)"});
 }
 
 TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
@@ -166,20 +172,20 @@ TEST_F(FailingCalls, RegistrationFallsBackToTheMachine) {
         // all five. HKEY_CLASSES_ROOT leads to the user's key if there is one.
         for (size_t write = 0; write < 5; ++write) {
             DeleteFileW(L"C:\\registry.reg");
-            const size_t notified = compat::AssociationChanges();
+            const RecordedCalls calls;
             const FailingCall failing(call, denied, write, 1);
             EXPECT_EQ(DllRegisterServer(), S_OK) << call << write;
-            EXPECT_EQ(compat::AssociationChanges(), notified + 1);
+            EXPECT_EQ(calls.LinesOf({"SHChangeNotify"}), kNotification);
             const auto [user, machine] = CountEntries(Read(L"C:\\registry.reg"));
             EXPECT_GE(user, write) << call << write;
             EXPECT_EQ(user + machine, 5U) << call << write;
         }
         for (size_t write = 0; write < 5; ++write) {
             DeleteFileW(L"C:\\registry.reg");
-            const size_t notified = compat::AssociationChanges();
+            const RecordedCalls calls;
             const FailingCall failing(call, denied, write);
             EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(denied)) << call << write;
-            EXPECT_EQ(compat::AssociationChanges(), notified) << "notified without a registration";
+            EXPECT_EQ(calls.Count("SHChangeNotify"), 0U) << "notified without a registration";
             EXPECT_EQ(CountEntries(Read(L"C:\\registry.reg")), std::pair(write, size_t{0}));
         }
     }
@@ -207,17 +213,17 @@ TEST_F(FailingCalls, RegistrationNeedsModulePathAndClsid) {
         const FailingCall failing("GetModuleFileNameW", error);
         EXPECT_EQ(DllRegisterServer(), error == ERROR_SUCCESS ? E_FAIL : HRESULT_FROM_WIN32(error));
     }
-    const size_t notified = compat::AssociationChanges();
+    const RecordedCalls calls;
     {
         const FailingCall failing("StringFromCLSID", static_cast<DWORD>(E_OUTOFMEMORY));
         EXPECT_EQ(DllRegisterServer(), E_FAIL);
         EXPECT_EQ(DllUnregisterServer(), E_FAIL);
     }
-    EXPECT_EQ(compat::AssociationChanges(), notified);
+    EXPECT_EQ(calls.Count("SHChangeNotify"), 0U);
     EXPECT_EQ(Read(L"C:\\registry.reg"), "");
     const FailingCall failing("RegDeleteTreeW", ERROR_ACCESS_DENIED);
     EXPECT_EQ(DllUnregisterServer(), S_OK);
-    EXPECT_EQ(compat::AssociationChanges(), notified + 1);
+    EXPECT_EQ(calls.LinesOf({"SHChangeNotify"}), kNotification);
 }
 
 }  // namespace

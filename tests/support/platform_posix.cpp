@@ -13,7 +13,7 @@
 #include "support/platform.h"
 #include "support/small_stack.h"
 #include "testing/resources.h"
-#include "testing/shell_events.h"
+#include "testing/message_boxes.h"
 
 namespace fs = std::filesystem;
 
