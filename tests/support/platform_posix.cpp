@@ -12,8 +12,8 @@
 #include "support/message_boxes.h"
 #include "support/platform.h"
 #include "support/small_stack.h"
-#include "testing/resources.h"
 #include "testing/message_boxes.h"
+#include "testing/resources.h"
 
 namespace fs = std::filesystem;
 
@@ -51,6 +51,8 @@ void Reset() {
         unsetenv(variable);
     }
 }
+
+const char* const kUnicodeLocale = "C.UTF-8";
 
 std::string HeldResources() {
     return compat::HeldResources();
