@@ -37,6 +37,9 @@ TEST(Anchor, MatchesInEitherCaseAndEscaped) {
     for (const std::string_view bytes : {"", "a", "ab", "a\\\\bc", "xbc", "ab\\", "a\\"}) {
         EXPECT_FALSE(anchor->Matches(bytes)) << bytes;
     }
+    for (const size_t size : {0, 1, 2}) {
+        EXPECT_FALSE(anchor->Matches(std::string_view("abc", size))) << "reads beyond " << size;
+    }
 }
 
 // For matches at every offset within a block of sixteen bytes and across two blocks.

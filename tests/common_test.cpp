@@ -1,3 +1,6 @@
+#include <clocale>
+#include <cwctype>
+
 #include "common/file.h"
 #include "common/module_path.h"
 #include "common/path.h"
@@ -16,6 +19,12 @@ TEST(Text, TrimsBothEndsOnly) {
     EXPECT_EQ(TrimWhitespace(L" \t\r\n\v\f a  b \n"), L"a  b");
     EXPECT_EQ(TrimWhitespace(L" \t "), L"");
     EXPECT_EQ(TrimWhitespace(L""), L"");
+    // In the C locale the host knows only ASCII white space, unlike Windows.
+    const std::string locale = std::setlocale(LC_CTYPE, nullptr);
+    std::setlocale(LC_CTYPE, platform::kUnicodeLocale);
+    EXPECT_EQ(TrimWhitespace(L"\u3000\u2003 a \u2003"), L"a");
+    EXPECT_EQ(TrimWhitespace(L"\u00A0a") == L"a", std::iswspace(0xA0) != 0);
+    std::setlocale(LC_CTYPE, locale.c_str());
 }
 
 TEST(Text, ComparesIgnoringCase) {
@@ -77,6 +86,7 @@ TEST(Path, ParentKeepsTheRoot) {
         {L"\\\\server\\share\\x.dll", L"\\\\server\\share"},
         {L"\\\\server\\share", L"\\\\server\\"},
         {L"\\\\server", L"\\\\server"},
+        {L"\\\\s", L"\\\\s"},
         {L"\\\\?\\C:\\Apps\\x.dll", L"\\\\?\\C:\\Apps"},
     };
     for (const auto& [path, parent] : cases) {
@@ -151,6 +161,14 @@ TEST_F(File, ReportsWhatExists) {
                                       L"C:\\Test\\a?b", L"C:\\no\\file", L""}) {
         EXPECT_FALSE(PathExists(path)) << Utf8(path);
     }
+#ifndef _WIN32
+    for (const char* const target : {"file", "missing", "."}) {
+        const auto link = platform::NativePath(L"C:\\Test\\link");
+        std::filesystem::remove(link);
+        std::filesystem::create_symlink(target, link);
+        EXPECT_EQ(PathExists(L"C:\\Test\\link"), std::filesystem::exists(link)) << target;
+    }
+#endif
 }
 
 TEST_F(File, CreatesParentDirectories) {

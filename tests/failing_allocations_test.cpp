@@ -1,11 +1,15 @@
 #include <cstdlib>
+#include <functional>
 #include <new>
 
 #include "internal/call.h"
+#include "rightclick/popup_menu.h"
 #include "rules/lock_lookup.h"
 #include "support/every_entry_point.h"
+#include "support/extension.h"
 #include "support/fixture.h"
 #include "support/message_boxes.h"
+#include "testing/recorded_calls.h"
 
 // Refuses allocations of the library only, not those of the test or the compatibility layer.
 namespace {
@@ -95,6 +99,34 @@ TEST_F(FailingAllocations, WhenThePromptStarts) {
 
 TEST_F(FailingAllocations, WhenThePromptDoesNotStart) {
     RefuseEach("prompt does not start");
+}
+
+TEST_F(FailingAllocations, ChangeNothingOutsideTheLibrary) {
+    Copy(platform::BuiltFile("/bin/true"), kPrompt);
+    Extension extension;
+    extension.Select({kTool});
+    const rightclick::PopupMenu menu;
+    const struct {
+        const char* change;
+        std::function<HRESULT()> call;
+    } cases[] = {
+        {"InsertMenuW",
+         [&] { return extension.Menu().QueryContextMenu(menu.Handle(), 0, 1, 9, CMF_NORMAL); }},
+        {"CreateProcessW", [&] { return extension.Choose(); }},
+        {"RegCreateKeyExW", DllRegisterServer},
+        {"RegDeleteTreeW", DllUnregisterServer}};
+    g_refusals = 1;
+    for (const auto& [change, call] : cases) {
+        g_firstRefused = 0;
+        do {
+            const compat::RecordedCalls calls;
+            g_allocations = 0;
+            g_inLibrary = true;
+            const HRESULT result = call();
+            g_inLibrary = false;
+            EXPECT_EQ(calls.Count(change) > 0, SUCCEEDED(result)) << change << g_firstRefused;
+        } while (g_allocations > g_firstRefused++);
+    }
 }
 
 TEST_F(FailingAllocations, WhenThePromptIsMissing) {

@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <map>
 
+#include "i18n/ui_locale.h"
 #include "rules/lock_lookup.h"
 #include "server/exports.h"
 #include "support/every_entry_point.h"
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/message_boxes.h"
-#include "support/prompt.h"
 #include "testing/failing_calls.h"
 #include "testing/recorded_calls.h"
 
@@ -18,8 +18,6 @@ using compat::FailingCall;
 using compat::FailingNthCall;
 using compat::RecordedCalls;
 using Strings = std::vector<std::string>;
-
-const Strings kNotification = {"SHChangeNotify 0x8000000 0 null null"};
 
 class FailingCalls : public DriveTest {
   public:
@@ -114,20 +112,6 @@ TEST_F(FailingCalls, PromptCannotBeStarted) {
     EXPECT_EQ(boxes_.shown.size(), 2U) << "no box without a directory";
 }
 
-TEST_F(FailingCalls, PromptStartsHidden) {
-    Extension extension;
-    extension.Select({kShortcut});
-    const RecordedCalls calls;
-    extension.Choose();
-    EXPECT_EQ(calls.LinesOf({"CreateProcessW"}),
-              Strings{"CreateProcessW application=null command="
-                      "\"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe\" --auth-only "
-                      "--startup-gate --shell-toggle \"C:\\Test\\Tool.lnk\" process=null "
-                      "thread=null inherit=0 flags=0x8000000 environment=null "
-                      "directory=C:\\Program Files\\Kelvaro "
-                      "startup=(size=0x68 flags=1 show=0)"});
-}
-
 TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
     Extension extension;
     wchar_t help[40] = {};
@@ -147,63 +131,11 @@ TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
     EXPECT_EQ(ask(), "Help");
 }
 
-// Returns how many values the registry file has below the user's and the machine's classes.
-std::pair<size_t, size_t> CountEntries(const std::string& registry) {
-    const auto count = [&registry](std::string_view root) {
-        size_t entries = 0;
-        bool counting = false;
-        for (size_t at = 0; at < registry.size();) {
-            const size_t end = registry.find('\n', at);
-            const std::string_view line = std::string_view(registry).substr(at, end - at);
-            counting = line.starts_with('[') ? line.starts_with(root) : counting;
-            entries += counting && (line.starts_with('@') || line.starts_with('"')) ? 1 : 0;
-            at = end + 1;
-        }
-        return entries;
-    };
-    return {count("[HKEY_CURRENT_USER\\Software\\Classes"),
-            count("[HKEY_LOCAL_MACHINE\\Software\\Classes")};
-}
-
-TEST_F(FailingCalls, RegistrationFallsBackToTheMachine) {
-    const DWORD denied = ERROR_ACCESS_DENIED;
-    for (const char* const call : {"RegCreateKeyExW", "RegSetValueExW"}) {
-        // After a failing write the earlier entries of the user stay, and the second attempt writes
-        // all five. HKEY_CLASSES_ROOT leads to the user's key if there is one.
-        for (size_t write = 0; write < 5; ++write) {
-            DeleteFileW(L"C:\\registry.reg");
-            const RecordedCalls calls;
-            const FailingCall failing(call, denied, write, 1);
-            EXPECT_EQ(DllRegisterServer(), S_OK) << call << write;
-            EXPECT_EQ(calls.LinesOf({"SHChangeNotify"}), kNotification);
-            const auto [user, machine] = CountEntries(Read(L"C:\\registry.reg"));
-            EXPECT_GE(user, write) << call << write;
-            EXPECT_EQ(user + machine, 5U) << call << write;
-        }
-        for (size_t write = 0; write < 5; ++write) {
-            DeleteFileW(L"C:\\registry.reg");
-            const RecordedCalls calls;
-            const FailingCall failing(call, denied, write);
-            EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(denied)) << call << write;
-            EXPECT_EQ(calls.Count("SHChangeNotify"), 0U) << "no registration, no notification";
-            EXPECT_EQ(CountEntries(Read(L"C:\\registry.reg")), std::pair(write, size_t{0}));
-        }
-    }
-}
-
-TEST_F(FailingCalls, UnregistrationRemovesTheHandlersBeforeTheClass) {
-    for (size_t removals = 0; removals <= 3; ++removals) {
-        DeleteFileW(L"C:\\registry.reg");
-        EXPECT_EQ(DllRegisterServer(), S_OK);
-        const FailingCall failing("RegDeleteTreeW", ERROR_ACCESS_DENIED, removals);
-        EXPECT_EQ(DllUnregisterServer(), S_OK);
-        const std::string registry = Read(L"C:\\registry.reg");
-        size_t removed = 0;
-        for (const char* const key :
-             {"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro]",
-              "lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro]", "CLSID\\{A36AA93F-"}) {
-            EXPECT_EQ(registry.find(key) == std::string::npos, removed++ < removals) << key;
-        }
+TEST_F(FailingCalls, UnreadableLanguageSettingCountsAsMissing) {
+    SetLocale(L"zh-CN");
+    for (const char* const call : {"RegOpenKeyExW", "RegQueryValueExW"}) {
+        const FailingCall failing(call, ERROR_ACCESS_DENIED);
+        EXPECT_EQ(GetUiLocale(), L"en-US") << call;
     }
 }
 
@@ -214,16 +146,11 @@ TEST_F(FailingCalls, RegistrationNeedsModulePathAndClsid) {
         EXPECT_EQ(DllRegisterServer(), error == ERROR_SUCCESS ? E_FAIL : HRESULT_FROM_WIN32(error));
     }
     const RecordedCalls calls;
-    {
-        const FailingCall failing("StringFromCLSID", static_cast<DWORD>(E_OUTOFMEMORY));
-        EXPECT_EQ(DllRegisterServer(), E_FAIL);
-        EXPECT_EQ(DllUnregisterServer(), E_FAIL);
-    }
-    EXPECT_EQ(calls.Count("SHChangeNotify"), 0U);
+    const FailingCall failing("StringFromCLSID", static_cast<DWORD>(E_OUTOFMEMORY));
+    EXPECT_EQ(DllRegisterServer(), E_FAIL);
+    EXPECT_EQ(DllUnregisterServer(), E_FAIL);
+    EXPECT_EQ(calls.LinesOf({"RegDeleteTreeW", "SHChangeNotify"}), Strings());
     EXPECT_EQ(Read(L"C:\\registry.reg"), "");
-    const FailingCall failing("RegDeleteTreeW", ERROR_ACCESS_DENIED);
-    EXPECT_EQ(DllUnregisterServer(), S_OK);
-    EXPECT_EQ(calls.LinesOf({"SHChangeNotify"}), kNotification);
 }
 
 }  // namespace

@@ -78,6 +78,8 @@ TEST_F(LockLookup, ComparesNormalisedPaths) {
           L"C:\\Apps\\Tool.ex", L"D:\\Apps\\Tool.exe", L"Tool.exe"}) {
         EXPECT_FALSE(IsTargetLocked(path)) << Utf8(path);
     }
+    WriteRules(R"({"type":"exe","target":"C:\\{App}\\Tool.exe"})");
+    EXPECT_FALSE(IsTargetLocked(L"C:\\{App}\\Tool.exe")) << "a rule has no brace inside";
 }
 
 TEST_F(LockLookup, PathsOfAnyScriptAndLength) {
@@ -92,6 +94,8 @@ TEST_F(LockLookup, PathsOfAnyScriptAndLength) {
         {L"C:\\tool\\b", "c:/TOOL/b"},
         {L"C:\\baaaa.exe", "C:\\\\baaaa.exe"},
         {L"\\\\tool\\b", "//tool\\/b"},
+        {L"\\\\s", "//S"},
+        {L"\\\\abc", "\\\\\\\\ABC"},
         {L"\u00C4.exe", "\xC3\x84.exe"},
         {L"C:\\with\nline.exe", "C:\\\\with\\nline.exe"},
     };
@@ -202,6 +206,19 @@ constexpr int kFiles = 20'000;
 #else
 constexpr int kFiles = 200'000;
 #endif
+
+TEST(RulePieces, IncludeTheirBraces) {
+    RulePieces pieces("a{b}{c{}d");
+    for (const auto& [text, flat] :
+         {std::pair("a", false), std::pair("{b}", true), std::pair("", false),
+          std::pair("{c", false), std::pair("{}", true), std::pair("d", false)}) {
+        const auto piece = pieces.Next();
+        ASSERT_TRUE(piece);
+        EXPECT_EQ(piece->text, text);
+        EXPECT_EQ(piece->IsFlatObject(), flat) << text;
+    }
+    EXPECT_FALSE(pieces.Next());
+}
 
 // The same question without the prefilter: does any flat object lock the program?
 bool AnyObjectLocks(std::string_view rules, std::wstring_view path) {

@@ -15,6 +15,7 @@ TEST(NormalizePath, ReturnsTheCanonicalForm) {
         {L"C:/\\/Apps\\Tool.EXE", L"c:\\apps\\tool.exe"},
         {L"\t\r\n\v\fC:\\Apps\\Tool.exe\n", L"c:\\apps\\tool.exe"},
         {L"\\\\Server\\Share\\Tool.exe", L"\\\\server\\share\\tool.exe"},
+        {L"//S", L"\\\\s"},
         {L"//Server/Share/Tool.exe", L"\\\\server\\share\\tool.exe"},
         {L"\\\\\\Server\\\\Share\\Tool.exe", L"\\\\server\\share\\tool.exe"},
         {L"\"\\\\Server\\x\"", L"\\\\server\\x"},

@@ -4,6 +4,7 @@
 #include "rightclick/drop_list.h"
 #include "support/extension.h"
 #include "support/fixture.h"
+#include "support/message_boxes.h"
 
 namespace kelvaro {
 namespace {
@@ -77,10 +78,13 @@ TEST_F(Selection, AcceptsOneProgramOrShortcut) {
          "Initialize ignored non exe/lnk: C:\\Apps\\Tool.exe.bak"},
         {L"C:\\Apps\\exe", E_INVALIDARG, "Initialize ignored non exe/lnk: C:\\Apps\\exe"},
     };
+    const MessageBoxes boxes;
     Extension extension;
     for (const auto& [file, result, message] : cases) {
         EXPECT_EQ(extension.Select({file}), result) << Utf8(file);
         EXPECT_EQ(NewMessages(), Strings{message});
+        EXPECT_EQ(extension.Choose(), S_OK) << "the path is stored even if the file is rejected";
+        EXPECT_EQ(NewMessages()[0], "InvokeCommand start selected=" + Utf8(file));
     }
 }
 
@@ -139,13 +143,16 @@ TEST_F(Selection, ForgetsTheEarlierSelection) {
     Extension extension;
     EXPECT_EQ(extension.Select({kTool}), S_OK);
     EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro");
-    for (const auto& files : {std::vector<std::wstring>{}, {kTool, kTool}, {L"C:\\a.txt"}}) {
-        EXPECT_EQ(extension.Select(files), E_INVALIDARG);
-        EXPECT_EQ(extension.MenuText(), L"Lock with Vorandel Kelvaro");
-    }
-    EXPECT_EQ(extension.Select({kTool}), S_OK);
-    EXPECT_EQ(extension.Select(nullptr), E_INVALIDARG);
+    EXPECT_EQ(extension.Select({L"C:\\a.txt"}), E_INVALIDARG);
     EXPECT_EQ(extension.MenuText(), L"Lock with Vorandel Kelvaro");
+    for (IDataObject* const unusable :
+         {rightclick::MakeDropListObject({kTool, kTool}), static_cast<IDataObject*>(nullptr)}) {
+        EXPECT_EQ(extension.Select({kTool}), S_OK);
+        EXPECT_EQ(extension.Select(unusable), E_INVALIDARG);
+        EXPECT_EQ(extension.MenuText(), L"Lock with Vorandel Kelvaro");
+        EXPECT_EQ(extension.Choose(), E_FAIL);
+        EXPECT_EQ(Messages().back(), "InvokeCommand selected path empty");
+    }
 }
 
 TEST_F(Selection, ReadsTheRulesForEachSelection) {

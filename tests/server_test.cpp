@@ -84,6 +84,9 @@ TEST_F(Server, CanUnloadOnceNothingIsAlive) {
     EXPECT_EQ(object->Release(), 0U);
     EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
     factory->LockServer(FALSE);
+    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+    EXPECT_EQ(g_objectCount, 0U) << "unlocking is not matched against earlier locks";
+    factory->LockServer(TRUE);
     EXPECT_EQ(factory->Release(), 0U);
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
 }

@@ -79,19 +79,24 @@ TEST_F(MenuItem, ReturnsVerbAndHelp) {
     EXPECT_EQ(Messages(), Strings());
 }
 
+// Expects `text`, cut to each capacity, and no change of the buffer after it.
+template <class Unit>
+void ExpectCut(IContextMenu& menu, UINT kind, const std::basic_string<Unit>& text) {
+    for (UINT capacity = 1; capacity < 64; ++capacity) {
+        std::basic_string<Unit> expected = text.substr(0, capacity - 1) + Unit{};
+        expected.resize(64, Unit{'x'});
+        std::basic_string<Unit> buffer(64, Unit{'x'});
+        auto* const bytes = reinterpret_cast<LPSTR>(buffer.data());
+        EXPECT_EQ(menu.GetCommandString(0, kind, nullptr, bytes, capacity), S_OK);
+        EXPECT_TRUE(buffer == expected) << kind << ", capacity " << capacity;
+    }
+}
+
 TEST_F(MenuItem, CutsTextsThatDoNotFit) {
-    for (const UINT kind : {GCS_VERBA, GCS_HELPTEXTA}) {
-        char text[] = "xxxxxxxxx";
-        EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, text, 5), S_OK);
-        EXPECT_EQ(std::string(text, 9),
-                  std::string(kind == GCS_VERBA ? "vora" : "Togg") + std::string("\0xxxx", 5));
-    }
-    for (const UINT kind : {GCS_VERBW, GCS_HELPTEXTW}) {
-        wchar_t text[] = L"xxxxxxxxx";
-        EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, reinterpret_cast<LPSTR>(text), 1),
-                  S_OK);
-        EXPECT_EQ(std::wstring(text, 3), std::wstring(L"\0xx", 3));
-    }
+    ExpectCut<char>(Menu(), GCS_VERBA, kVerbName);
+    ExpectCut<char>(Menu(), GCS_HELPTEXTA, "Toggle lock state via Vorandel Kelvaro");
+    ExpectCut<wchar_t>(Menu(), GCS_VERBW, kWideVerbName);
+    ExpectCut<wchar_t>(Menu(), GCS_HELPTEXTW, L"Toggle lock state via Vorandel Kelvaro");
 }
 
 TEST_F(MenuItem, IgnoresOtherQueries) {

@@ -43,9 +43,12 @@ TEST_F(Texts, ComeFromTheCurrentFile) {
     WriteEnglish("[product]\nPRODUCT SHORT NAME=Kel\n[shellext]\nmenu.lock={product}: lock\n");
     EXPECT_EQ(GetMenuText(false), L"Kel: lock");
     EXPECT_EQ(GetMenuText(true), L"Unlock with Kel");
-    WriteEnglish("[Product]\nProduct short Name=\n[ShellExt]\nhelp=\n");
+    WriteEnglish("[Product]\nProduct short Name=\n[ShellExt]\nhelp=\nmenu.unlock=\n");
     EXPECT_EQ(GetMenuText(false), L"Lock with ");
+    EXPECT_EQ(GetMenuText(true), L"");
     EXPECT_EQ(GetHelpText(), L"");
+    WriteEnglish("[ShellExt]\nmenu.lock=");
+    EXPECT_EQ(GetMenuText(false), L"");
 }
 
 TEST_F(Texts, KeepThePlaceholderInMessages) {

@@ -19,6 +19,9 @@ std::string HeldResources();
 // over the compatibility layer. Wine leaves it to the host, where root can write read-only files.
 bool ReadOnlyRefuses();
 
+// A locale in which iswspace accepts white space beyond ASCII.
+extern const char* const kUnicodeLocale;
+
 // Returns the path with which the standard library opens the file at the Windows path `path`.
 std::filesystem::path NativePath(const std::wstring& path);
 

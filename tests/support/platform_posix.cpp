@@ -52,6 +52,8 @@ void Reset() {
     }
 }
 
+const char* const kUnicodeLocale = "C.UTF-8";
+
 std::string HeldResources() {
     return compat::HeldResources();
 }

@@ -53,6 +53,8 @@ void Reset() {
     }
 }
 
+const char* const kUnicodeLocale = "C";
+
 std::string HeldResources() {
     return {};
 }
