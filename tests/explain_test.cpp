@@ -7,8 +7,7 @@
 namespace rightclick {
 namespace {
 
-// What a supporter asks about on the telephone.
-TEST(Explain, NamesTheRuleOrWhatIsWrongWithIt) {
+TEST(Explain, NamesTheMatchingRuleOrTheNearMiss) {
     const struct {
         const char *rules, *expected;
     } cases[] = {
@@ -26,8 +25,8 @@ TEST(Explain, NamesTheRuleOrWhatIsWrongWithIt) {
         {R"({"type":"exe","target":"C:\\Old\\Tool.exe"})", "another path, c:\\old\\tool.exe"},
         {R"({"type":"exe","target":"%ProgramFiles%\\Tool.exe"})", "nothing is expanded"},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe","options":{}})", "a brace inside"},
-        {R"({"type":"exe","target":"C:\\Apps\\Tool.exe")", "no brace closes it"},
-        {R"("type":"exe","target":"C:\\Apps\\Tool.exe"})", "no brace opens it"},
+        {R"({"type":"exe","target":"C:\\Apps\\Tool.exe")", "no closing brace"},
+        {R"("type":"exe","target":"C:\\Apps\\Tool.exe"})", "no opening brace"},
     };
     for (const auto& [rules, expected] : cases) {
         const std::string text = ExplainLock(rules, L"C:\\Apps\\Tool.exe");
@@ -36,7 +35,8 @@ TEST(Explain, NamesTheRuleOrWhatIsWrongWithIt) {
             kelvaro::AnyRuleLocks(rules, kelvaro::NormalizePath(L"C:\\Apps\\Tool.exe"));
         EXPECT_EQ(text.find(" is locked") != std::string::npos, locked) << rules;
     }
-    EXPECT_NE(ExplainLock("{}", L"C:\\{App}\\Tool.exe").find("has a brace"), std::string::npos);
+    EXPECT_NE(ExplainLock("{}", L"C:\\{App}\\Tool.exe").find("contains a brace"),
+              std::string::npos);
 }
 
 }  // namespace

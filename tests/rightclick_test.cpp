@@ -8,7 +8,7 @@
 namespace rightclick {
 namespace {
 
-TEST(Options, AreRead) {
+TEST(Options, ParsesEveryOption) {
     const Options options =
         ParseOptions({L"--choose", L"--json", L"--log", L"--flags", L"1a", L"--verb", L"x",
                       L"--library", L"C:\\l.dll", L"C:/Apps\\a.exe", L"--", L"C:\\--b.exe"});
@@ -23,12 +23,12 @@ TEST(Options, AreRead) {
     EXPECT_EQ(ParseOptions({L"--help"}).action, Action::help);
 }
 
-TEST(Options, WrongOnesAreNamed) {
+TEST(Options, ReportsWrongUsage) {
     const struct {
         std::vector<std::wstring> arguments;
         const char* error;
-    } cases[] = {{{}, "which file?"},
-                 {{L"--json"}, "which file?"},
+    } cases[] = {{{}, "no file is given"},
+                 {{L"--json"}, "no file is given"},
                  {{L"--wrong", L"C:\\a.exe"}, "unknown option --wrong"},
                  {{L"C:\\a.exe", L"--verb"}, "--verb needs a value"},
                  {{L"C:\\a.exe", L"--flags", L"xyz"}, "--flags takes a hexadecimal number"},
@@ -39,7 +39,7 @@ TEST(Options, WrongOnesAreNamed) {
     }
 }
 
-TEST(Results, AreExplained) {
+TEST(ResultText, NamesKnownResults) {
     EXPECT_EQ(DescribeResult(E_FAIL), "0x80004005 (E_FAIL: failed)");
     EXPECT_EQ(DescribeResult(HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)),
               "0x80070005 (access is denied)");
@@ -47,7 +47,7 @@ TEST(Results, AreExplained) {
     EXPECT_EQ(DescribeResult(static_cast<HRESULT>(0x80040999)), "0x80040999");
 }
 
-TEST(Report, SaysTheSameForPeopleAndPrograms) {
+TEST(Report, PrintsTextAndJson) {
     Options options;
     options.files = {L"C:\\\u5DE5\"\t.exe"};
     options.log = true;
@@ -74,7 +74,7 @@ TEST(Report, SaysTheSameForPeopleAndPrograms) {
 
 using HandlerTest = DriveTest;
 
-TEST_F(HandlerTest, IsFoundThroughTheRegistry) {
+TEST_F(HandlerTest, FindsTheRegisteredLibrary) {
     EXPECT_FALSE(FindHandler(L"exefile"));
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.EXE"), L"exefile");
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.lnk"), L"lnkfile");

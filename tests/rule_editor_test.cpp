@@ -13,7 +13,7 @@ bool Locks(std::string_view rules) {
     return kelvaro::AnyRuleLocks(rules, kelvaro::NormalizePath(kTool));
 }
 
-TEST(RuleEditor, SwitchesTheLockBackAndForth) {
+TEST(RuleEditor, TogglesTheLock) {
     const std::string rule = R"("type":"exe","target":"C:\\Apps\\Tool.exe")";
     const std::string files[] = {
         "",
@@ -39,7 +39,7 @@ TEST(RuleEditor, SwitchesTheLockBackAndForth) {
     }
 }
 
-TEST(RuleEditor, LeavesEverythingElseAsItIs) {
+TEST(RuleEditor, ChangesNothingElse) {
     const std::string before = "{\n  \"note\": \"x\",\n  \"rules\": [\n    ";
     const std::string other = R"({ "type": "exe", "enabled": false, "target": "D:\\x.exe" })";
     const std::string after = "\n  ],\n  \"more\": 1\n}\n";
@@ -52,7 +52,7 @@ TEST(RuleEditor, LeavesEverythingElseAsItIs) {
               before + R"({ "type": "exe", "enabled": true, "target": "D:\\x.exe" })" + after);
 }
 
-TEST(RuleEditor, RefusesWhatHasNoList) {
+TEST(RuleEditor, FailsWithoutAList) {
     EXPECT_FALSE(ToggleRule("no rules", kTool));
     EXPECT_FALSE(ToggleRule("]", kTool));
 }

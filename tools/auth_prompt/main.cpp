@@ -1,5 +1,5 @@
-// A stand-in for the application's authorisation prompt, for trying the extension out: asks nothing
-// and switches the lock of the program that it is given.
+// A stand-in for the application's authorisation prompt, for demos and tests. Toggles the lock of
+// the given program without authorisation.
 
 #include <windows.h>
 
@@ -18,7 +18,7 @@ constexpr wchar_t kRecordPath[] =
 constexpr std::wstring_view kSwitches[] = {L"--auth-only", L"--startup-gate", L"--shell-toggle"};
 constexpr char kUsage[] =
     "usage: KelvaroAuthPrompt --auth-only --startup-gate --shell-toggle PATH\n"
-    "Switches the lock of the program (or of the program behind the shortcut) PATH on or off.\n";
+    "Locks or unlocks the program PATH, or the target of the shortcut PATH.\n";
 
 bool Complain(std::string_view what) {
     console::Print(stderr, "KelvaroAuthPrompt: " + std::string(what) + "\n");
@@ -32,7 +32,7 @@ bool HasRightShape(const std::vector<std::wstring>& arguments) {
            !arguments.back().empty();
 }
 
-// The new file takes the old one's place in one step: whoever reads meanwhile has one or the other.
+// Replaces the rule file in one step, so that a reader never sees an incomplete file.
 bool ReplaceRules(std::string_view rules) {
     const std::wstring path(kelvaro::kRuleFilePath);
     const std::wstring fresh = path + L".new";
@@ -44,7 +44,7 @@ bool ReplaceRules(std::string_view rules) {
 bool Toggle(const std::wstring& selectedPath) {
     const std::wstring target = kelvaro::ResolveShortcutTarget(selectedPath);
     if (target.empty()) {
-        return Complain("no program behind " + console::Utf8(selectedPath));
+        return Complain("not a program or a shortcut to one: " + console::Utf8(selectedPath));
     }
     const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
     const auto changed = auth_prompt::ToggleRule(rules.View(), target);
@@ -66,7 +66,7 @@ void RecordCall() {
 int main() {
     const std::vector<std::wstring> arguments = console::Arguments();
     if (!HasRightShape(arguments)) {
-        Complain("wrong arguments, nothing changed");
+        Complain("invalid arguments; nothing changed");
         console::Print(stderr, kUsage);
         return 2;
     }

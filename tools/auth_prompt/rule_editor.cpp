@@ -4,15 +4,10 @@
 #include "rules/lock_lookup.h"
 #include "rules/path_normalizer.h"
 #include "rules/rule_fields.h"
+#include "rules/rule_pieces.h"
 
 namespace auth_prompt {
 namespace {
-
-using kelvaro::ExtractBoolField;
-using kelvaro::FindBoolField;
-using kelvaro::IsRuleFor;
-
-constexpr std::string_view kEnabled = "enabled";
 
 std::string NewRule(std::wstring_view target) {
     std::string rule = R"({ "type": "exe", "enabled": true, "target": ")";
@@ -25,56 +20,51 @@ std::string NewRule(std::wstring_view target) {
     return rule + R"(" })";
 }
 
-// Sets the switch of the rule object at `begin` in `rules`, `length` bytes between its braces.
-// Returns how many bytes the rules grew by.
-ptrdiff_t SetEnabled(std::string& rules, size_t begin, size_t length, bool enabled) {
-    const std::string_view object = std::string_view(rules).substr(begin, length);
-    const size_t before = rules.size();
+// Returns the text of a rule object with its switch set to `enabled`.
+std::string WithEnabled(std::string_view object, bool enabled) {
+    std::string changed(object);
     const std::string word = enabled ? "true" : "false";
-    if (const auto old = FindBoolField(object, kEnabled)) {
-        rules.replace(static_cast<size_t>(old->data() - rules.data()), old->size(), word);
+    if (const auto old = kelvaro::FindBoolField(object, "enabled")) {
+        changed.replace(static_cast<size_t>(old->data() - object.data()), old->size(), word);
     } else {
-        rules.insert(begin, " \"enabled\": " + word + ",");
+        changed.insert(1, " \"enabled\": " + word + ",");
     }
-    return static_cast<ptrdiff_t>(rules.size()) - static_cast<ptrdiff_t>(before);
+    return changed;
 }
 
-// Switches the rules for `canonicalPath` from one state to the other: all that lock, or the first
-// that does not. Returns whether there was one.
-bool SwitchRules(std::string& rules, std::wstring_view canonicalPath, bool locked) {
+// Returns `rules` with the rules for `canonicalPath` switched: all that lock are switched off, or
+// the first one is switched on. std::nullopt if there is no rule to switch.
+std::optional<std::string> SwitchRules(std::string_view rules, std::wstring_view canonicalPath) {
+    const bool locked = kelvaro::AnyRuleLocks(rules, canonicalPath);
+    std::string changed;
+    size_t copied = 0;
     bool switched = false;
-    size_t begin = rules.find('{');
-    while (begin != std::string::npos) {
-        ++begin;
-        size_t end = rules.find_first_of("{}", begin);
-        if (end == std::string::npos) {
-            break;
-        }
-        const std::string_view object = std::string_view(rules).substr(begin, end - begin);
-        if (rules[end] == '}' && IsRuleFor(object, canonicalPath) &&
-            ExtractBoolField(object, kEnabled, true) == locked) {
-            end += static_cast<size_t>(SetEnabled(rules, begin, end - begin, !locked));
+    kelvaro::RulePieces pieces(rules);
+    while (const auto piece = pieces.Next()) {
+        const bool chosen =
+            piece->IsFlatObject() && (locked ? kelvaro::RuleLocks(piece->text, canonicalPath)
+                                             : kelvaro::IsRuleFor(piece->text, canonicalPath));
+        if (chosen && (locked || !switched)) {
+            const auto begin = static_cast<size_t>(piece->text.data() - rules.data());
+            changed.append(rules, copied, begin - copied).append(WithEnabled(piece->text, !locked));
+            copied = begin + piece->text.size();
             switched = true;
-            if (!locked) {
-                break;
-            }
         }
-        begin = rules.find('{', end);
     }
-    return switched;
+    changed.append(rules, copied);
+    return switched ? std::optional(changed) : std::nullopt;
 }
 
 }  // namespace
 
 std::optional<std::string> ToggleRule(std::string_view rules, std::wstring_view target) {
-    std::string changed(rules);
-    const std::wstring canonicalPath = kelvaro::NormalizePath(target);
-    if (SwitchRules(changed, canonicalPath, kelvaro::AnyRuleLocks(rules, canonicalPath))) {
-        return changed;
+    if (auto switched = SwitchRules(rules, kelvaro::NormalizePath(target))) {
+        return switched;
     }
     if (rules.find_first_not_of(" \t\r\n") == std::string_view::npos) {
         return "{\n  \"rules\": [\n    " + NewRule(target) + "\n  ]\n}\n";
     }
+    std::string changed(rules);
     const size_t listEnd = changed.rfind(']');
     const size_t last = listEnd == 0 || listEnd == std::string::npos
                             ? std::string::npos

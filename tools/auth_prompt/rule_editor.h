@@ -6,10 +6,9 @@
 
 namespace auth_prompt {
 
-// `rules` (the bytes of a rule file, perhaps none) with the lock of the program at `target`
-// switched the other way: a rule that locks it is switched off, one that is off comes on again, and
-// where there is none a new one joins the list. Nothing when `rules` has no list that it could
-// join.
+// Returns `rules`, the content of a rule file, with the lock of the program at `target` toggled. If
+// rules lock the program, they are switched off; otherwise the first rule for it is switched on, or
+// a new rule is appended to the list. std::nullopt if there is no list to append to.
 std::optional<std::string> ToggleRule(std::string_view rules, std::wstring_view target);
 
 }  // namespace auth_prompt

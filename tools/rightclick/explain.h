@@ -5,9 +5,9 @@
 
 namespace rightclick {
 
-// Why the program at `target` counts as locked or not by `rules`, the bytes of the rule file: the
-// rule that locks it, or each rule that nearly does and what keeps it from it. Lines for people, in
-// UTF-8.
+// Explains why `rules`, the content of the rule file, lock the program at `target` or not: names
+// the rule that locks it, or each similar rule and why it does not match. Returns lines of UTF-8
+// text.
 std::string ExplainLock(std::string_view rules, const std::wstring& target);
 
 }  // namespace rightclick

@@ -27,8 +27,8 @@ std::wstring ReadDefaultValue(HKEY root, const std::wstring& path) {
     return text;
 }
 
-// The default value of a key of the classes. The user's come first; not every implementation of the
-// platform shows them under the merged root too.
+// Returns the default value of a class key. Reads the user's classes first, because Wine does not
+// merge them into HKEY_CLASSES_ROOT.
 std::wstring ReadClassValue(const std::wstring& path) {
     const std::wstring own = ReadDefaultValue(HKEY_CURRENT_USER, L"Software\\Classes\\" + path);
     return own.empty() ? ReadDefaultValue(HKEY_CLASSES_ROOT, path) : own;

@@ -26,7 +26,7 @@ constexpr int kOffered = 0;
 constexpr int kNothingOffered = 1;
 constexpr int kWrongUsage = 2;
 
-// Initialises COM for the thread, as the shell has done on its own.
+// Initialises COM for the calling thread, as the shell does for its threads.
 class ComApartment {
   public:
     ComApartment() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
@@ -35,7 +35,7 @@ class ComApartment {
     ComApartment& operator=(const ComApartment&) = delete;
 };
 
-int Complain(const std::string& what) {
+int FailUsage(const std::string& what) {
     console::Print(stderr, "rightclick: " + what + "\n");
     return kWrongUsage;
 }
@@ -44,7 +44,7 @@ std::string ReadLog() {
     return std::string(kelvaro::ReadFileBytes(kelvaro::kLogFilePath).View());
 }
 
-std::vector<std::string> LinesBehind(const std::string& log, size_t begin) {
+std::vector<std::string> LinesAfter(const std::string& log, size_t begin) {
     std::vector<std::string> lines;
     for (size_t at = begin; at < log.size();) {
         const size_t end = std::min(log.find("\r\n", at), log.size());
@@ -62,7 +62,7 @@ int ChangeRegistration(const Options& options) {
     return SUCCEEDED(result) ? kOffered : kNothingOffered;
 }
 
-// The handler to ask: the one that was named, or the registered one.
+// Returns the library of the command line, or the registered handler.
 std::optional<Handler> ChooseHandler(const Options& options, std::string& note) {
     if (!options.library.empty()) {
         return Handler{kelvaro::kShellExtClsid, options.library};
@@ -71,26 +71,26 @@ std::optional<Handler> ChooseHandler(const Options& options, std::string& note) 
     auto handler = FindHandler(fileClass);
     if (!handler) {
         handler = FindHandler(L"exefile");
-        note = "the shell asks no handler for this kind of file; asked the one for programs";
+        note = "no handler is registered for this kind of file; used the one for programs";
     }
     return handler;
 }
 
 int ReportRightClick(const Options& options) {
     if (options.popup && !MenuScreen::IsThere()) {
-        return Complain("--popup needs the Windows program and a screen");
+        return FailUsage("--popup needs the Windows program and a screen");
     }
     Surroundings surroundings;
     surroundings.colour = std::getenv("NO_COLOR") == nullptr && console::IsTerminal(stdout);
     const auto handler = ChooseHandler(options, surroundings.note);
     if (!handler) {
-        return Complain(
+        return FailUsage(
             "no handler is registered; register one with rightclick --register LIBRARY");
     }
     const size_t logBegin = options.log ? ReadLog().size() : 0;
     const Outcome outcome = RightClick(*handler, options);
     if (options.log) {
-        surroundings.logLines = LinesBehind(ReadLog(), logBegin);
+        surroundings.logLines = LinesAfter(ReadLog(), logBegin);
     }
     console::Print(stdout, options.json ? ReportAsJson(options, outcome, surroundings)
                                         : ReportAsText(options, outcome, surroundings));
@@ -100,7 +100,7 @@ int ReportRightClick(const Options& options) {
 int Explain(const std::wstring& file) {
     const std::wstring target = kelvaro::ResolveShortcutTarget(file);
     if (target.empty()) {
-        console::Print(stdout, "There is no program behind " + console::Utf8(file) + ".\n");
+        console::Print(stdout, console::Utf8(file) + " is not a program or a shortcut to one.\n");
         return kNothingOffered;
     }
     const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
@@ -110,7 +110,7 @@ int Explain(const std::wstring& file) {
 
 int Run(const Options& options) {
     if (!options.error.empty()) {
-        return Complain(options.error + " (rightclick --help tells how)");
+        return FailUsage(options.error + " (see rightclick --help)");
     }
     switch (options.action) {
         case Action::help:

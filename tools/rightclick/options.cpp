@@ -7,34 +7,36 @@
 namespace rightclick {
 
 const char* const kHelp =
-    R"(rightclick - does what the desktop shell does when somebody right-clicks a file
+    R"(rightclick - performs the desktop shell's calls for a right-click on a file
 
 usage: rightclick [options] FILE...
        rightclick --explain FILE
        rightclick --register LIBRARY | --unregister LIBRARY
 
-FILE... is one selection: Windows paths (C:\Apps\Tool.exe) or paths of this machine. The handler
-that is registered for the first file's class is loaded, asked for its menu item and unloaded.
+FILE... is one selection: Windows paths (C:\Apps\Tool.exe) or paths of this machine. rightclick loads
+the handler that is registered for the class of the first file, requests its menu item and unloads it.
 
-  --choose              choose the item too
-  --verb NAME           choose the command called NAME, whatever the item
-  --popup               show the menu on the screen, at the pointer, and carry out what is chosen
-                        there (the Windows program only)
-  --flags HEX           menu flags for the handler (1: default item only)
-  --library FILE        ask this library instead of the registered one
+  --choose              also choose the item
+  --verb NAME           choose the command with the verb NAME, even if there is no item
+  --popup               show the menu at the pointer and run the item that is chosen there (only the
+                        Windows program)
+  --flags HEX           flags for QueryContextMenu (1: default item only)
+  --library FILE        use this library instead of the registered one
   --log                 print the log lines that this right-click added
   --json                print one JSON object
-  --explain             say which rule locks the program, or what keeps the nearest ones from it
-  --register LIBRARY    make LIBRARY register itself
-  --unregister LIBRARY  make LIBRARY remove its registration
-  --help, --version
+  --explain             explain which rule locks the program, or why similar rules do not match
+  --register LIBRARY    call DllRegisterServer of LIBRARY
+  --unregister LIBRARY  call DllUnregisterServer of LIBRARY
+  --help                print this text
+  --version             print the version
 
-The JSON object has: files, offered, then text, verb and help (or reason), selection (who made the
-data object), load, initialize, query and invoke (results in hex, as far as it came), unloadable, log
-(with --log) and note. Colours are for terminals only, and not where NO_COLOR is set.
+The JSON object has the keys files and offered; text, verb and help, or reason; selection (the origin
+of the data object); load, initialize, query and invoke (results in hexadecimal, as far as the calls
+were made); unloadable; log (with --log); and note. Colours are used only on a terminal and only if
+NO_COLOR is not set.
 
-exit status: 0 an item was offered (or the registration succeeded), 1 none was, 2 wrong usage or
-nothing registered
+exit status: 0 if an item was offered (or the registration succeeded), 1 if not, 2 for wrong usage or
+if nothing is registered
 )";
 
 namespace {
@@ -54,35 +56,35 @@ bool ParseFlags(const std::wstring& text, UINT& flags) {
     return !text.empty() && *end == L'\0' && value <= 0xFFFFFFFFUL;
 }
 
-// Walks over the arguments; what is wrong with them ends up in the options.
+// Parses the arguments. The first error is stored in the options.
 class Parser {
   public:
     explicit Parser(const std::vector<std::wstring>& arguments) : arguments_(arguments) {}
 
     Options Parse() {
         while (options_.error.empty() && at_ < arguments_.size()) {
-            TakeOne(arguments_[at_++]);
+            ParseArgument(arguments_[at_++]);
         }
         const bool needsFile =
             options_.action == Action::rightClick || options_.action == Action::explain;
         if (needsFile && options_.error.empty() && options_.files.empty()) {
-            options_.error = "which file?";
+            options_.error = "no file is given";
         }
         return std::move(options_);
     }
 
   private:
-    void TakeOne(const std::wstring& argument) {
+    void ParseArgument(const std::wstring& argument) {
         if (onlyFiles_ || !argument.starts_with(L"-")) {
             options_.files.push_back(FullPath(argument));
         } else if (argument == L"--") {
             onlyFiles_ = true;
-        } else if (!TakeSwitch(argument) && !TakeSetting(argument)) {
+        } else if (!ParseSwitch(argument) && !ParseSetting(argument)) {
             options_.error = "unknown option " + console::Utf8(argument);
         }
     }
 
-    bool TakeSwitch(const std::wstring& name) {
+    bool ParseSwitch(const std::wstring& name) {
         if (name == L"--help") {
             options_.action = Action::help;
         } else if (name == L"--version") {
@@ -103,7 +105,7 @@ class Parser {
         return true;
     }
 
-    bool TakeSetting(const std::wstring& name) {
+    bool ParseSetting(const std::wstring& name) {
         const bool registers = name == L"--register";
         const bool unregisters = name == L"--unregister";
         if (registers || unregisters || name == L"--library") {

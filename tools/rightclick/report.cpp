@@ -38,7 +38,7 @@ std::string JsonList(const Texts& texts) {
     return "[" + list + "]";
 }
 
-// Why no item is there.
+// Returns why there is no item.
 std::string Reason(const Outcome& outcome) {
     if (FAILED(outcome.load)) {
         return "the library could not be used: " + DescribeResult(outcome.load);
@@ -81,7 +81,7 @@ std::string ReportAsText(const Options& options, const Outcome& outcome,
         text += "  chosen  " + DescribeResult(*outcome.invoke) + "\n";
     }
     if (SUCCEEDED(outcome.load) && outcome.canUnload != S_OK) {
-        text += "  warning the library says that it is still in use\n";
+        text += "  warning the library is still in use\n";
     }
     for (const std::string& line : surroundings.logLines) {
         text += "  log     " + paint(kGrey, line) + "\n";

@@ -8,18 +8,18 @@
 
 namespace rightclick {
 
-// What the report says beside the outcome.
+// What the report contains besides the outcome.
 struct Surroundings {
-    std::string note;                   // a word about how the handler was found; may be empty
-    bool colour = false;                // for a terminal
-    std::vector<std::string> logLines;  // that this right-click added, in UTF-8; only on request
+    std::string note;                   // how the handler was found; may be empty
+    bool colour = false;                // use terminal colours
+    std::vector<std::string> logLines;  // added by this right-click, in UTF-8
 };
 
-// The outcome for people, several lines.
+// Returns the outcome as lines of text.
 std::string ReportAsText(const Options& options, const Outcome& outcome,
                          const Surroundings& surroundings);
 
-// The same as one JSON object on one line.
+// Returns the same as one JSON object on one line.
 std::string ReportAsJson(const Options& options, const Outcome& outcome,
                          const Surroundings& surroundings);
 

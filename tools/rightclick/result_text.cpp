@@ -14,21 +14,21 @@ constexpr KnownResult kKnown[] = {
     {S_OK, "S_OK: done"},
     {S_FALSE, "S_FALSE: no"},
     {E_FAIL, "E_FAIL: failed"},
-    {E_INVALIDARG, "E_INVALIDARG: not for this selection"},
+    {E_INVALIDARG, "E_INVALIDARG: invalid argument"},
     {E_OUTOFMEMORY, "E_OUTOFMEMORY: not enough memory"},
-    {E_NOINTERFACE, "E_NOINTERFACE: not such an object"},
-    {E_POINTER, "E_POINTER: no place for the answer"},
-    {CLASS_E_NOAGGREGATION, "CLASS_E_NOAGGREGATION: cannot be part of another object"},
-    {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE: the library has no such class"},
+    {E_NOINTERFACE, "E_NOINTERFACE: interface not supported"},
+    {E_POINTER, "E_POINTER: invalid pointer"},
+    {CLASS_E_NOAGGREGATION, "CLASS_E_NOAGGREGATION: aggregation not supported"},
+    {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE: the library does not have this class"},
 };
 
 constexpr KnownResult kKnownErrors[] = {
     {ERROR_FILE_NOT_FOUND, "the file does not exist"},
     {ERROR_PATH_NOT_FOUND, "the folder does not exist"},
     {ERROR_ACCESS_DENIED, "access is denied"},
-    {ERROR_MOD_NOT_FOUND, "the library, or one that it needs, does not exist"},
-    {ERROR_PROC_NOT_FOUND, "the library has no such export"},
-    {ERROR_BAD_EXE_FORMAT, "the file is no library for this machine"},
+    {ERROR_MOD_NOT_FOUND, "the library or one that it depends on does not exist"},
+    {ERROR_PROC_NOT_FOUND, "the library does not have this export"},
+    {ERROR_BAD_EXE_FORMAT, "the file is not a library for this machine"},
 };
 
 bool IsSystemError(HRESULT result) noexcept {

@@ -6,10 +6,10 @@
 
 namespace rightclick {
 
-// `result` in hex and words: "0x80070057 (E_INVALIDARG: an argument is not valid)".
+// Returns `result` in hexadecimal and in words: "0x80070057 (E_INVALIDARG: invalid argument)".
 std::string DescribeResult(HRESULT result);
 
-// `result` in hex: "0x80070057".
+// Returns `result` in hexadecimal: "0x80070057".
 std::string HexResult(HRESULT result);
 
 }  // namespace rightclick

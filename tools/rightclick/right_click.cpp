@@ -3,6 +3,7 @@
 #include <shlobj.h>
 
 #include "common/owners.h"
+#include "common/result.h"
 #include "console/console.h"
 #include "rightclick/library.h"
 #include "rightclick/menu_screen.h"
@@ -13,7 +14,7 @@ namespace {
 
 using kelvaro::ComPtr;
 
-// The shell's numbers: its own items lie below.
+// The identifier range for the handler. The shell uses smaller ones for its own items.
 constexpr UINT kFirstId = 100;
 constexpr UINT kLastId = 0x7FFF;
 constexpr UINT kTextCapacity = 512;
@@ -46,8 +47,8 @@ std::wstring CommandText(IContextMenu& menu, UINT_PTR command, UINT kind) {
 }
 
 HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command, HWND owner) {
-    // Names stand on the stack: a handler tells a name from a number by the middle bits of the
-    // pointer, and some heaps lie where those are zero.
+    // The names are on the stack: a handler recognises a name by non-zero bits above the low 16 of
+    // the pointer, and some heaps are at addresses where these are zero.
     wchar_t wideVerb[kTextCapacity] = {};
     char verb[kTextCapacity] = {};
     lstrcpynW(wideVerb, options.verb.value_or(L"").c_str(), kTextCapacity);
@@ -69,7 +70,7 @@ HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>
     using GetClassObject = HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, LPVOID*);
     const auto getClassObject = library.Export<GetClassObject>("DllGetClassObject");
     if (getClassObject == nullptr) {
-        return HRESULT_FROM_WIN32(GetLastError());
+        return kelvaro::FailureFromWin32(GetLastError());
     }
     ComPtr<IClassFactory> factory;
     const HRESULT result = getClassObject(clsid, IID_IClassFactory, factory.Put());
@@ -118,7 +119,7 @@ Outcome RightClick(const Handler& handler, const Options& options) {
     Outcome outcome;
     const Library library(handler.library);
     if (!library.IsLoaded()) {
-        outcome.load = HRESULT_FROM_WIN32(GetLastError());
+        outcome.load = kelvaro::FailureFromWin32(GetLastError());
         return outcome;
     }
     {
