@@ -114,7 +114,7 @@ int Run(const Options& options) {
     }
     switch (options.action) {
         case Action::help:
-            console::Print(stdout, kHelp);
+            console::Print(stdout, HelpText());
             return kOffered;
         case Action::version:
             console::Print(stdout, "rightclick " KELVARO_VERSION "\n");

@@ -27,7 +27,7 @@ struct Options {
 // Parses the arguments after the program's name.
 Options ParseOptions(const std::vector<std::wstring>& arguments);
 
-// The text of --help.
-extern const char* const kHelp;
+// Returns the text of --help.
+std::string HelpText();
 
 }  // namespace rightclick

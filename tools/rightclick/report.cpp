@@ -1,6 +1,7 @@
 #include "rightclick/report.h"
 
-#include "common/text.h"
+#include <nlohmann/json.hpp>
+
 #include "console/console.h"
 #include "rightclick/result_text.h"
 
@@ -8,35 +9,6 @@ namespace rightclick {
 namespace {
 
 using console::Utf8;
-
-std::string JsonText(std::string_view text) {
-    std::string quoted = "\"";
-    for (const char byte : text) {
-        if (byte == '"' || byte == '\\') {
-            quoted.push_back('\\');
-            quoted.push_back(byte);
-        } else if (static_cast<unsigned char>(byte) < 0x20) {
-            quoted += "\\u";
-            kelvaro::AppendNumber(quoted, static_cast<unsigned char>(byte), 16, 4);
-        } else {
-            quoted.push_back(byte);
-        }
-    }
-    return quoted + "\"";
-}
-
-std::string JsonText(const std::wstring& text) {
-    return JsonText(Utf8(text));
-}
-
-template <class Texts>
-std::string JsonList(const Texts& texts) {
-    std::string list;
-    for (const auto& text : texts) {
-        list += (list.empty() ? "" : ", ") + JsonText(text);
-    }
-    return "[" + list + "]";
-}
 
 // Returns why there is no item.
 std::string Reason(const Outcome& outcome) {
@@ -91,35 +63,38 @@ std::string ReportAsText(const Options& options, const Outcome& outcome,
 
 std::string ReportAsJson(const Options& options, const Outcome& outcome,
                          const Surroundings& surroundings) {
-    std::string json = "{\"files\": " + JsonList(options.files);
-    json += std::string(", \"offered\": ") + (outcome.item ? "true" : "false");
-    if (outcome.item) {
-        json += ", \"text\": " + JsonText(outcome.item->text);
-        json += ", \"verb\": " + JsonText(outcome.item->verb);
-        json += ", \"help\": " + JsonText(outcome.item->help);
-    } else {
-        json += ", \"reason\": " + JsonText(Reason(outcome));
+    nlohmann::ordered_json json;
+    json["files"] = nlohmann::json::array();
+    for (const std::wstring& file : options.files) {
+        json["files"].push_back(Utf8(file));
     }
-    json +=
-        std::string(", \"selection\": ") + (outcome.shellSelection ? "\"shell\"" : "\"drop list\"");
-    json += ", \"load\": " + JsonText(HexResult(outcome.load));
+    json["offered"] = outcome.item.has_value();
+    if (outcome.item) {
+        json["text"] = Utf8(outcome.item->text);
+        json["verb"] = Utf8(outcome.item->verb);
+        json["help"] = Utf8(outcome.item->help);
+    } else {
+        json["reason"] = Reason(outcome);
+    }
+    json["selection"] = outcome.shellSelection ? "shell" : "drop list";
+    json["load"] = HexResult(outcome.load);
     if (SUCCEEDED(outcome.load)) {
-        json += ", \"initialize\": " + JsonText(HexResult(outcome.initialize));
+        json["initialize"] = HexResult(outcome.initialize);
         if (SUCCEEDED(outcome.initialize)) {
-            json += ", \"query\": " + JsonText(HexResult(outcome.query));
+            json["query"] = HexResult(outcome.query);
         }
-        json += std::string(", \"unloadable\": ") + (outcome.canUnload == S_OK ? "true" : "false");
+        json["unloadable"] = outcome.canUnload == S_OK;
     }
     if (outcome.invoke) {
-        json += ", \"invoke\": " + JsonText(HexResult(*outcome.invoke));
+        json["invoke"] = HexResult(*outcome.invoke);
     }
     if (options.log) {
-        json += ", \"log\": " + JsonList(surroundings.logLines);
+        json["log"] = surroundings.logLines;
     }
     if (!surroundings.note.empty()) {
-        json += ", \"note\": " + JsonText(surroundings.note);
+        json["note"] = surroundings.note;
     }
-    return json + "}\n";
+    return json.dump() + "\n";
 }
 
 }  // namespace rightclick
