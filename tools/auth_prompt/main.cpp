@@ -47,11 +47,11 @@ bool Toggle(const std::wstring& selectedPath) {
         return Complain("not a program or a shortcut to one: " + console::Utf8(selectedPath));
     }
     const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
-    const auto changed = auth_prompt::ToggleRule(rules.View(), target);
-    if (!changed) {
-        return Complain("the rule file has no list of rules");
+    const auto [changed, error] = auth_prompt::ToggleRule(rules.View(), target);
+    if (!error.empty()) {
+        return Complain(error + "; nothing changed");
     }
-    return ReplaceRules(*changed) || Complain("cannot write the rule file");
+    return ReplaceRules(changed) || Complain("cannot write the rule file");
 }
 
 void RecordCall() {

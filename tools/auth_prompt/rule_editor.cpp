@@ -1,79 +1,128 @@
 #include "auth_prompt/rule_editor.h"
 
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <vector>
+
 #include "console/console.h"
 #include "rules/lock_lookup.h"
 #include "rules/path_normalizer.h"
-#include "rules/rule_fields.h"
-#include "rules/rule_pieces.h"
 
 namespace auth_prompt {
 namespace {
 
-std::string NewRule(std::wstring_view target) {
-    std::string rule = R"({ "type": "exe", "enabled": true, "target": ")";
-    for (const char byte : console::Utf8(target)) {
-        if (byte == '\\') {
-            rule.push_back('\\');
+// Keeps the order of keys.
+using Json = nlohmann::ordered_json;
+
+// A rule of the document, with its text. The extension reads rules as text, so the text decides
+// whether a rule matches.
+struct Rule {
+    Json* object;
+    std::string text;
+};
+
+// Returns the flat objects of `document` in the order of the file.
+std::vector<Rule> FindFlatObjects(Json& document) {
+    std::vector<Rule> found;
+    std::vector<Json*> pending = {&document};
+    while (!pending.empty()) {
+        Json& value = *pending.back();
+        pending.pop_back();
+        if (value.is_object()) {
+            std::string text = value.dump();
+            if (text.find_first_of("{}", 1) == text.size() - 1) {
+                found.push_back({&value, std::move(text)});
+                continue;
+            }
         }
-        rule.push_back(byte);
+        const auto first = static_cast<ptrdiff_t>(pending.size());
+        for (Json& child : value) {
+            if (child.is_structured()) {
+                pending.push_back(&child);
+            }
+        }
+        std::reverse(pending.begin() + first, pending.end());
     }
-    return rule + R"(" })";
+    return found;
 }
 
-// Returns the text of a rule object with its switch set to `enabled`.
-std::string WithEnabled(std::string_view object, bool enabled) {
-    std::string changed(object);
-    const std::string word = enabled ? "true" : "false";
-    if (const auto old = kelvaro::FindBoolField(object, "enabled")) {
-        changed.replace(static_cast<size_t>(old->data() - object.data()), old->size(), word);
-    } else {
-        changed.insert(1, " \"enabled\": " + word + ",");
+// Returns the list of rules of `document`: itself, its member "rules" or its first list. Null if
+// there is none.
+Json* FindList(Json& document) {
+    if (document.is_array()) {
+        return &document;
     }
-    return changed;
-}
-
-// Returns `rules` with the rules for `canonicalPath` switched: all that lock are switched off, or
-// the first one is switched on. std::nullopt if there is no rule to switch.
-std::optional<std::string> SwitchRules(std::string_view rules, std::wstring_view canonicalPath) {
-    const bool locked = kelvaro::AnyRuleLocks(rules, canonicalPath);
-    std::string changed;
-    size_t copied = 0;
-    bool switched = false;
-    kelvaro::RulePieces pieces(rules);
-    while (const auto piece = pieces.Next()) {
-        const bool chosen =
-            piece->IsFlatObject() && (locked ? kelvaro::RuleLocks(piece->text, canonicalPath)
-                                             : kelvaro::IsRuleFor(piece->text, canonicalPath));
-        if (chosen && (locked || !switched)) {
-            const auto begin = static_cast<size_t>(piece->text.data() - rules.data());
-            changed.append(rules, copied, begin - copied).append(WithEnabled(piece->text, !locked));
-            copied = begin + piece->text.size();
-            switched = true;
+    if (!document.is_object()) {
+        return nullptr;
+    }
+    if (const auto rules = document.find("rules"); rules != document.end() && rules->is_array()) {
+        return &*rules;
+    }
+    for (Json& member : document) {
+        if (member.is_array()) {
+            return &member;
         }
     }
-    changed.append(rules, copied);
-    return switched ? std::optional(changed) : std::nullopt;
+    return nullptr;
+}
+
+void SwitchOff(Json& document, std::wstring_view canonicalPath) {
+    for (const Rule& rule : FindFlatObjects(document)) {
+        if (kelvaro::RuleLocks(rule.text, canonicalPath)) {
+            (*rule.object)["enabled"] = false;
+        }
+    }
+}
+
+// Switches on the first rule for the path. Returns false if there is none.
+bool SwitchOn(Json& document, std::wstring_view canonicalPath) {
+    for (const Rule& rule : FindFlatObjects(document)) {
+        if (kelvaro::IsRuleFor(rule.text, canonicalPath)) {
+            (*rule.object)["enabled"] = true;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Append(Json& document, std::wstring_view target) {
+    Json* const list = FindList(document);
+    if (list != nullptr) {
+        list->push_back({{"type", "exe"}, {"enabled", true}, {"target", console::Utf8(target)}});
+    }
+    return list != nullptr;
+}
+
+bool IsBlank(std::string_view rules) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    rules.remove_prefix(rules.starts_with(kMark) ? kMark.size() : 0);
+    return rules.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
 }  // namespace
 
-std::optional<std::string> ToggleRule(std::string_view rules, std::wstring_view target) {
-    if (auto switched = SwitchRules(rules, kelvaro::NormalizePath(target))) {
-        return switched;
+ToggleResult ToggleRule(std::string_view rules, std::wstring_view target) {
+    Json document = {{"rules", Json::array()}};
+    if (!IsBlank(rules)) {
+        try {
+            document = Json::parse(rules);
+        } catch (const Json::exception& error) {
+            return {{}, std::string("the rule file is not valid JSON: ") + error.what()};
+        }
     }
-    if (rules.find_first_not_of(" \t\r\n") == std::string_view::npos) {
-        return "{\n  \"rules\": [\n    " + NewRule(target) + "\n  ]\n}\n";
+    const std::wstring canonicalPath = kelvaro::NormalizePath(target);
+    const bool locked = kelvaro::AnyRuleLocks(rules, canonicalPath);
+    if (locked) {
+        SwitchOff(document, canonicalPath);
+    } else if (!SwitchOn(document, canonicalPath) && !Append(document, target)) {
+        return {{}, "the rule file has no list of rules"};
     }
-    std::string changed(rules);
-    const size_t listEnd = changed.rfind(']');
-    const size_t last = listEnd == 0 || listEnd == std::string::npos
-                            ? std::string::npos
-                            : changed.find_last_not_of(" \t\r\n", listEnd - 1);
-    if (last == std::string::npos) {
-        return std::nullopt;
+    std::string changed = document.dump(2) + "\n";
+    // Fails for a path with a brace in it, which no rule can lock.
+    if (kelvaro::AnyRuleLocks(changed, canonicalPath) == locked) {
+        return {{}, "a rule for " + console::Utf8(target) + " has no effect"};
     }
-    changed.insert(last + 1, (changed[last] == '[' ? "\n    " : ",\n    ") + NewRule(target));
-    return changed;
+    return {std::move(changed), {}};
 }
 
 }  // namespace auth_prompt
