@@ -1,8 +1,10 @@
 #include "registration/registration.h"
 #include "rightclick/handler.h"
 #include "rightclick/options.h"
+#include "rightclick/reason.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
+#include "rightclick/target.h"
 #include "support/fixture.h"
 
 namespace rightclick {
@@ -65,10 +67,66 @@ TEST(Options, ReportsWrongUsage) {
 
 TEST(ResultText, NamesKnownResults) {
     EXPECT_EQ(DescribeResult(E_FAIL), "0x80004005 (E_FAIL: failed)");
-    EXPECT_EQ(DescribeResult(HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)),
-              "0x80070005 (access is denied)");
-    EXPECT_EQ(DescribeResult(HRESULT_FROM_WIN32(1234)), "0x800704D2 (system error 1234)");
     EXPECT_EQ(DescribeResult(static_cast<HRESULT>(0x80040999)), "0x80040999");
+    const HRESULT denied = HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED);
+    EXPECT_PRED2(Contains, SystemText(denied), "denied");
+    EXPECT_EQ(DescribeResult(denied), "0x80070005 (" + SystemText(denied) + ")");
+    EXPECT_EQ(SystemText(static_cast<HRESULT>(0x80040999)), "");
+}
+
+TEST(Reason, IsInTheUsersTerms) {
+    const std::wstring tool = L"C:\\Apps\\Tool.exe";
+    Outcome notLoaded;
+    notLoaded.library = L"C:\\x.dll";
+    notLoaded.load = HRESULT_FROM_WIN32(ERROR_BAD_EXE_FORMAT);
+    const auto failedAt = [&notLoaded](LoadStep step) {
+        Outcome outcome = notLoaded;
+        outcome.loadStep = step;
+        return outcome;
+    };
+    Outcome refused;
+    refused.load = S_OK;
+    refused.initialize = E_INVALIDARG;
+    Outcome noQuery = refused;
+    noQuery.initialize = S_OK;
+    Outcome nothing = noQuery;
+    nothing.query = S_OK;
+    const struct {
+        std::vector<std::wstring> files;
+        Outcome outcome;
+        std::string reason;
+    } cases[] = {
+        {{tool}, notLoaded, "the registered library C:\\x.dll does not exist (0x800700C1)"},
+        {{tool},
+         failedAt(LoadStep::loadLibrary),
+         "the registered library C:\\x.dll cannot be loaded: "},
+        {{tool}, failedAt(LoadStep::findExport), "does not export DllGetClassObject"},
+        {{tool}, failedAt(LoadStep::createObject), "does not create the extension: "},
+        {{tool, tool},
+         refused,
+         "2 files are selected; the extension takes exactly one (0x80070057)"},
+        {{L"C:\\Apps\\readme.txt"},
+         refused,
+         "readme.txt is neither a program (.exe) nor a shortcut (.lnk) (0x80070057)"},
+        {{L"C:\\" + std::wstring(260, L'x') + L".exe"},
+         refused,
+         "the path has 267 characters; the extension reads at most 259 (0x80070057)"},
+        {{tool}, refused, "the extension refuses the selection: " + SystemText(E_INVALIDARG)},
+        {{tool}, noQuery, "the extension fails to build its item: " + SystemText(E_FAIL)},
+        {{tool}, nothing, "the extension adds nothing to the menu (0x00000000)"},
+    };
+    for (const auto& [files, outcome, reason] : cases) {
+        Options options;
+        options.files = files;
+        EXPECT_PRED2(Contains, ExplainNoItem(options, outcome), reason);
+    }
+    Options options;
+    options.files = {tool};
+    options.flags = 1;
+    options.library = L"C:\\x.dll";
+    EXPECT_PRED2(Contains, ExplainNoItem(options, nothing), "only the default item");
+    EXPECT_TRUE(ExplainNoItem(options, notLoaded).starts_with("the library C:\\x.dll"));
+    EXPECT_FALSE(Contains(ExplainNoItem(options, failedAt(LoadStep::loadLibrary)), "%1"));
 }
 
 TEST(Report, PrintsTextAndJson) {
@@ -80,25 +138,69 @@ TEST(Report, PrintsTextAndJson) {
     outcome.query = 1;
     outcome.item = {L"Lock", L"verb", L"Help"};
     outcome.invoke = E_FAIL;
-    EXPECT_EQ(ReportAsText(options, outcome, {"a note", false, {"line"}}),
-              "C:\\\xE5\xB7\xA5\"\t.exe\n  note    a note\n  item    Lock\n  verb    verb\n"
+    Surroundings surroundings;
+    surroundings.logLines = {"line"};
+    surroundings.notes = {"a note", "another"};
+    EXPECT_EQ(ReportAsText(options, outcome, surroundings),
+              "C:\\\xE5\xB7\xA5\"\t.exe\n  note    a note\n  note    another\n  item    Lock\n  "
+              "verb    verb\n"
               "  help    Help\n  chosen  0x80004005 (E_FAIL: failed)\n  log     line\n");
-    EXPECT_NE(ReportAsText(options, outcome, {"", true, {}}).find("\033[1;32mLock\033[0m"),
-              std::string::npos);
-    EXPECT_EQ(ReportAsJson(options, outcome, {"", false, {"line"}}),
+    EXPECT_EQ(ReportAsJson(options, outcome, surroundings),
               "{\"files\":[\"C:\\\\\xE5\xB7\xA5\\\"\\t.exe\"],\"offered\":true,"
               "\"text\":\"Lock\",\"verb\":\"verb\",\"help\":\"Help\","
               "\"selection\":\"drop list\",\"load\":\"0x00000000\",\"initialize\":\"0x00000000\","
               "\"query\":\"0x00000001\",\"unloadable\":true,\"invoke\":\"0x80004005\","
-              "\"log\":[\"line\"]}\n");
-    outcome = {};
-    EXPECT_NE(ReportAsText(options, outcome, {}).find("could not be used"), std::string::npos);
+              "\"log\":[\"line\"],\"note\":\"a note; another\"}\n");
+    surroundings.colour = true;
+    EXPECT_PRED2(Contains, ReportAsText(options, outcome, surroundings), "\033[1;32mLock\033[0m");
+    surroundings.problem = "nothing is registered";
+    options.log = false;
+    surroundings.notes.clear();
+    EXPECT_EQ(ReportAsJson(options, {}, surroundings),
+              "{\"files\":[\"C:\\\\\xE5\xB7\xA5\\\"\\t.exe\"],\"offered\":false,"
+              "\"reason\":\"nothing is registered\"}\n");
+}
+
+TEST_F(DriveTest, ReportShowsTheTargetAndTheLock) {
+    const std::wstring shortcuts = platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\";
+    Write(L"C:\\Test\\broken.lnk", "no shortcut");
+    const struct {
+        std::wstring file;
+        bool locked;
+        const char* lines;
+    } cases[] = {
+        {L"C:\\Apps\\Tool.exe", true, "\n  locked  yes\n"},
+        {shortcuts + L"tool.lnk", false,
+         "\n  target  C:\\Apps\\Tool.exe (does not exist)\n  locked  no\n"},
+        {shortcuts + L"document.lnk", false,
+         "\n  target  none: document.lnk leads to C:\\Apps\\readme.txt, which is not a program "
+         "(.exe); the item is offered as for an unlocked program, and the prompt gets the path of "
+         "the shortcut\n  locked  no\n"},
+        {shortcuts + L"control_panel.lnk", false, "it does not lead to a file; the item"},
+        {L"C:\\Test\\broken.lnk", false, "broken.lnk is not a readable shortcut"},
+        {L"C:\\Test\\missing.lnk", false, "missing.lnk does not exist; the item"},
+    };
+    for (const auto& [file, locked, lines] : cases) {
+        Options options;
+        options.files = {file};
+        Surroundings surroundings;
+        surroundings.target = ReadTarget(file);
+        surroundings.locked = locked;
+        EXPECT_PRED2(Contains, ReportAsText(options, {}, surroundings), lines);
+    }
+    Write(L"C:\\Apps\\Tool.exe", "MZ");
+    Options options;
+    options.files = {shortcuts + L"tool.lnk"};
+    Surroundings surroundings;
+    surroundings.target = ReadTarget(options.files[0]);
+    EXPECT_PRED2(Contains, ReportAsText(options, {}, surroundings), "Tool.exe\n  locked  no\n");
 }
 
 using HandlerTest = DriveTest;
 
 TEST_F(HandlerTest, FindsTheRegisteredLibrary) {
-    EXPECT_FALSE(FindHandler(L"exefile"));
+    const auto problem = [] { return FindRegistration(L"exefile").problem; };
+    EXPECT_EQ(problem(), "nothing is registered for exefile for this user");
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.EXE"), L"exefile");
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.lnk"), L"lnkfile");
     EXPECT_EQ(ClassOfFile(L"C:\\a.exe\\b"), L"");
@@ -110,9 +212,10 @@ TEST_F(HandlerTest, FindsTheRegisteredLibrary) {
         kelvaro::WriteRegistryString(HKEY_CURRENT_USER, key, L"", data);
     };
     write(handler, L"no class identifier");
-    EXPECT_FALSE(FindHandler(L"exefile"));
+    EXPECT_PRED2(Contains, problem(), "it is not a class identifier");
     write(handler, clsid);
-    EXPECT_FALSE(FindHandler(L"exefile")) << "the class has no library";
+    EXPECT_PRED2(Contains, problem(), "registered for exefile, but without a library");
+    EXPECT_FALSE(FindHandler(L"exefile"));
     write(L"Software\\Classes\\CLSID\\" + clsid + L"\\InprocServer32", L"C:\\x.dll");
     ASSERT_TRUE(FindHandler(L"exefile"));
     EXPECT_EQ(FindHandler(L"exefile")->library, L"C:\\x.dll");

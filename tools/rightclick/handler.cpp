@@ -6,6 +6,7 @@
 
 #include "common/owners.h"
 #include "common/text.h"
+#include "console/console.h"
 
 namespace rightclick {
 namespace {
@@ -53,15 +54,30 @@ std::wstring ClassOfFile(const std::wstring& file) {
     return known;
 }
 
-std::optional<Handler> FindHandler(const std::wstring& fileClass) {
+Registration FindRegistration(const std::wstring& fileClass) {
+    const std::string forClass = "registered for " + console::Utf8(fileClass);
     const std::wstring clsid =
         ReadClassValue(fileClass + L"\\shellex\\ContextMenuHandlers\\VorandelKelvaro");
+    if (clsid.empty()) {
+        return {{}, "nothing is " + forClass + " for this user"};
+    }
     Handler handler = {};
-    if (clsid.empty() || FAILED(CLSIDFromString(clsid.c_str(), &handler.clsid))) {
-        return std::nullopt;
+    if (FAILED(CLSIDFromString(clsid.c_str(), &handler.clsid))) {
+        return {
+            {},
+            "\"" + console::Utf8(clsid) + "\" is " + forClass + "; it is not a class identifier"};
     }
     handler.library = ReadClassValue(L"CLSID\\" + clsid + L"\\InprocServer32");
-    return handler.library.empty() ? std::nullopt : std::optional(handler);
+    if (handler.library.empty()) {
+        return {
+            {},
+            "the class " + console::Utf8(clsid) + " is " + forClass + ", but without a library"};
+    }
+    return {handler, {}};
+}
+
+std::optional<Handler> FindHandler(const std::wstring& fileClass) {
+    return FindRegistration(fileClass).handler;
 }
 
 }  // namespace rightclick

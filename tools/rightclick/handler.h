@@ -13,12 +13,20 @@ struct Handler {
     std::wstring library;
 };
 
+// The result of looking for the extension in the registry.
+struct Registration {
+    std::optional<Handler> handler;
+    std::string problem;  // why there is no handler
+};
+
 // Returns the registered class of the file name `file`, such as "exefile" or "lnkfile". Empty if
 // its extension is not registered.
 std::wstring ClassOfFile(const std::wstring& file);
 
-// Returns the handler of this extension that is registered for `fileClass`. std::nullopt if none is
-// registered or the registration is incomplete.
+// Returns the handler of this extension that is registered for `fileClass`.
+Registration FindRegistration(const std::wstring& fileClass);
+
+// Returns the handler of FindRegistration.
 std::optional<Handler> FindHandler(const std::wstring& fileClass);
 
 }  // namespace rightclick

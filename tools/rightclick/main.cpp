@@ -13,9 +13,11 @@
 #include "rightclick/library.h"
 #include "rightclick/menu_screen.h"
 #include "rightclick/options.h"
+#include "rightclick/reason.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
 #include "rightclick/right_click.h"
+#include "rightclick/target.h"
 #include "rules/lock_lookup.h"
 #include "server/clsid.h"
 
@@ -63,17 +65,33 @@ int ChangeRegistration(const Options& options) {
 }
 
 // Returns the library of the command line, or the registered handler.
-std::optional<Handler> ChooseHandler(const Options& options, std::string& note) {
+Registration ChooseHandler(const Options& options) {
     if (!options.library.empty()) {
-        return Handler{kelvaro::kShellExtClsid, options.library};
+        return {Handler{kelvaro::kShellExtClsid, options.library}, {}};
     }
-    const std::wstring fileClass = ClassOfFile(options.files.front());
-    auto handler = FindHandler(fileClass);
-    if (!handler) {
-        handler = FindHandler(L"exefile");
-        note = "no handler is registered for this kind of file; used the one for programs";
+    const std::wstring& file = options.files.front();
+    Registration found = FindRegistration(ClassOfFile(file));
+    // The shell does not load the extension for other files. Then the file is the reason, not the
+    // registration.
+    if (!found.handler && kelvaro::KindOfFile(file) == kelvaro::FileKind::other) {
+        found = FindRegistration(L"exefile");
+        found.problem = found.handler ? "" : ExplainSelection(options);
     }
-    return handler;
+    return found;
+}
+
+// Returns notes on selected files that Explorer does not show or does not show as files.
+std::vector<std::string> NotesOnFiles(const std::vector<std::wstring>& files) {
+    std::vector<std::string> notes;
+    for (const std::wstring& file : files) {
+        const DWORD attributes = GetFileAttributesW(file.c_str());
+        if (!kelvaro::PathExists(file.c_str())) {
+            notes.push_back(FileName(file) + " does not exist; Explorer could not have shown it");
+        } else if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+            notes.push_back(FileName(file) + " is a folder; Explorer has no such item for folders");
+        }
+    }
+    return notes;
 }
 
 int ReportRightClick(const Options& options) {
@@ -82,18 +100,23 @@ int ReportRightClick(const Options& options) {
     }
     Surroundings surroundings;
     surroundings.colour = std::getenv("NO_COLOR") == nullptr && console::IsTerminal(stdout);
-    const auto handler = ChooseHandler(options, surroundings.note);
-    if (!handler) {
-        return FailUsage(
-            "no handler is registered; register one with rightclick --register LIBRARY");
+    surroundings.notes = NotesOnFiles(options.files);
+    if (ExplainSelection(options).empty()) {
+        surroundings.target = ReadTarget(options.files.front());
+        surroundings.locked = kelvaro::IsTargetLocked(surroundings.target->program);
     }
+    const auto [handler, problem] = ChooseHandler(options);
+    surroundings.problem = problem;
     const size_t logBegin = options.log ? ReadLog().size() : 0;
-    const Outcome outcome = RightClick(*handler, options);
+    const Outcome outcome = handler ? RightClick(*handler, options) : Outcome{};
     if (options.log) {
         surroundings.logLines = LinesAfter(ReadLog(), logBegin);
     }
     console::Print(stdout, options.json ? ReportAsJson(options, outcome, surroundings)
                                         : ReportAsText(options, outcome, surroundings));
+    if (!handler) {
+        return kWrongUsage;
+    }
     return outcome.item ? kOffered : kNothingOffered;
 }
 

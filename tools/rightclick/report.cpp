@@ -2,7 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "common/file.h"
 #include "console/console.h"
+#include "rightclick/reason.h"
 #include "rightclick/result_text.h"
 
 namespace rightclick {
@@ -11,17 +13,45 @@ namespace {
 using console::Utf8;
 
 // Returns why there is no item.
-std::string Reason(const Outcome& outcome) {
-    if (FAILED(outcome.load)) {
-        return "the library could not be used: " + DescribeResult(outcome.load);
+std::string Reason(const Options& options, const Outcome& outcome,
+                   const Surroundings& surroundings) {
+    return surroundings.problem.empty() ? ExplainNoItem(options, outcome) : surroundings.problem;
+}
+
+std::string DescribeTarget(const Options& options, const Target& target) {
+    if (target.program.empty()) {
+        return "none: " + ExplainNoProgram(options.files.front(), target) +
+               "; the item is offered as for an unlocked program, and the prompt gets the path of "
+               "the shortcut";
     }
-    if (FAILED(outcome.initialize)) {
-        return "the selection was refused: " + DescribeResult(outcome.initialize);
+    const std::string program = Utf8(target.program);
+    if (target.program.find(L'%') != std::wstring::npos) {
+        return program + " (environment variables are not expanded)";
     }
-    if (FAILED(outcome.query)) {
-        return "the menu was refused: " + DescribeResult(outcome.query);
+    return kelvaro::PathExists(target.program.c_str()) ? program : program + " (does not exist)";
+}
+
+void AddResults(nlohmann::ordered_json& json, const Outcome& outcome) {
+    json["selection"] = outcome.shellSelection ? "shell" : "drop list";
+    json["load"] = HexResult(outcome.load);
+    if (SUCCEEDED(outcome.load)) {
+        json["initialize"] = HexResult(outcome.initialize);
+        if (SUCCEEDED(outcome.initialize)) {
+            json["query"] = HexResult(outcome.query);
+        }
+        json["unloadable"] = outcome.canUnload == S_OK;
     }
-    return "nothing was added to the menu: " + DescribeResult(outcome.query);
+    if (outcome.invoke) {
+        json["invoke"] = HexResult(*outcome.invoke);
+    }
+}
+
+std::string Join(const std::vector<std::string>& texts, const char* separator) {
+    std::string joined;
+    for (const std::string& text : texts) {
+        joined += (joined.empty() ? "" : separator) + text;
+    }
+    return joined;
 }
 
 }  // namespace
@@ -39,15 +69,21 @@ std::string ReportAsText(const Options& options, const Outcome& outcome,
     for (const std::wstring& file : options.files) {
         text += paint(kBold, Utf8(file)) + "\n";
     }
-    if (!surroundings.note.empty()) {
-        text += "  note    " + surroundings.note + "\n";
+    for (const std::string& note : surroundings.notes) {
+        text += "  note    " + note + "\n";
+    }
+    if (surroundings.target && surroundings.target->kind == kelvaro::FileKind::shortcut) {
+        text += "  target  " + DescribeTarget(options, *surroundings.target) + "\n";
+    }
+    if (surroundings.target) {
+        text += std::string("  locked  ") + (surroundings.locked ? "yes" : "no") + "\n";
     }
     if (outcome.item) {
         text += "  item    " + paint(kGreen, Utf8(outcome.item->text)) + "\n";
         text += "  verb    " + Utf8(outcome.item->verb) + "\n";
         text += "  help    " + Utf8(outcome.item->help) + "\n";
     } else {
-        text += "  " + paint(kRed, "no item") + " " + Reason(outcome) + "\n";
+        text += "  " + paint(kRed, "no item") + " " + Reason(options, outcome, surroundings) + "\n";
     }
     if (outcome.invoke) {
         text += "  chosen  " + DescribeResult(*outcome.invoke) + "\n";
@@ -74,25 +110,16 @@ std::string ReportAsJson(const Options& options, const Outcome& outcome,
         json["verb"] = Utf8(outcome.item->verb);
         json["help"] = Utf8(outcome.item->help);
     } else {
-        json["reason"] = Reason(outcome);
+        json["reason"] = Reason(options, outcome, surroundings);
     }
-    json["selection"] = outcome.shellSelection ? "shell" : "drop list";
-    json["load"] = HexResult(outcome.load);
-    if (SUCCEEDED(outcome.load)) {
-        json["initialize"] = HexResult(outcome.initialize);
-        if (SUCCEEDED(outcome.initialize)) {
-            json["query"] = HexResult(outcome.query);
-        }
-        json["unloadable"] = outcome.canUnload == S_OK;
-    }
-    if (outcome.invoke) {
-        json["invoke"] = HexResult(*outcome.invoke);
+    if (surroundings.problem.empty()) {
+        AddResults(json, outcome);
     }
     if (options.log) {
         json["log"] = surroundings.logLines;
     }
-    if (!surroundings.note.empty()) {
-        json["note"] = surroundings.note;
+    if (!surroundings.notes.empty()) {
+        json["note"] = Join(surroundings.notes, "; ");
     }
     return json.dump() + "\n";
 }

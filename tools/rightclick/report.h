@@ -1,16 +1,21 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "rightclick/options.h"
 #include "rightclick/right_click.h"
+#include "rightclick/target.h"
 
 namespace rightclick {
 
 // What the report contains besides the outcome.
 struct Surroundings {
-    std::string note;                   // how the handler was found; may be empty
+    std::vector<std::string> notes;
+    std::string problem;                // why there is no handler; empty if there is one
+    std::optional<Target> target;       // of the only selected program or shortcut
+    bool locked = false;                // a rule locks its program
     bool colour = false;                // use terminal colours
     std::vector<std::string> logLines;  // added by this right-click, in UTF-8
 };

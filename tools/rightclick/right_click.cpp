@@ -2,6 +2,7 @@
 
 #include <shlobj.h>
 
+#include "common/file.h"
 #include "common/owners.h"
 #include "common/result.h"
 #include "console/console.h"
@@ -66,12 +67,15 @@ HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command, HWN
     return menu.InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&request));
 }
 
-HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>& object) {
+HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>& object,
+                   LoadStep& step) {
+    step = LoadStep::findExport;
     using GetClassObject = HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, LPVOID*);
     const auto getClassObject = library.Export<GetClassObject>("DllGetClassObject");
     if (getClassObject == nullptr) {
         return kelvaro::FailureFromWin32(GetLastError());
     }
+    step = LoadStep::createObject;
     ComPtr<IClassFactory> factory;
     const HRESULT result = getClassObject(clsid, IID_IClassFactory, factory.Put());
     return FAILED(result) ? result
@@ -117,14 +121,17 @@ void UseObject(IShellExtInit& object, const Options& options, Outcome& outcome) 
 
 Outcome RightClick(const Handler& handler, const Options& options) {
     Outcome outcome;
+    outcome.library = handler.library;
     const Library library(handler.library);
     if (!library.IsLoaded()) {
         outcome.load = kelvaro::FailureFromWin32(GetLastError());
+        outcome.loadStep = kelvaro::PathExists(handler.library.c_str()) ? LoadStep::loadLibrary
+                                                                        : LoadStep::findLibrary;
         return outcome;
     }
     {
         ComPtr<IShellExtInit> object;
-        outcome.load = MakeObject(library, handler.clsid, object);
+        outcome.load = MakeObject(library, handler.clsid, object, outcome.loadStep);
         if (SUCCEEDED(outcome.load)) {
             UseObject(*object.Get(), options, outcome);
         }

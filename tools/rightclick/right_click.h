@@ -18,10 +18,15 @@ struct Item {
     std::wstring help;
 };
 
+// The last step of making the extension's object.
+enum class LoadStep { findLibrary, loadLibrary, findExport, createObject };
+
 // The results of one right-click.
 struct Outcome {
-    bool shellSelection = false;    // the data object comes from the shell
-    HRESULT load = E_FAIL;          // of loading the library and creating the object
+    std::wstring library;         // the library of the handler
+    bool shellSelection = false;  // the data object comes from the shell
+    HRESULT load = E_FAIL;        // of loading the library and creating the object
+    LoadStep loadStep = LoadStep::findLibrary;
     HRESULT initialize = E_FAIL;    // of IShellExtInit::Initialize
     HRESULT query = E_FAIL;         // of QueryContextMenu; the number of items on success
     std::optional<Item> item;       // the added item
