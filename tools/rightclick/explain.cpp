@@ -1,163 +1,180 @@
 #include "rightclick/explain.h"
 
-#include <windows.h>
-
 #include <algorithm>
-#include <charconv>
+#include <nlohmann/json.hpp>
 
-#include "common/code_page.h"
-#include "console/console.h"
+#include "rightclick/explain_near_miss.h"
 #include "rules/lock_lookup.h"
-#include "rules/path_normalizer.h"
-#include "rules/rule_fields.h"
 #include "rules/rule_pieces.h"
 
 namespace rightclick {
 namespace {
 
-using console::Utf8;
-using kelvaro::ExtractStringField;
-using kelvaro::NormalizePath;
-
 using kelvaro::RulePiece;
 
-// Returns the line number of the first byte of `piece` that is neither a brace nor white space.
-size_t LineOf(std::string_view rules, const RulePiece& piece) {
-    const auto begin = static_cast<size_t>(piece.text.data() - rules.data());
-    const size_t first =
-        begin + std::min(piece.text.find_first_not_of("{ \t\r\n"), piece.text.size());
-    const auto end = rules.begin() + static_cast<ptrdiff_t>(first);
-    return 1 + static_cast<size_t>(std::count(rules.begin(), end, '\n'));
-}
+// More remarks hide the important ones.
+constexpr size_t kMaxRemarks = 10;
 
-std::wstring TargetOf(std::string_view text) {
-    return kelvaro::WideFromBytes(CP_UTF8, 0, ExtractStringField(text, "target", {}));
-}
+// The most important kind first.
+enum class Kind { locks, switchedOff, nearMiss, ignored, otherPath, file };
 
-std::wstring FileName(std::wstring_view canonical) {
-    return std::wstring(canonical.substr(canonical.rfind(L'\\') + 1));
-}
-
-// Returns the target with its escapes decoded as in JSON, \u included.
-std::wstring TargetWithCodePoints(std::string_view text) {
-    const auto raw = kelvaro::FindStringField(text, "target");
-    std::wstring target;
-    for (std::wstring units = kelvaro::WideFromBytes(CP_UTF8, 0, raw.value_or(""));
-         !units.empty();) {
-        size_t taken = 1;
-        wchar_t unit = units[0];
-        if (units.size() >= 2 && unit == L'\\') {
-            unit = units[1];
-            taken = 2;
-            const std::string digits = Utf8(units.substr(2, 4));
-            unsigned value = 0;
-            const auto [end, error] =
-                std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
-            if (unit == L'u' && error == std::errc() && end == digits.data() + 4) {
-                unit = static_cast<wchar_t>(value);
-                taken = 6;
-            }
-        }
-        target.push_back(unit);
-        units.erase(0, taken);
-    }
-    return target;
-}
-
-std::wstring WithoutSeparators(std::wstring text) {
-    std::erase(text, L'\\');
-    return text;
-}
-
-// Explains why a similar rule does not match. Empty if the rule is unrelated.
-std::string NearMiss(std::string_view text, std::wstring_view canonical) {
-    const std::wstring target = TargetOf(text);
-    const std::wstring other = NormalizePath(target);
-    if (other == canonical) {
-        const std::string type = ExtractStringField(text, "type", {});
-        return "its type is \"" + type + "\"; only \"exe\" locks a program";
-    }
-    if (NormalizePath(TargetWithCodePoints(text)) == canonical) {
-        return "its path contains \\u escapes, which are not decoded; write the characters "
-               "themselves, "
-               "in UTF-8";
-    }
-    if (!other.empty() && other == WithoutSeparators(std::wstring(canonical))) {
-        return "its backslashes are not doubled, so they are lost: the path is " + Utf8(target);
-    }
-    if (FileName(other) == FileName(canonical)) {
-        return "it names another path, " + Utf8(other) +
-               " (paths are compared as written: nothing is expanded or resolved)";
-    }
-    return {};
-}
-
-std::string InLine(size_t line, std::string_view what) {
-    return "  line " + std::to_string(line) + ": " + std::string(what) + "\n";
-}
+struct Finding {
+    Kind kind;
+    Remark remark;
+};
 
 bool IsUtf16(std::string_view rules) {
-    return rules.starts_with("\xFF\xFE") || rules.starts_with("\xFE\xFF");
+    return rules.starts_with("\xFF\xFE") || rules.starts_with("\xFE\xFF") ||
+           (rules.size() >= 2 && (rules[0] == '\0') != (rules[1] == '\0'));
 }
 
-// Explains why a piece that contains the fields of a rule is not a flat object.
-const char* ExplainBraces(std::string_view rules, const RulePiece& piece) {
-    if (piece.text.data() == rules.data() && !piece.opened) {
-        return "a rule for it is ignored: there is no opening brace before it";
+// Explains why a piece that means `program` is not a flat object. Empty if it does not mean it.
+std::string ExplainBraces(std::string_view rules, const RulePiece& piece, const Program& program) {
+    const bool means = kelvaro::IsRuleFor(piece.text, program.canonical) ||
+                       !ExplainNearMiss(piece.text, program).empty();
+    if (!means) {
+        return {};
     }
-    if (piece.text.data() + piece.text.size() == rules.data() + rules.size() && !piece.closed) {
-        return "a rule for it is ignored: there is no closing brace after it";
+    const size_t begin = static_cast<size_t>(piece.text.data() - rules.data());
+    if (begin == 0 && !piece.opened) {
+        return "a rule for it has no opening brace: write { before it";
     }
-    return "a rule for it is ignored: there is a brace inside it (a nested object, or a brace in a "
-           "text)";
+    if (begin + piece.text.size() == rules.size() && !piece.closed) {
+        return "a rule for it has no closing brace: write } after it";
+    }
+    return "a rule for it is ignored, because it contains an object or a brace: remove that from "
+           "the rule";
 }
 
-std::string ExplainPiece(std::string_view rules, const RulePiece& piece,
-                         std::wstring_view canonical) {
-    const size_t line = LineOf(rules, piece);
-    if (!piece.IsFlatObject()) {
-        const bool named = NormalizePath(TargetOf(piece.text)) == canonical;
-        return named ? InLine(line, ExplainBraces(rules, piece)) : std::string();
+class Explainer {
+  public:
+    Explainer(std::string_view rules, const std::wstring& target)
+        : rules_(rules), program_(target) {}
+
+    Explanation Run() {
+        kelvaro::RulePieces pieces(rules_);
+        while (const auto piece = pieces.Next()) {
+            explanation_.rules += piece->IsFlatObject() ? 1 : 0;
+            Examine(*piece);
+        }
+        ExamineProgram();
+        ExamineSyntax();
+        explanation_.canonical = program_.canonical;
+        Summarise();
+        return std::move(explanation_);
     }
-    if (kelvaro::IsRuleFor(piece.text, canonical)) {
-        return InLine(line, "a rule for it is switched off (\"enabled\" is false)");
+
+  private:
+    void Examine(const RulePiece& piece) {
+        const std::string_view text = piece.text;
+        if (!piece.IsFlatObject()) {
+            Add(Kind::ignored, text, ExplainBraces(rules_, piece, program_));
+        } else if (kelvaro::RuleLocks(text, program_.canonical)) {
+            const auto begin = static_cast<size_t>(text.data() - rules_.data());
+            const std::string surprise = ExplainUnexpectedLock(text, rules_.substr(0, begin));
+            Add(Kind::locks, text,
+                surprise.empty() ? "this rule locks it" : "this rule locks it; " + surprise);
+        } else if (kelvaro::IsRuleFor(text, program_.canonical)) {
+            Add(Kind::switchedOff, text,
+                "the rule for it is switched off: write \"enabled\": true");
+        } else if (const std::string miss = ExplainNearMiss(text, program_); !miss.empty()) {
+            Add(Kind::nearMiss, text, miss);
+        } else {
+            Add(Kind::otherPath, text, ExplainOtherPath(text, program_));
+        }
     }
-    const std::string miss = NearMiss(piece.text, canonical);
-    return miss.empty() ? miss : InLine(line, "a similar rule does not match: " + miss);
-}
+
+    // `text` is the piece of the rule file that the remark is about, after those of earlier calls.
+    void Add(Kind kind, std::string_view text, const std::string& remark) {
+        if (remark.empty()) {
+            return;
+        }
+        const auto begin = static_cast<size_t>(text.data() - rules_.data());
+        // The line of the first field, not of the brace before it.
+        const size_t first = begin + std::min(text.find_first_not_of("{ \t\r\n"), text.size());
+        const std::string_view passed = rules_.substr(counted_, first - counted_);
+        line_ += static_cast<size_t>(std::count(passed.begin(), passed.end(), '\n'));
+        counted_ = first;
+        findings_.push_back({kind, {line_, remark}});
+    }
+
+    void ExamineProgram() {
+        if (program_.canonical.find_first_of(L"{}") != std::wstring::npos) {
+            findings_.push_back({Kind::switchedOff,
+                                 {0,
+                                  "its path contains a brace, and rules with braces inside are "
+                                  "ignored: it cannot be locked"}});
+        }
+        if (program_.canonical.find(L'%') != std::wstring::npos) {
+            findings_.push_back({Kind::file,
+                                 {0,
+                                  "its path is compared as it is written, with the name of the "
+                                  "environment variable"}});
+        }
+    }
+
+    void ExamineSyntax() {
+        if (explanation_.rules == 0) {
+            return;
+        }
+        try {
+            [[maybe_unused]] const auto document = nlohmann::json::parse(rules_);
+        } catch (const nlohmann::json::exception& error) {
+            const std::string text = error.what();
+            const size_t at = std::min(text.find("at line"), text.size());
+            findings_.push_back({Kind::file,
+                                 {0, "the rule file is not valid JSON (" +
+                                         text.substr(at, text.find(':', at) - at) +
+                                         "); other programs may refuse it"}});
+        }
+    }
+
+    // Takes the most important finding as the reason and the first ones of the others as remarks.
+    void Summarise() {
+        const auto reason = std::min_element(
+            findings_.begin(), findings_.end(),
+            [](const Finding& left, const Finding& right) { return left.kind < right.kind; });
+        const bool locked = reason != findings_.end() && reason->kind == Kind::locks;
+        explanation_.state = locked ? LockState::locked : LockState::notLocked;
+        if (reason == findings_.end() || reason->kind == Kind::file) {
+            const std::string count = std::to_string(explanation_.rules);
+            explanation_.reason = {0,
+                                   explanation_.rules == 0
+                                       ? "the rule file contains no rule (text in braces)"
+                                       : "none of the " + count + " rules in the file is for it"};
+        } else {
+            explanation_.reason = reason->remark;
+            findings_.erase(reason);
+        }
+        const size_t shown = std::min(findings_.size(), kMaxRemarks);
+        for (size_t at = 0; at < shown; ++at) {
+            explanation_.remarks.push_back(findings_[at].remark);
+        }
+        if (shown < findings_.size()) {
+            explanation_.remarks.push_back(
+                {0, std::to_string(findings_.size() - shown) + " more remarks are not shown"});
+        }
+    }
+
+    std::string_view rules_;
+    Program program_;
+    std::vector<Finding> findings_;
+    size_t counted_ = 0;  // how far the lines are counted
+    size_t line_ = 1;
+    Explanation explanation_;
+};
 
 }  // namespace
 
-std::string ExplainLock(std::string_view rules, const std::wstring& target) {
-    const std::wstring canonical = NormalizePath(target);
-    const std::string program = "The program " + Utf8(target);
-    if (rules.empty()) {
-        return program + " is not locked: the rule file is missing, empty or unreadable.\n";
-    }
+Explanation ExplainLock(std::string_view rules, const std::wstring& target) {
     if (IsUtf16(rules)) {
-        return program + " is not locked: the rule file is in UTF-16; only UTF-8 is supported.\n";
+        Explanation explanation;
+        explanation.state = LockState::notLocked;
+        explanation.reason = {0, "the rule file is in UTF-16: save it as UTF-8"};
+        explanation.canonical = Program(target).canonical;
+        return explanation;
     }
-    std::string notes;
-    size_t objects = 0;
-    kelvaro::RulePieces pieces(rules);
-    while (const auto piece = pieces.Next()) {
-        objects += piece->IsFlatObject() ? 1 : 0;
-        if (piece->IsFlatObject() && kelvaro::RuleLocks(piece->text, canonical)) {
-            return std::string(program)
-                .append(" is locked:\n")
-                .append(notes)
-                .append(InLine(LineOf(rules, *piece), "this rule locks it"));
-        }
-        notes += ExplainPiece(rules, *piece, canonical);
-    }
-    std::string answer = program + " is not locked";
-    if (canonical.find_first_of(L"{}") != std::wstring::npos) {
-        notes += "  its path contains a brace; a rule with a brace in it is always ignored\n";
-    }
-    answer += notes.empty()
-                  ? ": none of the " + std::to_string(objects) + " rules in the file matches it.\n"
-                  : ":\n" + notes;
-    return answer + "  compared as " + Utf8(canonical) + "\n";
+    return Explainer(rules, target).Run();
 }
 
 }  // namespace rightclick

@@ -8,7 +8,7 @@
 #include "console/console.h"
 #include "log/log.h"
 #include "menu/shortcut_target.h"
-#include "rightclick/explain.h"
+#include "rightclick/explain_report.h"
 #include "rightclick/handler.h"
 #include "rightclick/library.h"
 #include "rightclick/menu_screen.h"
@@ -27,6 +27,11 @@ namespace {
 constexpr int kOffered = 0;
 constexpr int kNothingOffered = 1;
 constexpr int kWrongUsage = 2;
+
+// The exit status of --explain.
+constexpr int kLocked = 0;
+constexpr int kNotLocked = 1;
+constexpr int kCannotTell = 2;
 
 // Initialises COM for the calling thread, as the shell does for its threads.
 class ComApartment {
@@ -120,15 +125,18 @@ int ReportRightClick(const Options& options) {
     return outcome.item ? kOffered : kNothingOffered;
 }
 
-int Explain(const std::wstring& file) {
-    const std::wstring target = kelvaro::ResolveShortcutTarget(file);
-    if (target.empty()) {
-        console::Print(stdout, console::Utf8(file) + " is not a program or a shortcut to one.\n");
-        return kNothingOffered;
+int Explain(const Options& options) {
+    const ExplainReport report = ExplainFile(options.files.front());
+    console::Print(stdout, options.json ? ReportAsJson(report) : ReportAsText(report));
+    switch (report.explanation.state) {
+        case LockState::locked:
+            return kLocked;
+        case LockState::notLocked:
+            return kNotLocked;
+        case LockState::unknown:
+            break;
     }
-    const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
-    console::Print(stdout, ExplainLock(rules.View(), target));
-    return kOffered;
+    return kCannotTell;
 }
 
 int Run(const Options& options) {
@@ -146,7 +154,7 @@ int Run(const Options& options) {
         case Action::unregisterLibrary:
             return ChangeRegistration(options);
         case Action::explain:
-            return Explain(options.files.front());
+            return Explain(options);
         case Action::rightClick:
             break;
     }
