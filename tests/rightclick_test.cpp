@@ -1,3 +1,6 @@
+#include <csignal>
+
+#include "common/file.h"
 #include "registration/registration.h"
 #include "rightclick/handler.h"
 #include "rightclick/options.h"
@@ -5,6 +8,7 @@
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
 #include "rightclick/target.h"
+#include "rightclick/watch.h"
 #include "support/fixture.h"
 
 namespace rightclick {
@@ -35,6 +39,7 @@ TEST(Options, ChooseTheAction) {
     } cases[] = {{{L"--register", L"C:\\l.dll"}, Action::registerLibrary},
                  {{L"--unregister", L"C:\\l.dll"}, Action::unregisterLibrary},
                  {{L"--explain", L"C:\\\u5DE5.exe"}, Action::explain},
+                 {{L"--watch"}, Action::watch},
                  {{L"--version", L"--explain"}, Action::version},
                  {{L"--help", L"--version"}, Action::help}};
     for (const auto& [arguments, action] : cases) {
@@ -59,6 +64,8 @@ TEST(Options, ReportsWrongUsage) {
                  {{L"C:\\a.exe", L"--flags", L"100000000"}, "is not a hexadecimal number"},
                  {{L"--explain", L"C:\\a.exe", L"C:\\b.exe"}, "--explain takes one FILE"},
                  {{L"--explain", L"C:\\a.exe", L"--register", L"C:\\l.dll"}, "excludes"},
+                 {{L"--explain"}, "--explain takes one FILE"},
+                 {{L"--watch", L"C:\\a.exe"}, "FILE is only for right-clicks"},
                  {{L"--register"}, "--register: 1 required LIBRARY missing"}};
     for (const auto& [arguments, error] : cases) {
         EXPECT_PRED2(Contains, ParseOptions(arguments).error, error);
@@ -219,6 +226,50 @@ TEST_F(HandlerTest, FindsTheRegisteredLibrary) {
     write(L"Software\\Classes\\CLSID\\" + clsid + L"\\InprocServer32", L"C:\\x.dll");
     ASSERT_TRUE(FindHandler(L"exefile"));
     EXPECT_EQ(FindHandler(L"exefile")->library, L"C:\\x.dll");
+}
+
+class LogFollowerTest : public DriveTest {
+  public:
+    using Lines = std::vector<std::string>;
+
+    static void Append(const std::string& bytes) { kelvaro::AppendToFile(kLog, bytes); }
+};
+
+TEST_F(LogFollowerTest, ReturnsNewLines) {
+    Write(kLog, "old\r\n");
+    LogFollower follower;
+    EXPECT_EQ(follower.Poll(), Lines());
+    Append("one\r\ntwo \xE4\r\nthr");
+    EXPECT_EQ(follower.Poll(), (Lines{"one", "two \xC3\xA4"}));
+    EXPECT_EQ(follower.Poll(), Lines());
+    Append("ee\r\n");
+    EXPECT_EQ(follower.Poll(), (Lines{"three"}));
+}
+
+TEST_F(LogFollowerTest, CopesWithMissingAndReplacedLogs) {
+    LogFollower follower;
+    EXPECT_EQ(follower.Poll(), Lines()) << "there is no log";
+    Write(kLog, "one\r\ntwo\r\n");
+    EXPECT_EQ(follower.Poll(), (Lines{"one", "two"}));
+    DeleteFileW(kLog);
+    EXPECT_EQ(follower.Poll(), Lines());
+    Write(kLog, "one\r\ntwo\r\n");
+    EXPECT_EQ(follower.Poll(), (Lines{"one", "two"})) << "a new log";
+    Write(kLog, "six\r\n");
+    EXPECT_EQ(follower.Poll(), (Lines{"six"})) << "a shorter log";
+    Write(kLog, "seven\r\neight\r\n");
+    EXPECT_EQ(follower.Poll(), (Lines{"seven", "eight"})) << "a longer log";
+}
+
+TEST_F(LogFollowerTest, CtrlCEndsTheWatch) {
+    {
+        const InterruptCatcher catcher;
+        EXPECT_FALSE(InterruptCatcher::IsInterrupted());
+        std::raise(SIGINT);
+        EXPECT_TRUE(InterruptCatcher::IsInterrupted());
+    }
+    const InterruptCatcher next;
+    EXPECT_FALSE(InterruptCatcher::IsInterrupted());
 }
 
 }  // namespace

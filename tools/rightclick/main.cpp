@@ -6,7 +6,6 @@
 
 #include "common/file.h"
 #include "console/console.h"
-#include "log/log.h"
 #include "menu/shortcut_target.h"
 #include "rightclick/explain_report.h"
 #include "rightclick/handler.h"
@@ -18,6 +17,7 @@
 #include "rightclick/result_text.h"
 #include "rightclick/right_click.h"
 #include "rightclick/target.h"
+#include "rightclick/watch.h"
 #include "rules/lock_lookup.h"
 #include "server/clsid.h"
 
@@ -45,20 +45,6 @@ class ComApartment {
 int FailUsage(const std::string& what) {
     console::Print(stderr, "rightclick: " + what + "\n");
     return kWrongUsage;
-}
-
-std::string ReadLog() {
-    return std::string(kelvaro::ReadFileBytes(kelvaro::kLogFilePath).View());
-}
-
-std::vector<std::string> LinesAfter(const std::string& log, size_t begin) {
-    std::vector<std::string> lines;
-    for (size_t at = begin; at < log.size();) {
-        const size_t end = std::min(log.find("\r\n", at), log.size());
-        lines.push_back(console::Utf8(console::FromLatin1(log.substr(at, end - at))));
-        at = end + 2;
-    }
-    return lines;
 }
 
 int ChangeRegistration(const Options& options) {
@@ -155,6 +141,9 @@ int Run(const Options& options) {
             return ChangeRegistration(options);
         case Action::explain:
             return Explain(options);
+        case Action::watch:
+            WatchLog();
+            return kOffered;
         case Action::rightClick:
             break;
     }

@@ -20,18 +20,22 @@ constexpr char kUsage[] =
     R"(
 Usage: rightclick [OPTIONS] FILE...
        rightclick --explain [--json] FILE
+       rightclick --watch
        rightclick --register LIBRARY | --unregister LIBRARY
 )";
 
 constexpr char kFooter[] =
     R"(The JSON object of a right-click has the keys files and offered; text, verb and help, or reason;
 selection (the origin of the data object); load, initialize, query and invoke (results in hexadecimal,
-as far as the calls were made); unloadable; log (with --log); and note.
+as far as the calls were made); unloadable; log (with --log); and note. The JSON object of --explain
+has the keys file, target, locked (null: cannot tell), reason, remarks, compared and rule_file.
 
 Colours are used only on a terminal and only if NO_COLOR is not set.
 
-Exit status: 0 if an item was offered (or the registration succeeded), 1 if not, 2 for wrong usage or
-if nothing is registered.
+Exit status of a right-click: 0 if an item was offered, 1 if not, 2 if nothing is registered.
+Exit status of --explain: 0 if the program is locked, 1 if not, 2 if rightclick cannot tell.
+Exit status of --register and --unregister: 0 on success, 1 on failure.
+Wrong usage always ends with the exit status 2.
 )";
 
 // Prints the forms of a call instead of one generated line, and no relations between options.
@@ -95,18 +99,30 @@ class CommandLine {
             options_.error = error.what();
             return options_;
         }
-        const bool needsFile =
-            options_.action == Action::rightClick || options_.action == Action::explain;
-        if (needsFile && options_.files.empty()) {
-            options_.error = "no FILE is given";
-        }
-        if (options_.action == Action::explain && options_.files.size() > 1) {
-            options_.error = "--explain takes one FILE";
-        }
+        options_.error = CheckFiles();
         return options_;
     }
 
   private:
+    // Returns why the number of files is wrong. Empty if it is right.
+    std::string CheckFiles() const {
+        const size_t count = options_.files.size();
+        switch (options_.action) {
+            case Action::rightClick:
+                return count == 0 ? "no FILE is given" : "";
+            case Action::explain:
+                return count != 1 ? "--explain takes one FILE" : "";
+            case Action::watch:
+            case Action::registerLibrary:
+            case Action::unregisterLibrary:
+                return count != 0 ? "FILE is only for right-clicks and --explain" : "";
+            case Action::help:
+            case Action::version:
+                break;
+        }
+        return {};
+    }
+
     void AddFiles() {
         app_.add_option_function<std::vector<std::string>>(
                 "FILE",
@@ -140,6 +156,9 @@ class CommandLine {
         AddAction(app_.add_flag_callback(
             "--explain", [this] { options_.action = Action::explain; },
             "explain which rule locks the program, or why\nsimilar rules do not match"));
+        AddAction(app_.add_flag_callback(
+            "--watch", [this] { options_.action = Action::watch; },
+            "print new log lines until Ctrl+C is pressed"));
         AddAction(AddText("--register", "LIBRARY", "call DllRegisterServer of LIBRARY",
                           [this](const std::string& file) {
                               options_.action = Action::registerLibrary;

@@ -8,7 +8,7 @@
 
 namespace rightclick {
 
-enum class Action { rightClick, explain, registerLibrary, unregisterLibrary, help, version };
+enum class Action { rightClick, explain, watch, registerLibrary, unregisterLibrary, help, version };
 
 // The options of the command line.
 struct Options {
