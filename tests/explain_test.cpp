@@ -51,12 +51,16 @@ TEST(Explain, NamesTheRuleThatLocks) {
 TEST(Explain, ExplainsTheFile) {
     const std::string utf16("{\0\"\0t\0", 6);
     const Case cases[] = {
-        {"", "0: the rule file contains no rule"},
-        {"[]", "0: the rule file contains no rule"},
+        {"", "0: the rule file is empty"},
+        {" \r\n", "0: the rule file is empty"},
+        {"[]", "0: the rule file contains no JSON object"},
+        {"type: exe\ntarget: C:\\Apps\\Tool.exe", "0: the rule file contains no JSON object"},
+        {R"([{"type":"exe","target":"C:\\App)", "ends before the closing brace"},
         {"\xFF\xFE{", "UTF-16: save it as UTF-8"},
         {utf16, "UTF-16: save it as UTF-8"},
         {std::string("\0{", 2), "UTF-16: save it as UTF-8"},
-        {R"([{"type":"exe","target":"D:\\x.exe"}])", "0: none of the 1 rules"},
+        {R"([{"a":1},{"b":2}])", "0: none of the 2 rules in the file is for it"},
+        {R"([{"type":"exe","target":"D:\\x.exe"}])", "0: the only rule in the file is not for it"},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe","options":{}})", "contains an object"},
         {R"({"type":"exe","target":"C:\Apps\Tool.exe","x":"{"})", "contains an object or a brace"},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe")", "no closing brace: write }"},
@@ -110,6 +114,10 @@ TEST(Explain, ExplainsNearMisses) {
         {with(R"("target":"C:\\Apps\\")"), "a folder, and rules lock single programs: " + write},
         {with(R"("target":"Tool.exe")"), "a file name is not enough: " + write},
         {with(R"("target":"C:\\Apps\\Tool")"), "the extension is missing: " + write},
+        {with(R"("target":"C:\\Apps\\Tool.exe.exe")"), "the extension is there twice: " + write},
+        {with(R"("target":"C:\\Apps\\Tool.exe --level 3")"), "a rule has no arguments: " + write},
+        {with(R"("target":"\"C:\\Apps\\Tool.exe\" -x")"), "a rule has no arguments: " + write},
+        {with(R"("targets": [ "C:\\Apps\\Tool.exe" ])"), "in a list; a rule has one path: write"},
         {with(R"("target":"C:\\Users\\Public\\Tool.lnk")"), "names a shortcut: write the path"},
         {with(R"("target":"C:\\Old\\Tool.exe")"), "for another path, c:\\old\\tool.exe: " + write},
         {with(R"("target":"C:\Old\Tool.exe")"), "for another path, c:\\old\\tool.exe: " + write},
@@ -175,6 +183,8 @@ TEST_F(ExplainFileTest, TellsLockedNotLockedAndUnknownApart) {
     EXPECT_EQ(state(kTool), LockState::locked);
     EXPECT_EQ(state(shortcuts + L"tool.lnk"), LockState::locked);
     EXPECT_EQ(state(L"C:\\Other.exe"), LockState::notLocked);
+    EXPECT_EQ(ExplainFile(L"C:\\Other.exe").explanation.reason.text,
+              "the only rule in the file is not for it; Other.exe does not exist");
     EXPECT_EQ(state(shortcuts + L"document.lnk"), LockState::unknown);
     EXPECT_EQ(state(L"C:\\readme.txt"), LockState::unknown);
     DeleteFileW(kRules);

@@ -30,12 +30,13 @@ bool IsUtf16(std::string_view rules) {
 
 // Explains why a piece that means `program` is not a flat object. Empty if it does not mean it.
 std::string ExplainBraces(std::string_view rules, const RulePiece& piece, const Program& program) {
+    const bool hasBrace = piece.opened || piece.closed;
     const bool means = kelvaro::IsRuleFor(piece.text, program.canonical) ||
                        !ExplainNearMiss(piece.text, program).empty();
-    if (!means) {
+    if (!hasBrace || !means) {
         return {};
     }
-    const size_t begin = static_cast<size_t>(piece.text.data() - rules.data());
+    const auto begin = static_cast<size_t>(piece.text.data() - rules.data());
     if (begin == 0 && !piece.opened) {
         return "a rule for it has no opening brace: write { before it";
     }
@@ -129,6 +130,23 @@ class Explainer {
         }
     }
 
+    // Explains why no rule is for the program, if no rule nearly is.
+    std::string ExplainNoRule() const {
+        if (explanation_.rules == 1) {
+            return "the only rule in the file is not for it";
+        }
+        if (explanation_.rules > 1) {
+            return "none of the " + std::to_string(explanation_.rules) +
+                   " rules in the file is for it";
+        }
+        if (rules_.find_first_not_of(" \t\r\n") == std::string_view::npos) {
+            return "the rule file is empty";
+        }
+        return rules_.find('{') != std::string_view::npos
+                   ? "the rule file ends before the closing brace of a rule"
+                   : "the rule file contains no JSON object";
+    }
+
     // Takes the most important finding as the reason and the first ones of the others as remarks.
     void Summarise() {
         const auto reason = std::min_element(
@@ -137,11 +155,7 @@ class Explainer {
         const bool locked = reason != findings_.end() && reason->kind == Kind::locks;
         explanation_.state = locked ? LockState::locked : LockState::notLocked;
         if (reason == findings_.end() || reason->kind == Kind::file) {
-            const std::string count = std::to_string(explanation_.rules);
-            explanation_.reason = {0,
-                                   explanation_.rules == 0
-                                       ? "the rule file contains no rule (text in braces)"
-                                       : "none of the " + count + " rules in the file is for it"};
+            explanation_.reason = {0, ExplainNoRule()};
         } else {
             explanation_.reason = reason->remark;
             findings_.erase(reason);

@@ -10,10 +10,10 @@ constexpr std::string_view kWhitespace = " \t\r\n";
 constexpr std::string_view kNoValue = ",{}[]:";
 
 // Lower case.
-constexpr std::string_view kTargetKeys[] = {"target",   "path",     "file",       "filename",
-                                            "filepath", "fullpath", "targetpath", "program",
-                                            "exepath",  "location", "exe",        "executable",
-                                            "app",      "image",    "process",    "application"};
+constexpr std::string_view kTargetKeys[] = {
+    "target",     "targets",    "path",    "file",    "filename",   "filepath",
+    "fullpath",   "targetpath", "program", "exepath", "location",   "exe",
+    "executable", "app",        "image",   "process", "application"};
 
 struct Quotes {
     std::string_view opening;
@@ -84,8 +84,8 @@ class Reader {
             const std::string_view before = rest_.substr(0, at);
             const size_t backslashes = at - (before.find_last_not_of('\\') + 1);
             const size_t after = rest_.find_first_not_of(kWhitespace, at + closing.size());
-            const bool ends =
-                after == std::string_view::npos || rest_[after] == ',' || rest_[after] == '}';
+            const bool ends = after == std::string_view::npos ||
+                              std::string_view(",}]").find(rest_[after]) != std::string_view::npos;
             if (backslashes % 2 == 0 || ends) {
                 return at;
             }
@@ -106,9 +106,10 @@ std::vector<LooseField> ReadLooseFields(std::string_view object) {
         if (!key || !reader.SkipTo(":")) {
             continue;
         }
-        if (const auto value = reader.Next(",}\n")) {
-            fields.push_back(
-                {std::string(key->text), key->quote, std::string(value->text), value->quote});
+        const bool inList = reader.SkipTo("[");
+        if (const auto value = reader.Next(",}]\n")) {
+            fields.push_back({std::string(key->text), key->quote, std::string(value->text),
+                              value->quote, inList});
         }
     }
     return fields;

@@ -13,6 +13,7 @@ struct LooseField {
     std::string_view keyQuote;  // the quotation mark before the key; empty if there is none
     std::string raw;            // the value without its quotation marks; escapes are not decoded
     std::string_view quote;     // the quotation mark before the value; empty if there is none
+    bool inList = false;        // the value is the first element of a list
 };
 
 // Returns the fields of `object`. Accepts single, typographic and missing quotation marks and texts

@@ -113,6 +113,12 @@ std::string CheckQuotationMarks(const NearMiss& miss) {
     return {};
 }
 
+std::string CheckList(const NearMiss& miss) {
+    return miss.target.inList ? "the path is in a list; a rule has one path: write \"target\": " +
+                                    miss.program.quoted
+                              : std::string();
+}
+
 std::string CheckQuotesInside(const NearMiss& miss) {
     return miss.target.raw.find("\\\"") == std::string::npos
                ? std::string()
@@ -217,11 +223,11 @@ using Check = std::string (*)(const NearMiss&);
 
 // A new near miss is one more function in this table.
 constexpr Check kChecks[] = {
-    CheckKey,         CheckQuotationMarks,    CheckQuotesInside,
-    CheckBackslashes, CheckUnicodeEscapes,    CheckCodePage,
-    CheckInvisible,   CheckTrailingBackslash, CheckLetterCase,
-    CheckComposition, CheckFirstTarget,       CheckType,
-    CheckEnabled,
+    CheckKey,          CheckQuotationMarks, CheckList,
+    CheckQuotesInside, CheckBackslashes,    CheckUnicodeEscapes,
+    CheckCodePage,     CheckInvisible,      CheckTrailingBackslash,
+    CheckLetterCase,   CheckComposition,    CheckFirstTarget,
+    CheckType,         CheckEnabled,
 };
 
 std::string RunChecks(const NearMiss& miss) {

@@ -113,9 +113,19 @@ std::string CheckExtension(const OtherPath& other) {
     if (other.path == stem) {
         return "the extension is missing: write " + other.program.quoted;
     }
+    if (other.path == path + L".exe") {
+        return "the extension is there twice: write " + other.program.quoted;
+    }
     const std::wstring name = NameOf(stem);
     return NameOf(other.path) == name + L".lnk"
                ? "it names a shortcut: write the path of the program, " + other.program.quoted
+               : std::string();
+}
+
+std::string CheckArguments(const OtherPath& other) {
+    const std::wstring& path = other.program.canonical;
+    return other.path.starts_with(path + L" ") || other.path.starts_with(L'"' + path + L'"')
+               ? "a rule has no arguments: write " + other.program.quoted
                : std::string();
 }
 
@@ -128,8 +138,9 @@ std::string CheckSameName(const OtherPath& other) {
 using Check = std::string (*)(const OtherPath&);
 
 constexpr Check kChecks[] = {
-    CheckPrefix,     CheckUrl,    CheckVariables,     CheckSegments,  CheckWildcards,
-    CheckShortNames, CheckFolder, CheckMissingFolder, CheckExtension, CheckSameName,
+    CheckPrefix,    CheckUrl,        CheckVariables, CheckSegments,
+    CheckWildcards, CheckShortNames, CheckFolder,    CheckMissingFolder,
+    CheckExtension, CheckArguments,  CheckSameName,
 };
 
 bool IsWord(const LooseField& field, std::string_view word) {

@@ -115,6 +115,10 @@ ExplainReport ExplainFile(const std::wstring& file) {
     }
     const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
     explanation = ExplainLock(rules.View(), report.target.program);
+    if (explanation.state == LockState::notLocked && report.target.kind == FileKind::program &&
+        !kelvaro::PathExists(file.c_str())) {
+        explanation.reason.text += "; " + FileName(file) + " does not exist";
+    }
     return report;
 }
 

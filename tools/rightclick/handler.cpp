@@ -59,7 +59,9 @@ Registration FindRegistration(const std::wstring& fileClass) {
     const std::wstring clsid =
         ReadClassValue(fileClass + L"\\shellex\\ContextMenuHandlers\\VorandelKelvaro");
     if (clsid.empty()) {
-        return {{}, "nothing is " + forClass + " for this user"};
+        return {{},
+                "nothing is " + forClass +
+                    " for this user; rightclick --register LIBRARY registers the extension"};
     }
     Handler handler = {};
     if (FAILED(CLSIDFromString(clsid.c_str(), &handler.clsid))) {

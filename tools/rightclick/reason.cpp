@@ -17,31 +17,31 @@ std::string WithResult(const std::string& reason, HRESULT result) {
     return reason + " (" + HexResult(result) + ")";
 }
 
-// Returns the system's text for `result`, with `file` for its insertion.
-std::string SystemReason(HRESULT result, const std::string& file) {
+// Returns the system's text for `result`. Its insertion, a file name, becomes "it".
+std::string SystemReason(HRESULT result) {
     std::string text = SystemText(result);
     constexpr std::string_view kInsertion = "%1";
     if (const size_t at = text.find(kInsertion); at != std::string::npos) {
-        text.replace(at, kInsertion.size(), file);
+        text.replace(at, kInsertion.size(), "it");
     }
     return text.empty() ? "the system has no text for the error" : text;
 }
 
 std::string ExplainLoad(const Options& options, const Outcome& outcome) {
-    const std::string file = Utf8(outcome.library);
     const std::string library =
-        (options.library.empty() ? "the registered library " : "the library ") + file;
+        (options.library.empty() ? "the registered library " : "the library ") +
+        Utf8(outcome.library);
     switch (outcome.loadStep) {
         case LoadStep::findLibrary:
             return library + " does not exist";
         case LoadStep::loadLibrary:
-            return library + " cannot be loaded: " + SystemReason(outcome.load, file);
+            return library + " cannot be loaded: " + SystemReason(outcome.load);
         case LoadStep::findExport:
             return library + " is not a shell extension: it does not export DllGetClassObject";
         case LoadStep::createObject:
             break;
     }
-    return library + " does not create the extension: " + SystemReason(outcome.load, file);
+    return library + " does not create the extension: " + SystemReason(outcome.load);
 }
 
 }  // namespace
@@ -69,14 +69,13 @@ std::string ExplainNoItem(const Options& options, const Outcome& outcome) {
     if (FAILED(outcome.initialize)) {
         const std::string selection = ExplainSelection(options);
         return WithResult(selection.empty() ? "the extension refuses the selection: " +
-                                                  SystemReason(outcome.initialize, {})
+                                                  SystemReason(outcome.initialize)
                                             : selection,
                           outcome.initialize);
     }
     if (FAILED(outcome.query)) {
-        return WithResult(
-            "the extension fails to build its item: " + SystemReason(outcome.query, {}),
-            outcome.query);
+        return WithResult("the extension fails to build its item: " + SystemReason(outcome.query),
+                          outcome.query);
     }
     if ((options.flags & CMF_DEFAULTONLY) != 0) {
         return WithResult("--flags requests only the default item of the menu", outcome.query);
