@@ -19,7 +19,15 @@ bool IsProgram(const std::wstring& path) {
     return MatchesPattern(path, L"*.exe");
 }
 
-// Returns the target stored in the shortcut at `path`. Empty if there is none or a call fails.
+}  // namespace
+
+FileKind KindOfFile(const std::wstring& path) {
+    if (IsProgram(path)) {
+        return FileKind::program;
+    }
+    return MatchesPattern(path, L"*.lnk") ? FileKind::shortcut : FileKind::other;
+}
+
 std::wstring ReadStoredTarget(const std::wstring& path) {
     // The interfaces are adopted only after a success: a failing call may leave an invalid pointer.
     void* created = nullptr;
@@ -43,15 +51,6 @@ std::wstring ReadStoredTarget(const std::wstring& path) {
         return {};
     }
     return target;
-}
-
-}  // namespace
-
-FileKind KindOfFile(const std::wstring& path) {
-    if (IsProgram(path)) {
-        return FileKind::program;
-    }
-    return MatchesPattern(path, L"*.lnk") ? FileKind::shortcut : FileKind::other;
 }
 
 std::wstring ResolveShortcutTarget(const std::wstring& path) {
