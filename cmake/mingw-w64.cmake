@@ -1,5 +1,4 @@
-# Cross-compiles for 64-bit Windows. The "win32" thread model needs no thread library beside the
-# system's own.
+# Cross-compiles for 64-bit Windows. The win32 thread model depends on no additional thread library.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-win32)

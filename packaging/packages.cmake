@@ -1,4 +1,4 @@
-# What the archives hold: the extension, and its symbols in one of their own.
+# Two archives: the extension and its debug symbols.
 install(TARGETS KelvaroShellExt RUNTIME DESTINATION . COMPONENT extension)
 install(
   FILES packaging/register.cmd packaging/unregister.cmd
@@ -10,7 +10,7 @@ install(
   COMPONENT extension
   FILES_MATCHING
   PATTERN "*.ini")
-# Statically linked: the compiler's run-time library and the start-up code of MinGW-w64.
+# Licences of the statically linked code: the compiler's runtime library and MinGW-w64's start-up code.
 foreach(linked IN ITEMS gcc-mingw-w64-base mingw-w64-common)
   install(
     FILES "/usr/share/doc/${linked}/copyright"
