@@ -79,13 +79,13 @@ TEST_F(MenuItem, TellsVerbAndHelp) {
 }
 
 TEST_F(MenuItem, CutsWhatDoesNotFit) {
-    for (const UINT kind : {GCS_VERBA, GCS_HELPTEXTA}) {
+    for (const UINT kind : std::initializer_list<UINT>{GCS_VERBA, GCS_HELPTEXTA}) {
         char text[] = "xxxxxxxxx";
         EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, text, 5), S_OK);
         EXPECT_EQ(std::string(text, 9),
                   std::string(kind == GCS_VERBA ? "vora" : "Togg") + std::string("\0xxxx", 5));
     }
-    for (const UINT kind : {GCS_VERBW, GCS_HELPTEXTW}) {
+    for (const UINT kind : std::initializer_list<UINT>{GCS_VERBW, GCS_HELPTEXTW}) {
         wchar_t text[] = L"xxxxxxxxx";
         EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, reinterpret_cast<LPSTR>(text), 1),
                   S_OK);

@@ -33,7 +33,7 @@ TEST_F(UiLocale, TheSettingDecides) {
                  {L"", L"en-US"},
                  {L"%LANG%", L"en-US"}};
     for (const auto& [setting, locale] : cases) {
-        for (const DWORD type : {REG_SZ, REG_EXPAND_SZ}) {
+        for (const DWORD type : std::initializer_list<DWORD>{REG_SZ, REG_EXPAND_SZ}) {
             SetLocale(setting, type);
             EXPECT_EQ(ReadRegistryLocale(), locale) << Narrow(setting);
             EXPECT_EQ(GetUiLocale(), locale) << Narrow(setting);
@@ -42,7 +42,8 @@ TEST_F(UiLocale, TheSettingDecides) {
 }
 
 TEST_F(UiLocale, AnUnusableSettingCountsAsAbsent) {
-    for (const DWORD type : {REG_DWORD, REG_MULTI_SZ, REG_BINARY, REG_NONE}) {
+    for (const DWORD type :
+         std::initializer_list<DWORD>{REG_DWORD, REG_MULTI_SZ, REG_BINARY, REG_NONE}) {
         SetLocale(L"zh", type);
         EXPECT_EQ(ReadRegistryLocale(), L"") << type;
     }

@@ -45,7 +45,7 @@ void UseObject(IShellExtInit& object, IDataObject* selection, Gate gate) {
           [&] { return menu->QueryContextMenu(popup, 0, 1, 9, CMF_NORMAL); });
     DestroyMenu(popup);
     wchar_t text[80] = {};
-    for (const UINT kind : {GCS_VERBW, GCS_HELPTEXTW}) {
+    for (const UINT kind : std::initializer_list<UINT>{GCS_VERBW, GCS_HELPTEXTW}) {
         Enter(gate, "GetCommandString", {S_OK, E_OUTOFMEMORY}, [&] {
             return menu->GetCommandString(0, kind, nullptr, reinterpret_cast<LPSTR>(text), 80);
         });
