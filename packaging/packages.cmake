@@ -18,8 +18,9 @@ foreach(linked IN ITEMS gcc-mingw-w64-base mingw-w64-common)
     RENAME "${linked}.txt"
     COMPONENT extension)
 endforeach()
+get_target_property(symbols KelvaroShellExt KELVARO_SYMBOLS)
 install(
-  FILES "$<TARGET_FILE:KelvaroShellExt>.debug"
+  FILES "${PROJECT_BINARY_DIR}/${symbols}"
   DESTINATION .
   COMPONENT symbols)
 
