@@ -8,6 +8,10 @@ target_sources(
           "${PROJECT_SOURCE_DIR}/platform/windows/terminate_handler.cpp")
 target_link_libraries(kelvaro_core PUBLIC ole32 shell32 shlwapi uuid)
 
+# The flag is not for the linker, which would add the compiler's library for it.
+target_sources(kelvaro_core PRIVATE "${PROJECT_SOURCE_DIR}/platform/windows/stack_protector.cpp")
+target_compile_options(kelvaro_core PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fstack-protector-strong>)
+
 # No separate run-time library of the compiler; a base address from the whole 64-bit range; no time
 # stamp, so that two builds of the same sources are identical.
 target_link_options(
