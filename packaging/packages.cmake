@@ -44,8 +44,13 @@ foreach(component IN ITEMS extension tools)
   endforeach()
 endforeach()
 
+set(KELVARO_SIGN_COMMAND "" CACHE STRING
+  "Command that signs the DLL and the tools in the archives, in place; the file name is appended")
+set(CPACK_KELVARO_SIGN_COMMAND "${KELVARO_SIGN_COMMAND}")
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/sign.cmake")
 set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/reproducible.cmake")
 
+set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_NAME KelvaroShellExt)
 set(CPACK_PACKAGE_VENDOR Vorandel)
