@@ -201,12 +201,12 @@ TEST_F(ExplainFileTest, PrintsTextAndJson) {
     EXPECT_EQ(ReportAsText(report),
               "C:\\Apps\\Tool.exe is locked: line 1: this rule locks it\n"
               "  shortcut    " +
-                  Narrow(shortcut) +
+                  Utf8(shortcut) +
                   "\n"
                   "  target      C:\\Apps\\Tool.exe\n"
                   "  compared as c:\\apps\\tool.exe\n"
                   "  rule file   " +
-                  Narrow(kRules) + ", " + std::to_string(rules.size()) + " bytes, changed " +
+                  Utf8(kRules) + ", " + std::to_string(rules.size()) + " bytes, changed " +
                   report.ruleFileTime + "\n");
     const auto json = nlohmann::json::parse(ReportAsJson(report));
     EXPECT_EQ(json["target"], "C:\\Apps\\Tool.exe");

@@ -45,7 +45,7 @@ TEST(Options, ChooseTheAction) {
     for (const auto& [arguments, action] : cases) {
         const Options options = ParseOptions(arguments);
         EXPECT_EQ(options.error, "");
-        EXPECT_EQ(options.action, action) << Narrow(arguments[0]);
+        EXPECT_EQ(options.action, action) << Utf8(arguments[0]);
     }
     EXPECT_EQ(ParseOptions(cases[0].arguments).library, L"C:\\l.dll");
     EXPECT_EQ(ParseOptions(cases[2].arguments).files[0], L"C:\\\u5DE5.exe");
