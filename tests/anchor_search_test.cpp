@@ -7,7 +7,7 @@
 namespace kelvaro {
 namespace {
 
-TEST(Anchor, IsTakenFromTheNameBeforeTheExtension) {
+TEST(Anchor, IsTheLastOneBeforeTheExtension) {
     const struct {
         const char* path;
         size_t position;
@@ -22,7 +22,7 @@ TEST(Anchor, IsTakenFromTheNameBeforeTheExtension) {
     }
 }
 
-TEST(Anchor, PathsWithoutThreePlainLettersHaveNone) {
+TEST(Anchor, IsMissingWithoutThreePlainBytesInARow) {
     for (const char* const path : {"", "ab", "a\\b\\c\\d", "\xC3\xA4\\\xC3\xA4", "a b c d"}) {
         EXPECT_FALSE(Anchor::Choose(path)) << path;
     }
@@ -39,8 +39,8 @@ TEST(Anchor, MatchesInEitherCaseAndEscaped) {
     }
 }
 
-// Blocks of sixteen and single bytes must find the same places, wherever a match lies in a block.
-TEST(Anchor, VectorsAndBytesAgree) {
+// For matches at every offset within a block of sixteen bytes and across two blocks.
+TEST(Anchor, VectorSearchAgreesWithBytewiseSearch) {
     const auto anchor = Anchor::Choose("\\abc");
     ASSERT_TRUE(anchor);
     std::mt19937 random(20261124);

@@ -12,13 +12,13 @@ TEST(Text, LowersOnlyAToZ) {
               L"c:\\apps\\tool[@`{\u00C4\u0416].exe");
 }
 
-TEST(Text, TrimsBothEndsAndNothingInside) {
+TEST(Text, TrimsBothEndsOnly) {
     EXPECT_EQ(TrimWhitespace(L" \t\r\n\v\f a  b \n"), L"a  b");
     EXPECT_EQ(TrimWhitespace(L" \t "), L"");
     EXPECT_EQ(TrimWhitespace(L""), L"");
 }
 
-TEST(Text, ComparesWithoutLetterCase) {
+TEST(Text, ComparesIgnoringCase) {
     EXPECT_TRUE(EqualsIgnoringCase(L"Menu.Lock", L"mENU.lOCK"));
     EXPECT_FALSE(EqualsIgnoringCase(L"menu", L"menu.lock"));
     EXPECT_FALSE(EqualsIgnoringCase(L"\u00C4", L"\u00E4"));
@@ -52,11 +52,11 @@ TEST(Path, JoinsWithOneSeparator) {
                  {L"", L"x"},
                  {L"\\\\server", L"\\\\server\\x"}};
     for (const auto& [directory, joined] : cases) {
-        EXPECT_EQ(JoinPath(directory, L"x"), joined) << Narrow(directory);
+        EXPECT_EQ(JoinPath(directory, L"x"), joined) << Utf8(directory);
     }
 }
 
-TEST(Path, ParentNeverLosesTheRoot) {
+TEST(Path, ParentKeepsTheRoot) {
     const struct {
         const wchar_t *path, *parent;
     } cases[] = {
@@ -80,7 +80,7 @@ TEST(Path, ParentNeverLosesTheRoot) {
         {L"\\\\?\\C:\\Apps\\x.dll", L"\\\\?\\C:\\Apps"},
     };
     for (const auto& [path, parent] : cases) {
-        EXPECT_EQ(ParentPath(path), parent) << Narrow(path);
+        EXPECT_EQ(ParentPath(path), parent) << Utf8(path);
     }
 }
 
@@ -96,7 +96,7 @@ TEST_F(File, ReadsEveryByte) {
     EXPECT_EQ(ReadFileBytes(L"C:\\test\\BYTES").View().size(), bytes.size() + 4);
 }
 
-TEST_F(File, WhatCannotBeReadIsEmpty) {
+TEST_F(File, UnreadableFilesAreEmpty) {
     Write(L"C:\\Test\\four", "four");
     MakeDirectory(L"C:\\Test\\directory");
     EXPECT_EQ(ReadFileBytes(L"C:\\Test\\four", 4).View(), "four");
@@ -104,16 +104,16 @@ TEST_F(File, WhatCannotBeReadIsEmpty) {
          {std::pair(L"C:\\Test\\four", uint64_t{3}), std::pair(L"C:\\Test\\missing", UINT64_MAX),
           std::pair(L"C:\\Test\\directory", UINT64_MAX), std::pair(L"C:\\Test\\a<b", UINT64_MAX),
           std::pair(L"", UINT64_MAX)}) {
-        EXPECT_EQ(ReadFileBytes(path, limit).View(), "") << Narrow(path);
+        EXPECT_EQ(ReadFileBytes(path, limit).View(), "") << Utf8(path);
     }
 }
 
-// Opens a file as another program may.
+// Opens a file as another program does.
 HANDLE OpenShared(const wchar_t* path, DWORD access, DWORD share) {
     return CreateFileW(path, access, share, nullptr, OPEN_EXISTING, 0, nullptr);
 }
 
-TEST_F(File, OthersDecideWhetherWeMayRead) {
+TEST_F(File, RespectsTheSharingOfOtherHandles) {
     Write(L"C:\\Test\\held", "text");
     HANDLE holder = OpenShared(L"C:\\Test\\held", GENERIC_READ | GENERIC_WRITE, 0);
     EXPECT_EQ(ReadFileBytes(L"C:\\Test\\held").View(), "");
@@ -124,7 +124,7 @@ TEST_F(File, OthersDecideWhetherWeMayRead) {
     CloseHandle(holder);
 }
 
-TEST_F(File, AppendsAndMakesTheFile) {
+TEST_F(File, AppendsAndCreatesTheFile) {
     EXPECT_FALSE(AppendToFile(L"C:\\Test\\no\\file", "a"));
     MakeDirectory(L"C:\\Test");
     EXPECT_TRUE(AppendToFile(L"C:\\Test\\file", "one\n"));
@@ -132,9 +132,9 @@ TEST_F(File, AppendsAndMakesTheFile) {
     EXPECT_EQ(Read(L"C:\\Test\\file"), "one\ntwo\r\n");
 }
 
-TEST_F(File, ReadOnlyIsNotAppendedTo) {
+TEST_F(File, DoesNotAppendToReadOnlyFiles) {
     if (!platform::ReadOnlyRefuses()) {
-        GTEST_SKIP() << "this user may write read-only files";
+        GTEST_SKIP() << "this user can write read-only files";
     }
     Write(L"C:\\Test\\file", "one");
     SetFileAttributesW(L"C:\\Test\\file", FILE_ATTRIBUTE_READONLY);
@@ -143,17 +143,17 @@ TEST_F(File, ReadOnlyIsNotAppendedTo) {
     EXPECT_EQ(Read(L"C:\\Test\\file"), "one");
 }
 
-TEST_F(File, TellsWhatExists) {
+TEST_F(File, ReportsWhatExists) {
     Write(L"C:\\Test\\file", "");
     EXPECT_TRUE(PathExists(L"C:\\Test\\file"));
     EXPECT_TRUE(PathExists(L"C:\\Test"));
     for (const wchar_t* const path : {L"C:\\Test\\other", L"C:\\Test\\file\\below", L"Q:\\file",
                                       L"C:\\Test\\a?b", L"C:\\no\\file", L""}) {
-        EXPECT_FALSE(PathExists(path)) << Narrow(path);
+        EXPECT_FALSE(PathExists(path)) << Utf8(path);
     }
 }
 
-TEST_F(File, MakesDirectoriesAboveToo) {
+TEST_F(File, CreatesParentDirectories) {
     EXPECT_TRUE(CreateDirectories(L"C:\\Test\\a\\b\\c"));
     EXPECT_TRUE(CreateDirectories(L"C:\\Test\\a\\b\\c"));
     EXPECT_TRUE(PathExists(L"C:\\Test\\a\\b\\c"));
@@ -163,7 +163,7 @@ TEST_F(File, MakesDirectoriesAboveToo) {
     EXPECT_FALSE(CreateDirectories(L"Q:\\a\\b"));
 }
 
-TEST_F(File, FindsTheModuleHoweverLongItsPath) {
+TEST_F(File, ReadsModulePathsOfAnyLength) {
     std::wstring directory = L"C:\\Test";
     while (directory.size() < 300) {
         directory += L"\\" + std::wstring(40, L'd');
@@ -171,7 +171,7 @@ TEST_F(File, FindsTheModuleHoweverLongItsPath) {
     const std::wstring path = InstallLibrary(L"C:\\Test\\Short");
     EXPECT_EQ(ReadModulePath(nullptr).error, DWORD{ERROR_SUCCESS});
     EXPECT_FALSE(ReadModulePath(nullptr).path.empty());
-    // A path beyond MAX_PATH needs its long form to be opened.
+    // Paths longer than MAX_PATH need the prefix.
     const std::wstring longPath = L"\\\\?\\" + directory + L"\\KelvaroShellExt.dll";
     Copy(path, longPath);
     const HMODULE module = LoadLibraryW(longPath.c_str());

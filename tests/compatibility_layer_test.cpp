@@ -2,9 +2,7 @@
 #include <shellapi.h>
 #include <shlobj.h>
 #include <shlwapi.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
+#include <algorithm>
 #include <cstring>
 
 #include "common/owners.h"
@@ -15,15 +13,15 @@
 #include "rightclick/drop_list.h"
 #include "support/fixture.h"
 #include "testing/failing_calls.h"
+#include "testing/recorded_calls.h"
 #include "testing/resources.h"
-#include "testing/shell_events.h"
 
 namespace {
 
 using Arguments = std::vector<std::wstring>;
-using Layer = DriveTest;
+using CompatibilityLayer = DriveTest;
 
-TEST(LayerText, WideTextIsUtf16InEveryDirection) {
+TEST_F(CompatibilityLayer, WideTextIsUtf16) {
     const std::string bytes = "a\xC3\xA9\xE5\xB7\xA5\xF0\x9F\x98\x80";
     EXPECT_EQ(compat::WideFromUtf8(bytes), L"a\u00E9\u5DE5\xD83D\xDE00");
     EXPECT_EQ(compat::Utf8FromWide(compat::WideFromUtf8(bytes)), bytes);
@@ -31,7 +29,7 @@ TEST(LayerText, WideTextIsUtf16InEveryDirection) {
     EXPECT_EQ(compat::Utf8FromWide(L"\xD83D!"), "\xEF\xBF\xBD!");
 }
 
-TEST(LayerText, ConversionsAnswerAsDocumented) {
+TEST_F(CompatibilityLayer, ConversionsReportDocumentedErrors) {
     wchar_t text[8] = L"*******";
     EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "a\xFF", 2, nullptr, 0), 2);
     EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "ab", -1, text, 8), 3);
@@ -50,7 +48,7 @@ TEST(LayerText, ConversionsAnswerAsDocumented) {
     }
 }
 
-TEST(LayerCommandLine, IsParsedByThePlatformsRules) {
+TEST_F(CompatibilityLayer, CommandLinesAreSplit) {
     const struct {
         const wchar_t* line;
         Arguments arguments;
@@ -58,67 +56,25 @@ TEST(LayerCommandLine, IsParsedByThePlatformsRules) {
         {L"\"C:\\a b\\p.exe\" --x  \"c d\"", {L"C:\\a b\\p.exe", L"--x", L"c d"}},
         {L"p a\\\\\"b c\"", {L"p", L"a\\b c"}},
         {L"p \"a\\\"b\" c\\d\\\\", {L"p", L"a\"b", L"c\\d\\\\"}},
-        {L"p \"a\"\"b\" \"\"", {L"p", L"a\"b", L""}},
+        {L"p \"a\"\"b\" c", {L"p", L"a\"b c"}},
+        {L"p \"\" x", {L"p", L"", L"x"}},
+        {L"p \"\"\"a b\"\" \"", {L"p", L"\"a", L"b", L""}},
         {L"\"p\\\" x", {L"p\\", L"x"}},
+        {L" x", {L"", L"x"}},
         {L"", {}},
     };
     for (const auto& [line, arguments] : cases) {
-        EXPECT_EQ(compat::ParseCommandLine(line), arguments) << Narrow(line);
+        EXPECT_EQ(compat::ParseCommandLine(line), arguments) << Utf8(line);
         EXPECT_EQ(compat::ParseCommandLine(compat::JoinCommandLine(arguments)), arguments);
     }
+    int count = 0;
+    LPWSTR* const own = CommandLineToArgvW(L"", &count);
+    ASSERT_EQ(count, 1);
+    EXPECT_EQ(own[0], compat::FromHostPath(compat::ProgramFile()));
+    LocalFree(own);
 }
 
-TEST_F(Layer, DriveCIsADirectory) {
-    const std::string root = compat::DriveDirectory();
-    Write(L"C:\\Apps\\Tool.exe", "x");
-    EXPECT_EQ(compat::ToHostPath(L"c:/APPS\\tool.EXE").host, root + "/Apps/Tool.exe");
-    EXPECT_EQ(compat::ToHostPath(L"\\\\?\\C:\\Apps").host, root + "/Apps");
-    EXPECT_EQ(compat::ToHostPath(L"C:\\new\\file").host, root + "/new/file");
-    EXPECT_EQ(compat::FromHostPath(root + "/Apps/\xC3\xA9"), L"C:\\Apps\\\u00E9");
-    EXPECT_EQ(compat::FromHostPath(root), L"C:\\");
-    EXPECT_EQ(compat::FromHostPath(root + "x/y"),
-              L"Z:" + compat::FromHostPath("/").substr(2) +
-                  compat::WideFromUtf8(root.substr(1)).replace(3, 1, L"\\") + L"x\\y");
-    for (const auto& [path, error] :
-         {std::pair(L"D:\\x", ERROR_PATH_NOT_FOUND), std::pair(L"x", ERROR_PATH_NOT_FOUND),
-          std::pair(L"C:\\a|b", ERROR_INVALID_NAME), std::pair(L"C:\\a:b", ERROR_INVALID_NAME)}) {
-        EXPECT_EQ(compat::ToHostPath(path).error, static_cast<DWORD>(error)) << Narrow(path);
-    }
-}
-
-TEST_F(Layer, FilesAnswerAsDocumented) {
-    Write(L"C:\\Test\\file", "abc");
-    ASSERT_EQ(symlink("nowhere", platform::NativePath(L"C:\\Test\\dangling").c_str()), 0);
-    ASSERT_EQ(symlink("loop", platform::NativePath(L"C:\\Test\\loop").c_str()), 0);
-    const struct {
-        const wchar_t* path;
-        DWORD access, error;
-    } cases[] = {{L"C:\\Test\\missing", GENERIC_READ, ERROR_FILE_NOT_FOUND},
-                 {L"C:\\missing\\file", GENERIC_READ, ERROR_PATH_NOT_FOUND},
-                 {L"C:\\Test\\file\\x", GENERIC_READ, ERROR_PATH_NOT_FOUND},
-                 {L"C:\\Test", GENERIC_READ, ERROR_ACCESS_DENIED},
-                 {L"C:\\Test\\dangling", GENERIC_READ, ERROR_FILE_NOT_FOUND},
-                 {L"C:\\Test\\loop", GENERIC_READ, ERROR_CANT_RESOLVE_FILENAME}};
-    for (const auto& [path, access, error] : cases) {
-        EXPECT_EQ(CreateFileW(path, access, 7, nullptr, OPEN_EXISTING, 0, nullptr),
-                  INVALID_HANDLE_VALUE);
-        EXPECT_EQ(GetLastError(), error) << Narrow(path);
-    }
-    EXPECT_EQ(GetFileAttributesW(L"C:\\Test\\dangling") & FILE_ATTRIBUTE_REPARSE_POINT,
-              FILE_ATTRIBUTE_REPARSE_POINT);
-    const HANDLE file =
-        CreateFileW(L"C:\\Test\\file", GENERIC_READ, 7, nullptr, OPEN_EXISTING, 0, nullptr);
-    EXPECT_EQ(compat::HeldResources(), "1 handle");
-    DWORD written = 7;
-    EXPECT_FALSE(WriteFile(file, "x", 1, &written, nullptr));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
-    EXPECT_EQ(written, 0U);
-    EXPECT_TRUE(CloseHandle(file));
-    EXPECT_FALSE(CloseHandle(file));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
-}
-
-TEST_F(Layer, TheRegistryIsAReadableFile) {
+TEST_F(CompatibilityLayer, TheRegistryIsATextFile) {
     kelvaro::ScopedKey key;
     ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\\u8F6F", 0, nullptr, 0,
                               KEY_READ | KEY_WRITE, nullptr, key.Put(), nullptr),
@@ -162,7 +118,7 @@ TEST_F(Layer, TheRegistryIsAReadableFile) {
     EXPECT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, L"None"), ERROR_FILE_NOT_FOUND);
 }
 
-TEST_F(Layer, ClassesAreTheUsersOverTheMachines) {
+TEST_F(CompatibilityLayer, ClassesOfTheUserPrecedeTheMachines) {
     for (const HKEY root : {HKEY_CURRENT_USER, HKEY_CLASSES_ROOT}) {
         kelvaro::ScopedKey key;
         RegCreateKeyExW(root, root == HKEY_CURRENT_USER ? L"Software\\Classes\\a" : L"b", 0,
@@ -176,7 +132,7 @@ TEST_F(Layer, ClassesAreTheUsersOverTheMachines) {
     }
 }
 
-TEST_F(Layer, DropListsAreReadToTheirEndOnly) {
+TEST_F(CompatibilityLayer, DropListsAreNotReadBeyondTheirEnd) {
     const HGLOBAL list = rightclick::MakeDropList({L"C:\\a", L"C:\\\u5DE5"});
     auto* const drop = reinterpret_cast<HDROP>(list);
     wchar_t name[4] = {};
@@ -196,7 +152,18 @@ TEST_F(Layer, DropListsAreReadToTheirEndOnly) {
     EXPECT_EQ(GlobalLock(list), nullptr);
 }
 
-TEST(LayerShell, MatchesWildcards) {
+TEST_F(CompatibilityLayer, NewGlobalMemoryIsZero) {
+    for (int round = 0; round < 100; ++round) {
+        const HGLOBAL memory = GlobalAlloc(GHND, 32);
+        auto* const bytes = static_cast<char*>(GlobalLock(memory));
+        EXPECT_EQ(std::count(bytes, bytes + 32, '\0'), 32);
+        std::memset(bytes, 0xCC, 32);
+        GlobalUnlock(memory);
+        GlobalFree(memory);
+    }
+}
+
+TEST_F(CompatibilityLayer, MatchesWildcards) {
     const struct {
         const wchar_t *name, *pattern;
         BOOL matches;
@@ -204,18 +171,26 @@ TEST(LayerShell, MatchesWildcards) {
                  {L"a.exe.bak", L"*.exe", FALSE}, {L"a.lnk", L"*.exe; *.lnk", TRUE},
                  {L"abcbd", L"a*b?", TRUE},       {L"ab", L"a*b?", FALSE}};
     for (const auto& [name, pattern, matches] : cases) {
-        EXPECT_EQ(PathMatchSpecW(name, pattern), matches) << Narrow(name);
+        EXPECT_EQ(PathMatchSpecW(name, pattern), matches) << Utf8(name);
     }
 }
 
-TEST_F(Layer, ClassIdentifiersGoThereAndBack) {
+TEST_F(CompatibilityLayer, ClassIdentifiersAreConverted) {
     LPOLESTR text = nullptr;
     ASSERT_EQ(StringFromCLSID(CLSID_ShellLink, &text), S_OK);
     EXPECT_STREQ(text, L"{00021401-0000-0000-C000-000000000046}");
     CLSID clsid = {};
     EXPECT_EQ(CLSIDFromString(text, &clsid), S_OK);
     EXPECT_TRUE(clsid == CLSID_ShellLink);
-    EXPECT_EQ(CLSIDFromString(L"{00021401}", &clsid), CO_E_CLASSSTRING);
+    EXPECT_EQ(CLSIDFromString(L"{0002140a-0000-0000-c000-00000000004F}", &clsid), S_OK);
+    EXPECT_EQ(clsid.Data1, 0x2140AU);
+    for (const wchar_t* const bad :
+         {L"{00021401}", L"", L"{ 0021401-0000-0000-C000-000000000046}",
+          L"{+0021401-0000-0000-C000-000000000046}", L"{0x021401-0000-0000-C000-000000000046}",
+          L"{00021401-0000-0000-C000-000000000046", L"{00021401-0000-0000-C000-000000000046]",
+          L"{00021401-0000-0000-C000-000000000046}}", L"{00021401-0000-0000-C0000-00000000046}"}) {
+        EXPECT_EQ(CLSIDFromString(bad, &clsid), CO_E_CLASSSTRING) << Utf8(bad);
+    }
     EXPECT_EQ(compat::HeldResources(), "1 task memory");
     CoTaskMemFree(text);
     void* link = text;
@@ -226,6 +201,46 @@ TEST_F(Layer, ClassIdentifiersGoThereAndBack) {
     EXPECT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &link),
               CO_E_NOTINITIALIZED);
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+}
+
+TEST_F(CompatibilityLayer, CallsAreRecordedWithTheirArguments) {
+    Write(L"C:\\Test\\link.lnk", "");
+    compat::RecordedCalls calls;
+    {
+        const kelvaro::ScopedHandle file(CreateFileW(L"C:\\Test\\link.lnk", GENERIC_READ, 7,
+                                                     nullptr, OPEN_EXISTING, 0, nullptr));
+        kelvaro::ScopedKey key;
+        RegOpenKeyExW(HKEY_CURRENT_USER, L"No such key", 0, KEY_READ, key.Put());
+        RegCreateKeyExW(HKEY_CLASSES_ROOT, L"a", 0, nullptr, 0, KEY_WRITE, nullptr, key.Put(),
+                        nullptr);
+        RegSetValueExW(key.Get(), nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(L"b"), 8);
+        const compat::FailingCall failing("GetFileAttributesW", ERROR_ACCESS_DENIED);
+        GetFileAttributesW(L"C:\\Test\\\u8F6F");
+    }
+    const std::string created =
+        "RegCreateKeyExW HKEY_CLASSES_ROOT\\a class=null options=0 access=0x20006 security=null";
+    EXPECT_EQ(calls.Lines(),
+              (std::vector<std::string>{
+                  "CreateFileW C:\\Test\\link.lnk access=0x80000000 share=7 disposition=3 flags=0",
+                  "RegOpenKeyExW HKEY_CURRENT_USER\\No such key options=0 access=0x20019", created,
+                  "RegSetValueExW HKEY_LOCAL_MACHINE\\Software\\Classes\\a null type=1 data=b",
+                  "GetFileAttributesW C:\\Test\\\xE8\xBD\xAF",
+                  "RegCloseKey HKEY_LOCAL_MACHINE\\Software\\Classes\\a", "CloseHandle file"}));
+    calls.Clear();
+    {
+        kelvaro::ComPtr<IShellLinkW> link;
+        kelvaro::ComPtr<IPersistFile> file;
+        CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                         link.Put());
+        link->QueryInterface(IID_IPersistFile, file.Put());
+        file->Load(L"C:\\Test\\link.lnk", STGM_READ);
+    }
+    EXPECT_EQ(calls.Count("IShellLinkW::QueryInterface"), 1U)
+        << "without the one inside the creation";
+    EXPECT_EQ(
+        calls.LinesOf({"IPersistFile::Load", "IPersistFile::Release", "IShellLinkW::Release"}),
+        (std::vector<std::string>{"IPersistFile::Load C:\\Test\\link.lnk mode=0",
+                                  "IPersistFile::Release", "IShellLinkW::Release"}));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "common/owners.h"
 #include "rightclick/library.h"
+#include "rightclick/popup_menu.h"
 #include "rightclick/right_click.h"
 #include "rightclick/selection.h"
 #include "server/clsid.h"
@@ -18,29 +19,26 @@ using rightclick::Options;
 using rightclick::Outcome;
 using Strings = std::vector<std::string>;
 
-constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
-constexpr wchar_t kShortcut[] = L"C:\\Test\\Tool.lnk";
-
-// The built library, installed and registered, called as the shell calls it.
+// Installs and registers the built library and calls it as the shell does.
 class EndToEnd : public DriveTest {
   public:
     EndToEnd() {
         const std::wstring directory = kApplication;
-        Copy(platform::BuiltFile(KELVARO_LIBRARY), library_);
+        Copy(platform::BuiltFile(KELVARO_LIBRARY), kLibrary);
         for (const wchar_t* const name : {L"English.ini", L"Chinese(Simplified).ini"}) {
             Copy(platform::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\" + name,
                  directory + L"\\Lang\\" + name);
         }
-        InstallPrompt(directory + L"\\KelvaroAuthPrompt.exe");
+        InstallPrompt(kPrompt);
         InstallPrompt(kTool);
-        Copy(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
+        CopyShortcut();
         SetLocale(L"en-US");
-        EXPECT_EQ(rightclick::CallRegistration(library_, "DllRegisterServer"), S_OK);
+        EXPECT_EQ(rightclick::CallRegistration(kLibrary, "DllRegisterServer"), S_OK);
     }
     ~EndToEnd() override {
-        EXPECT_EQ(rightclick::CallRegistration(library_, "DllUnregisterServer"), S_OK);
+        EXPECT_EQ(rightclick::CallRegistration(kLibrary, "DllUnregisterServer"), S_OK);
         EXPECT_FALSE(rightclick::FindHandler(L"exefile"));
-        EXPECT_EQ(rightclick::CallRegistration(library_, "DllUnregisterServer"), S_OK);
+        EXPECT_EQ(rightclick::CallRegistration(kLibrary, "DllUnregisterServer"), S_OK);
     }
 
     static Outcome RightClick(const std::vector<std::wstring>& files, bool choose = false) {
@@ -51,14 +49,12 @@ class EndToEnd : public DriveTest {
         options.choose = choose;
         Outcome outcome = handler ? rightclick::RightClick(*handler, options) : Outcome{};
         EXPECT_EQ(outcome.load, S_OK);
-        EXPECT_EQ(outcome.canUnload, S_OK) << "nothing may be in use after a right-click";
+        EXPECT_EQ(outcome.canUnload, S_OK) << "an object is still alive";
         return outcome;
     }
     static std::string ItemText(const Outcome& outcome) {
-        return outcome.item ? Narrow(outcome.item->text) : "(no item)";
+        return outcome.item ? Utf8(outcome.item->text) : "(no item)";
     }
-
-    const std::wstring library_ = std::wstring(kApplication) + L"\\KelvaroShellExt.dll";
 };
 
 TEST_F(EndToEnd, LocksAndUnlocksAProgram) {
@@ -76,8 +72,7 @@ TEST_F(EndToEnd, LocksAndUnlocksAProgram) {
 // An object of the registered library with the menu that it has extended.
 class ExtendedMenu {
   public:
-    ExtendedMenu(const rightclick::Library& library, const std::wstring& file)
-        : popup_(CreatePopupMenu()) {
+    ExtendedMenu(const rightclick::Library& library, const std::wstring& file) {
         using GetClassObject = HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, LPVOID*);
         ComPtr<IClassFactory> factory;
         ComPtr<IShellExtInit> object;
@@ -88,23 +83,20 @@ class ExtendedMenu {
         EXPECT_EQ(factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put()), S_OK);
         EXPECT_EQ(object->Initialize(nullptr, files.Get(), nullptr), S_OK);
         EXPECT_EQ(object->QueryInterface(IID_IContextMenu, handler_.Put()), S_OK);
-        EXPECT_EQ(handler_->QueryContextMenu(popup_, 0, 100, 0x7FFF, CMF_EXPLORE), 1);
+        EXPECT_EQ(handler_->QueryContextMenu(popup_.Handle(), 0, 100, 0x7FFF, CMF_EXPLORE), 1);
     }
-    ~ExtendedMenu() { DestroyMenu(popup_); }
-    ExtendedMenu(const ExtendedMenu&) = delete;
-    ExtendedMenu& operator=(const ExtendedMenu&) = delete;
 
     IContextMenu& Handler() { return *handler_.Get(); }
 
   private:
-    HMENU popup_;
+    rightclick::PopupMenu popup_;
     ComPtr<IContextMenu> handler_;
 };
 
 // Explorer shows the menu of one object. When the item is clicked, it invokes a second object by
 // the item's name, often on another thread.
 TEST_F(EndToEnd, ASecondObjectOnAnotherThreadIsInvokedByName) {
-    const rightclick::Library library(library_);
+    const rightclick::Library library(kLibrary);
     const auto canUnload = library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow");
     {
         ExtendedMenu shown(library, kTool);
@@ -144,7 +136,7 @@ TEST_F(EndToEnd, ASecondObjectOnAnotherThreadIsInvokedByName) {
                        "CreateProcess: " + commandLine, "CreateProcess started (non-blocking)"}));
 }
 
-TEST_F(EndToEnd, SpeaksChinese) {
+TEST_F(EndToEnd, ShowsChineseTexts) {
     SetLocale(L"zh-CN");
     const Outcome outcome = RightClick({kTool});
     EXPECT_EQ(ItemText(outcome),
@@ -154,13 +146,13 @@ TEST_F(EndToEnd, SpeaksChinese) {
     EXPECT_EQ(outcome.item->verb, L"vorandel_kelvaro_toggle");
 }
 
-TEST_F(EndToEnd, OffersNothingForOtherSelections) {
+TEST_F(EndToEnd, OffersNoItemForTwoFiles) {
     Write(L"C:\\Apps\\Other.exe", "MZ");
     EXPECT_EQ(RightClick({kTool, L"C:\\Apps\\Other.exe"}).initialize, E_INVALIDARG);
     EXPECT_EQ(Messages(), Strings{"Initialize ignored selection count=2"});
 }
 
-TEST_F(EndToEnd, AChosenVerbIsKnownByName) {
+TEST_F(EndToEnd, AcceptsTheVerbByName) {
     Options options;
     options.files = {kTool};
     options.verb = L"open";
@@ -172,10 +164,10 @@ TEST_F(EndToEnd, AChosenVerbIsKnownByName) {
     WaitForPrompt(1);
 }
 
-TEST_F(EndToEnd, ALibraryThatIsNoneIsRefused) {
+TEST_F(EndToEnd, ReportsLibrariesThatCannotBeCalled) {
     Write(L"C:\\Test\\none.dll", "no library");
     EXPECT_TRUE(FAILED(rightclick::CallRegistration(L"C:\\Test\\none.dll", "DllRegisterServer")));
-    EXPECT_EQ(rightclick::CallRegistration(library_, "NoSuchExport"),
+    EXPECT_EQ(rightclick::CallRegistration(kLibrary, "NoSuchExport"),
               HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND));
 }
 

@@ -1,13 +1,13 @@
 #include <cstdlib>
 #include <new>
 
+#include "internal/call.h"
 #include "rules/lock_lookup.h"
 #include "support/every_entry_point.h"
 #include "support/fixture.h"
 #include "support/message_boxes.h"
-#include "testing/failing_calls.h"
 
-// Memory that runs out in the library, and only there: neither in the test nor in the layer.
+// Refuses allocations of the library only, not those of the test or the compatibility layer.
 namespace {
 
 thread_local bool g_inLibrary = false;
@@ -50,23 +50,17 @@ bool IsRefused() {
 namespace kelvaro {
 namespace {
 
-constexpr wchar_t kShortcut[] = L"C:\\Test\\Tool.lnk";
-constexpr wchar_t kPrompt[] = L"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe";
-
 class FailingAllocations : public DriveTest {
   public:
     FailingAllocations() {
         InstallLibrary();
-        Copy(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
-        Write(std::wstring(kApplication) + L"\\Lang\\English.ini", "[ShellExt]\nhelp=Help\n");
-        WriteRules(R"({"type":"exe","target":"C:\\Apps\\Tool.exe"})");
-        SetLocale(L"en-US");
+        WriteApplicationFiles();
     }
 
-    // Right-clicks with `refusals` allocations refused from the one at `first` on; how many were
-    // asked for.
-    static size_t RightClick(size_t first, size_t refusals) {
-        // Each right-click writes the first line of its log, and makes the directories for it.
+    // Makes every call with `refusals` allocations refused, starting with number `first`. Returns
+    // the number of allocations.
+    static size_t CallWithRefusals(size_t first, size_t refusals) {
+        // So that the first log line has to create the directory.
         std::filesystem::remove_all(platform::NativePath(kLog).parent_path());
         g_allocations = 0;
         g_firstRefused = first;
@@ -76,36 +70,36 @@ class FailingAllocations : public DriveTest {
         return g_allocations;
     }
 
-    // Every allocation of the right-click refused in turn, alone and with all that follow.
-    static void RefuseEach(const char* when) {
-        const size_t all = RightClick(SIZE_MAX, 0);
+    // Refuses every allocation in turn, alone and together with all later ones.
+    static void RefuseEach(const char* prompt) {
+        const size_t all = CallWithRefusals(SIZE_MAX, 0);
         for (size_t first = 0; first < all; ++first) {
             for (const size_t refusals : {size_t{1}, SIZE_MAX / 2}) {
-                RightClick(first, refusals);
+                CallWithRefusals(first, refusals);
                 ASSERT_EQ(platform::HeldResources(), "1 module")
-                    << when << ", allocation " << first;
+                    << prompt << ", allocation " << first;
             }
         }
-        EXPECT_EQ(RightClick(SIZE_MAX, 0), all) << "the next right-click works as the first";
+        EXPECT_EQ(CallWithRefusals(SIZE_MAX, 0), all) << "a later right-click must work";
         EXPECT_TRUE(IsTargetLocked(L"C:\\Apps\\Tool.exe"));
-        std::printf("%s: %zu allocations were refused in turn, alone and with all that follow\n",
-                    when, all);
+        std::printf("%s: refused each of %zu allocations, alone and with all later ones\n", prompt,
+                    all);
     }
     MessageBoxes boxes_;
 };
 
-TEST_F(FailingAllocations, WithAPromptThatStarts) {
+TEST_F(FailingAllocations, WhenThePromptStarts) {
     Copy(platform::BuiltFile("/bin/true"), kPrompt);
-    RefuseEach("a prompt that starts");
+    RefuseEach("prompt starts");
 }
 
-TEST_F(FailingAllocations, WithAPromptThatDoesNotStart) {
-    Write(kPrompt, "");
-    RefuseEach("a prompt that does not start");
+TEST_F(FailingAllocations, WhenThePromptDoesNotStart) {
+    RefuseEach("prompt does not start");
 }
 
-TEST_F(FailingAllocations, WithoutAPrompt) {
-    RefuseEach("no prompt");
+TEST_F(FailingAllocations, WhenThePromptIsMissing) {
+    DeleteFileW(kPrompt);
+    RefuseEach("prompt missing");
 }
 
 }  // namespace

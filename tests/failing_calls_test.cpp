@@ -1,54 +1,42 @@
 #include <algorithm>
 #include <map>
 
-#include "registration/registration.h"
 #include "rules/lock_lookup.h"
+#include "server/exports.h"
 #include "support/every_entry_point.h"
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/message_boxes.h"
 #include "support/prompt.h"
 #include "testing/failing_calls.h"
-#include "testing/shell_events.h"
-
-STDAPI DllRegisterServer();
-STDAPI DllUnregisterServer();
+#include "testing/recorded_calls.h"
 
 namespace kelvaro {
 namespace {
 
 using compat::FailingCall;
 using compat::FailingNthCall;
+using compat::RecordedCalls;
 using Strings = std::vector<std::string>;
 
-constexpr wchar_t kShortcut[] = L"C:\\Test\\Tool.lnk";
+const Strings kNotification = {"SHChangeNotify 0x8000000 0 null null"};
 
-// An application that works, so that every failure is one that the test makes.
 class FailingCalls : public DriveTest {
   public:
     FailingCalls() {
         InstallLibrary();
-        Copy(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
-        Write(std::wstring(kApplication) + L"\\Lang\\English.ini", "[ShellExt]\nhelp=Help\n");
-        // No program at all: whether it could run is not the question here.
-        Write(std::wstring(kApplication) + L"\\KelvaroAuthPrompt.exe", "");
-        WriteRules(R"({"type":"exe","target":"C:\\Apps\\Tool.exe"})");
-        SetLocale(L"en-US");
-    }
-    static bool HasMessage(const std::string& message) {
-        const Strings messages = Messages();
-        return std::find(messages.begin(), messages.end(), message) != messages.end();
+        WriteApplicationFiles();
     }
     MessageBoxes boxes_;
 };
 
-TEST_F(FailingCalls, EachInTurnAndEachWithTheNext) {
+TEST_F(FailingCalls, EachCallAndEachPairInTurn) {
     ExerciseEveryEntryPoint(LinkedExports(), kShortcut);
     size_t calls = 0;
     {
-        const FailingNthCall counting({});
+        const FailingNthCall counter({});  // no index: it only counts
         ExerciseEveryEntryPoint(LinkedExports(), kShortcut);
-        calls = counting.CallsMade();
+        calls = counter.CallsMade();
     }
     std::map<std::string, int> failed;
     for (size_t index = 0; index < calls; ++index) {
@@ -60,15 +48,15 @@ TEST_F(FailingCalls, EachInTurnAndEachWithTheNext) {
                     ++failed[name];
                 }
             }
-            ASSERT_EQ(platform::HeldResources(), "1 module") << "after call " << index << " failed";
+            ASSERT_EQ(platform::HeldResources(), "1 module") << "call " << index;
         }
     }
     ExerciseEveryEntryPoint(LinkedExports(), kShortcut);
-    EXPECT_TRUE(IsTargetLocked(L"C:\\Apps\\Tool.exe")) << "the next right-click works";
+    EXPECT_TRUE(IsTargetLocked(L"C:\\Apps\\Tool.exe")) << "a later right-click must work";
     for (const auto& [name, times] : failed) {
         RecordProperty(name, times);
     }
-    std::printf("%zu calls were made to fail, %zu functions\n", calls, failed.size());
+    std::printf("made %zu calls of %zu functions fail\n", calls, failed.size());
     for (const char* const name : {"CreateFileW",         "ReadFile",
                                    "WriteFile",           "GetFileSizeEx",
                                    "GetFileAttributesW",  "RegOpenKeyExW",
@@ -85,7 +73,7 @@ TEST_F(FailingCalls, EachInTurnAndEachWithTheNext) {
     }
 }
 
-TEST_F(FailingCalls, ASelectionThatCannotBeRead) {
+TEST_F(FailingCalls, SelectionCannotBeRead) {
     const struct {
         const char *call, *message;
         size_t skip;
@@ -96,7 +84,7 @@ TEST_F(FailingCalls, ASelectionThatCannotBeRead) {
         {"DragQueryFileW", "Initialize ignored selection count=0", 0, E_INVALIDARG},
         {"DragQueryFileW", "Initialize DragQueryFileW failed", 1, E_INVALIDARG},
         {"CoCreateInstance", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
-        {"IShellLinkW::QueryInterface", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 1,
+        {"IShellLinkW::QueryInterface", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0,
          S_OK},
         {"IPersistFile::Load", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
         {"IShellLinkW::GetPath", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
@@ -110,34 +98,34 @@ TEST_F(FailingCalls, ASelectionThatCannotBeRead) {
     }
 }
 
-TEST_F(FailingCalls, AProgramThatCannotBeStarted) {
+TEST_F(FailingCalls, PromptCannotBeStarted) {
     Extension extension;
     extension.Select({kShortcut});
-    CMINVOKECOMMANDINFO request = {};
-    {
-        const FailingCall failing("CreateProcessW", 4294967295U);
-        EXPECT_EQ(extension.Menu().InvokeCommand(&request), S_OK);
+    const std::string box = "Vorandel Kelvaro: Failed to launch Kelvaro command.";
+    for (const DWORD error : {4294967295U, 0U}) {
+        const FailingCall failing("CreateProcessW", error);
+        EXPECT_EQ(extension.Choose(), S_OK);
+        EXPECT_EQ(Messages().back(), "CreateProcess failed gle=" + std::to_string(error));
     }
-    EXPECT_TRUE(HasMessage("CreateProcess failed gle=4294967295"));
-    EXPECT_EQ(boxes_.shown, Strings{"Vorandel Kelvaro: Failed to launch Kelvaro command."});
-    {
-        const FailingCall failing("GetModuleFileNameW", ERROR_GEN_FAILURE);
-        EXPECT_EQ(extension.Menu().InvokeCommand(&request), S_OK);
-    }
-    EXPECT_TRUE(HasMessage("Launch failed: module dir empty"));
-    EXPECT_EQ(boxes_.shown.size(), 1U) << "no box without a directory";
+    EXPECT_EQ(boxes_.shown, (Strings{box, box}));
+    const FailingCall failing("GetModuleFileNameW", ERROR_GEN_FAILURE);
+    EXPECT_EQ(extension.Choose(), S_OK);
+    EXPECT_EQ(Messages().back(), "Launch failed: module dir empty");
+    EXPECT_EQ(boxes_.shown.size(), 2U) << "no box without a directory";
 }
 
-TEST_F(FailingCalls, ThePromptIsStartedHidden) {
+TEST_F(FailingCalls, PromptStartsHidden) {
     Extension extension;
     extension.Select({kShortcut});
-    CMINVOKECOMMANDINFO request = {};
-    extension.Menu().InvokeCommand(&request);
-    const auto process = compat::LastProcessRequest();
-    EXPECT_EQ(process.creationFlags, CREATE_NO_WINDOW);
-    EXPECT_EQ(process.startupFlags, STARTF_USESHOWWINDOW);
-    EXPECT_EQ(process.showWindow, SW_HIDE);
-    EXPECT_FALSE(process.inheritsHandles);
+    const RecordedCalls calls;
+    extension.Choose();
+    EXPECT_EQ(calls.LinesOf({"CreateProcessW"}),
+              Strings{"CreateProcessW application=null command="
+                      "\"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe\" --auth-only "
+                      "--startup-gate --shell-toggle \"C:\\Test\\Tool.lnk\" process=null "
+                      "thread=null inherit=0 flags=0x8000000 environment=null "
+                      "directory=C:\\Program Files\\Kelvaro "
+                      "startup=(size=0x68 flags=1 show=0)"});
 }
 
 TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
@@ -146,7 +134,7 @@ TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
     const auto ask = [&] {
         extension.Menu().GetCommandString(0, GCS_HELPTEXTW, nullptr, reinterpret_cast<LPSTR>(help),
                                           40);
-        return Narrow(help);
+        return Utf8(help);
     };
     EXPECT_EQ(ask(), "Help");
     for (const char* const call : {"CreateFileW", "GetFileSizeEx", "ReadFile", "GetModuleFileNameW",
@@ -154,12 +142,12 @@ TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
         const FailingCall failing(call, ERROR_GEN_FAILURE);
         EXPECT_EQ(ask(), "Toggle lock state via Vorandel Kelvaro") << call;
     }
-    // A folder whose existence cannot be told counts as absent; the standard one is the last word.
+    // An existence test that fails counts as absent. The standard folder is used even then.
     const FailingCall failing("GetFileAttributesW", ERROR_ACCESS_DENIED);
     EXPECT_EQ(ask(), "Help");
 }
 
-// How many of the ten values are there, below the user's classes and the machine's.
+// Returns how many values the registry file has below the user's and the machine's classes.
 std::pair<size_t, size_t> CountEntries(const std::string& registry) {
     const auto count = [&registry](std::string_view root) {
         size_t entries = 0;
@@ -180,30 +168,30 @@ std::pair<size_t, size_t> CountEntries(const std::string& registry) {
 TEST_F(FailingCalls, RegistrationFallsBackToTheMachine) {
     const DWORD denied = ERROR_ACCESS_DENIED;
     for (const char* const call : {"RegCreateKeyExW", "RegSetValueExW"}) {
-        // With one failing write the user's entries before it stay, and the second attempt writes
-        // all five: where the user has the key already, it is the same one.
+        // After a failing write the earlier entries of the user stay, and the second attempt writes
+        // all five. HKEY_CLASSES_ROOT leads to the user's key if there is one.
         for (size_t write = 0; write < 5; ++write) {
             DeleteFileW(L"C:\\registry.reg");
-            const size_t notified = compat::AssociationChanges();
+            const RecordedCalls calls;
             const FailingCall failing(call, denied, write, 1);
             EXPECT_EQ(DllRegisterServer(), S_OK) << call << write;
-            EXPECT_EQ(compat::AssociationChanges(), notified + 1);
+            EXPECT_EQ(calls.LinesOf({"SHChangeNotify"}), kNotification);
             const auto [user, machine] = CountEntries(Read(L"C:\\registry.reg"));
             EXPECT_GE(user, write) << call << write;
             EXPECT_EQ(user + machine, 5U) << call << write;
         }
         for (size_t write = 0; write < 5; ++write) {
             DeleteFileW(L"C:\\registry.reg");
-            const size_t notified = compat::AssociationChanges();
+            const RecordedCalls calls;
             const FailingCall failing(call, denied, write);
             EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(denied)) << call << write;
-            EXPECT_EQ(compat::AssociationChanges(), notified) << "no news without a registration";
+            EXPECT_EQ(calls.Count("SHChangeNotify"), 0U) << "no registration, no notification";
             EXPECT_EQ(CountEntries(Read(L"C:\\registry.reg")), std::pair(write, size_t{0}));
         }
     }
 }
 
-TEST_F(FailingCalls, RemovalTakesTheHandlersBeforeTheClass) {
+TEST_F(FailingCalls, UnregistrationRemovesTheHandlersBeforeTheClass) {
     for (size_t removals = 0; removals <= 3; ++removals) {
         DeleteFileW(L"C:\\registry.reg");
         EXPECT_EQ(DllRegisterServer(), S_OK);
@@ -211,31 +199,31 @@ TEST_F(FailingCalls, RemovalTakesTheHandlersBeforeTheClass) {
         EXPECT_EQ(DllUnregisterServer(), S_OK);
         const std::string registry = Read(L"C:\\registry.reg");
         size_t removed = 0;
-        for (const char* const key : {"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro]",
-                                      "lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro]",
-                                      "CLSID\\{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}]"}) {
+        for (const char* const key :
+             {"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro]",
+              "lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro]", "CLSID\\{A36AA93F-"}) {
             EXPECT_EQ(registry.find(key) == std::string::npos, removed++ < removals) << key;
         }
     }
 }
 
-TEST_F(FailingCalls, RegistrationWithoutPathOrIdentifier) {
+TEST_F(FailingCalls, RegistrationNeedsModulePathAndClsid) {
     DeleteFileW(L"C:\\registry.reg");
-    {
-        const FailingCall failing("GetModuleFileNameW", ERROR_GEN_FAILURE);
-        EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(ERROR_GEN_FAILURE));
+    for (const DWORD error : {DWORD{ERROR_GEN_FAILURE}, DWORD{ERROR_SUCCESS}}) {
+        const FailingCall failing("GetModuleFileNameW", error);
+        EXPECT_EQ(DllRegisterServer(), error == ERROR_SUCCESS ? E_FAIL : HRESULT_FROM_WIN32(error));
     }
-    const size_t notified = compat::AssociationChanges();
+    const RecordedCalls calls;
     {
         const FailingCall failing("StringFromCLSID", static_cast<DWORD>(E_OUTOFMEMORY));
         EXPECT_EQ(DllRegisterServer(), E_FAIL);
         EXPECT_EQ(DllUnregisterServer(), E_FAIL);
     }
-    EXPECT_EQ(compat::AssociationChanges(), notified);
+    EXPECT_EQ(calls.Count("SHChangeNotify"), 0U);
     EXPECT_EQ(Read(L"C:\\registry.reg"), "");
     const FailingCall failing("RegDeleteTreeW", ERROR_ACCESS_DENIED);
     EXPECT_EQ(DllUnregisterServer(), S_OK);
-    EXPECT_EQ(compat::AssociationChanges(), notified + 1);
+    EXPECT_EQ(calls.LinesOf({"SHChangeNotify"}), kNotification);
 }
 
 }  // namespace

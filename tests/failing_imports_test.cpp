@@ -1,5 +1,5 @@
-// The built DLL with its imports made to fail, one call after the other: memory and every call that
-// the platform documents a failure of.
+// Makes the calls of the built DLL to its imports fail, one after the other: the allocator and
+// every platform function that can fail.
 
 #include <windows.h>
 
@@ -7,15 +7,13 @@
 #include <shlwapi.h>
 
 #include <cstdlib>
-#include <cstring>
 
 #include "rightclick/library.h"
 #include "support/every_entry_point.h"
 #include "support/fixture.h"
+#include "support/imports.h"
 
 namespace {
-
-constexpr wchar_t kShortcut[] = L"C:\\Test\\Tool.lnk";
 
 size_t g_calls = 0;
 size_t g_failing = SIZE_MAX;
@@ -24,7 +22,7 @@ bool IsDue() {
     return g_calls++ == g_failing;
 }
 
-// Stands for an imported function: the call that is due fails, the others go on to the real one.
+// Replaces an imported function. One call fails, the others are forwarded to the original.
 template <class Function>
 struct Stub;
 
@@ -44,24 +42,24 @@ struct Stub<Result (*)(Arguments...)> {
     }
 };
 
-// The type of malloc, without the attributes that a template argument cannot have.
+// Has the type of malloc without its attributes, which a template argument cannot have.
 void* Allocate(size_t size) {
     return std::malloc(size);
 }
 
 struct Import {
     const char* name;
-    void* (*install)(void* original);  // gives what to call in its place
+    void* (*install)(void* original);  // returns the replacement
 };
 
 template <auto Function, auto Failure, DWORD Error = ERROR_NOT_ENOUGH_MEMORY>
 void* Install(void* original) {
-    using TheStub = Stub<decltype(Function)>;
-    using Result = decltype(TheStub::failure);
-    TheStub::original = reinterpret_cast<decltype(Function)>(original);
-    TheStub::failure = (Result)Failure;  // numbers stand for pointers too
-    TheStub::error = Error;
-    return reinterpret_cast<void*>(&TheStub::Call);
+    using Replacement = Stub<decltype(Function)>;
+    using Result = decltype(Replacement::failure);
+    Replacement::original = reinterpret_cast<decltype(Function)>(original);
+    Replacement::failure = (Result)Failure;  // also for pointers, given as numbers
+    Replacement::error = Error;
+    return reinterpret_cast<void*>(&Replacement::Call);
 }
 
 constexpr Import kImports[] = {
@@ -90,66 +88,11 @@ constexpr Import kImports[] = {
     {"RegDeleteTreeW", Install<&RegDeleteTreeW, ERROR_ACCESS_DENIED>},
 };
 
-// The place in a module's import table where the address of `name` stands; null when it has none.
-void** FindImport(HMODULE module, const char* name) {
-    auto* const base = reinterpret_cast<BYTE*>(module);
-    const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    const auto* const nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
-    const auto& directory = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-    const auto* library =
-        reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + directory.VirtualAddress);
-    for (; library->Name != 0; ++library) {
-        const auto* names =
-            reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
-        auto* addresses = reinterpret_cast<void**>(base + library->FirstThunk);
-        for (; names->u1.AddressOfData != 0; ++names, ++addresses) {
-            const auto* const import =
-                reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-            if (std::strcmp(reinterpret_cast<const char*>(import->Name), name) == 0) {
-                return addresses;
-            }
-        }
-    }
-    return nullptr;
-}
-
-// Another function in an import's place while it lives.
-class ScopedImport {
-  public:
-    ScopedImport(HMODULE module, const Import& import)
-        : place_(FindImport(module, import.name)),
-          original_(place_ == nullptr ? nullptr : *place_) {
-        EXPECT_NE(place_, nullptr) << import.name << " is not imported";
-        Put(import.install(original_));
-    }
-    ~ScopedImport() { Put(original_); }
-    ScopedImport(const ScopedImport&) = delete;
-    ScopedImport& operator=(const ScopedImport&) = delete;
-
-  private:
-    void Put(void* function) {
-        DWORD before = 0;
-        if (place_ != nullptr && VirtualProtect(place_, sizeof *place_, PAGE_READWRITE, &before)) {
-            *place_ = function;
-            VirtualProtect(place_, sizeof *place_, before, &before);
-        }
-    }
-
-    void** place_;
-    void* original_;
-};
-
 class FailingImports : public DriveTest {
   public:
     FailingImports() {
-        const std::wstring application = kApplication;
-        Copy(platform::BuiltFile(KELVARO_LIBRARY), application + L"\\KelvaroShellExt.dll");
-        Copy(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", kShortcut);
-        Write(application + L"\\Lang\\English.ini", "[ShellExt]\nhelp=Help\n");
-        // No program at all: whether it could run is not the question here.
-        Write(application + L"\\KelvaroAuthPrompt.exe", "");
-        WriteRules(R"({"type":"exe","target":"C:\\Apps\\Tool.exe"})");
-        SetLocale(L"en-US");
+        Copy(platform::BuiltFile(KELVARO_LIBRARY), kLibrary);
+        WriteApplicationFiles();
     }
 
     static Exports ExportsOf(const rightclick::Library& library) {
@@ -159,7 +102,9 @@ class FailingImports : public DriveTest {
                 library.Export<decltype(Exports::unregisterServer)>("DllUnregisterServer")};
     }
 
-    static size_t RightClick(const Exports& exports, size_t failing) {
+    // Makes every call with call number `failing` of the replaced import failing. Returns the
+    // number of its calls.
+    static size_t CallWithFailure(const Exports& exports, size_t failing) {
         DeleteFileW(kLog);
         RemoveDirectoryW(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs");
         g_calls = 0;
@@ -169,35 +114,34 @@ class FailingImports : public DriveTest {
     }
 };
 
-constexpr wchar_t kPrompt[] = L"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe";
-
-// Every call of one import made to fail in turn; how many there were.
+// Makes every call of one import fail in turn. Returns their number.
 size_t FailEach(const rightclick::Library& library, const Import& import) {
-    const ScopedImport stub(library.Handle(), import);
+    ScopedImport stub(library.Handle(), import.name);
+    stub.Replace(import.install(stub.Original()));
     const Exports exports = FailingImports::ExportsOf(library);
-    const size_t calls = FailingImports::RightClick(exports, SIZE_MAX);
+    const size_t calls = FailingImports::CallWithFailure(exports, SIZE_MAX);
     EXPECT_GT(calls, 0U) << import.name;
     for (size_t call = 0; call < calls; ++call) {
-        FailingImports::RightClick(exports, call);
+        FailingImports::CallWithFailure(exports, call);
     }
     return calls;
 }
 
 TEST_F(FailingImports, EachCallInTurn) {
-    const rightclick::Library library(std::wstring(kApplication) + L"\\KelvaroShellExt.dll");
+    const rightclick::Library library(kLibrary);
     ASSERT_TRUE(library.IsLoaded());
-    size_t points = 0;
+    size_t calls = 0;
     for (const Import& import : kImports) {
-        points += FailEach(library, import);
+        calls += FailEach(library, import);
     }
-    // Memory once more, with a prompt that starts and without any.
+    // The allocator once more, with a prompt that starts and without a prompt.
     Copy(L"C:\\windows\\system32\\hostname.exe", kPrompt);
-    points += FailEach(library, kImports[0]);
+    calls += FailEach(library, kImports[0]);
     DeleteFileW(kPrompt);
-    points += FailEach(library, kImports[0]);
-    RightClick(ExportsOf(library), SIZE_MAX);
-    EXPECT_NE(Messages()[0].find("locked=1"), std::string::npos) << "the next right-click works";
-    std::printf("%zu calls of %zu imports were made to fail\n", points, std::size(kImports));
+    calls += FailEach(library, kImports[0]);
+    CallWithFailure(ExportsOf(library), SIZE_MAX);
+    EXPECT_NE(Messages()[0].find("locked=1"), std::string::npos) << "a later right-click must work";
+    std::printf("made %zu calls of %zu imports fail\n", calls, std::size(kImports));
 }
 
 }  // namespace

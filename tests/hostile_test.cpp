@@ -1,4 +1,4 @@
-// Files and requests that nobody sends by mistake.
+// Damaged, huge, locked and changing files.
 
 #include <string>
 
@@ -19,40 +19,36 @@
 namespace kelvaro {
 namespace {
 
-constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
-constexpr wchar_t kEnglish[] = L"C:\\Program Files\\Kelvaro\\Lang\\English.ini";
-constexpr char kRule[] = R"({"type":"exe","target":"C:\\Apps\\Tool.exe"})";
-
 class Hostile : public DriveTest {
   public:
     Hostile() {
         InstallLibrary();
         SetLocale(L"en-US");
-        WriteRules(kRule);
-        Write(kEnglish, "[ShellExt]\nmenu.lock=Found\nmenu.unlock=Found\n");
+        WriteRules(kToolRule);
+        Write(kEnglishFile, "[ShellExt]\nmenu.lock=Found\nmenu.unlock=Found\n");
     }
 
-    // A whole menu has to come of it whatever the files are; the item's text.
+    // Builds a menu for kTool. Returns the text of the item.
     static std::string RightClick() {
         Extension extension;
         EXPECT_EQ(extension.Select({kTool}), S_OK);
-        return Narrow(extension.MenuText());
+        return Utf8(extension.MenuText());
     }
 };
 
-TEST_F(Hostile, FilesThatAreDirectories) {
-    for (const wchar_t* const path : {kRules, kEnglish, kLog}) {
+TEST_F(Hostile, DirectoriesInPlaceOfFiles) {
+    for (const wchar_t* const path : {kRules, kEnglishFile, kLog}) {
         DeleteFileW(path);
         MakeDirectory(path);
     }
     EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
 }
 
-TEST_F(Hostile, FilesThatOthersKeepToThemselves) {
+TEST_F(Hostile, FilesOpenedExclusively) {
     Write(kLog, "");
     HANDLE holders[3] = {};
     size_t held = 0;
-    for (const wchar_t* const path : {kRules, kEnglish, kLog}) {
+    for (const wchar_t* const path : {kRules, kEnglishFile, kLog}) {
         holders[held++] =
             CreateFileW(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     }
@@ -64,13 +60,13 @@ TEST_F(Hostile, FilesThatOthersKeepToThemselves) {
     EXPECT_TRUE(IsTargetLocked(kTool));
 }
 
-TEST_F(Hostile, TextsWithEverythingInThem) {
+TEST_F(Hostile, LanguageFilesWithoutUsableTexts) {
     const struct {
         const char* what;
         std::string bytes;
     } cases[] = {
         {"zero bytes", std::string(100'000, '\0')},
-        {"a line without end", "[ShellExt]" + std::string(8'000'000, 'x')},
+        {"one long line", "[ShellExt]" + std::string(8'000'000, 'x')},
         {"a million sections",
          [] {
              std::string text;
@@ -80,29 +76,28 @@ TEST_F(Hostile, TextsWithEverythingInThem) {
              return text;
          }()},
         {"brackets", std::string(1'000'000, '[')},
-        {"half a unit", "\xFF\xFE["},
+        {"an odd number of bytes", "\xFF\xFE["},
     };
     for (const auto& [what, bytes] : cases) {
-        Write(kEnglish, bytes);
+        Write(kEnglishFile, bytes);
         EXPECT_EQ(RightClick(), "Unlock with Vorandel Kelvaro") << what;
     }
-    Write(kEnglish, "[ShellExt]\nmenu.unlock=" + std::string(100'000, 'y'));
-    EXPECT_EQ(RightClick(), std::string(511, 'y')) << "the menu takes what it can show";
+    Write(kEnglishFile, "[ShellExt]\nmenu.unlock=" + std::string(100'000, 'y'));
+    EXPECT_EQ(RightClick(), std::string(511, 'y')) << "cut by GetMenuStringW";
 }
 
-TEST_F(Hostile, ShortcutsWithLengthsThatLie) {
-    const std::string good =
-        Read(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk");
+TEST_F(Hostile, ShortcutsWithWrongLengths) {
+    const std::string good = Read(SavedShortcut(L"tool.lnk"));
     const std::wstring path = L"C:\\Test\\bad.lnk";
-    // The item list's, an item's and the link info's length.
+    // The lengths of the item list, of its first item and of the link information.
     for (const size_t at : {size_t{76}, size_t{78}, size_t{241}}) {
-        for (const char* const lie : {"\xFF\xFF", "\x01\x00", "\x00\x00"}) {
+        for (const char* const length : {"\xFF\xFF", "\x01\x00", "\x00\x00"}) {
             std::string bad = good;
-            bad.replace(at, 2, lie, 2);
+            bad.replace(at, 2, length, 2);
             Write(path, bad);
             Extension extension;
             EXPECT_EQ(extension.Select({path}), S_OK) << at;
-            EXPECT_EQ(Narrow(extension.MenuText()), "Found") << at;
+            EXPECT_EQ(Utf8(extension.MenuText()), "Found") << at;
         }
     }
     Write(path, std::string(size_t{64} << 20, '\x4C'));
@@ -113,12 +108,11 @@ TEST_F(Hostile, ShortcutsWithLengthsThatLie) {
 
 #ifndef _WIN32
 
-// Whatever is read of a file that changes meanwhile, something is answered.
-TEST_F(Hostile, FilesThatAreCutWhileTheyAreRead) {
+TEST_F(Hostile, FilesTruncatedWhileTheyAreRead) {
     std::atomic<bool> done = false;
     std::thread writer([&done] {
         const auto native = platform::NativePath(kRules);
-        std::string large = kRule;
+        std::string large = kToolRule;
         large.resize(size_t{4} << 20, ' ');
         while (!done) {
             Write(kRules, large);
@@ -130,24 +124,24 @@ TEST_F(Hostile, FilesThatAreCutWhileTheyAreRead) {
     }
     done = true;
     writer.join();
-    WriteRules(kRule);
+    WriteRules(kToolRule);
     EXPECT_TRUE(IsTargetLocked(kTool));
 }
 
-// Only the host can make files of holes and links in circles without rights of an administrator.
+// The tests below use the host: under Windows, sparse files and links need more rights.
 TEST_F(Hostile, FilesOfTwoGibibytes) {
-    for (const wchar_t* const path : {kEnglish, kRules}) {
+    for (const wchar_t* const path : {kEnglishFile, kRules}) {
         ASSERT_EQ(truncate(platform::NativePath(path).c_str(), off_t{1} << 31), 0);
     }
-    EXPECT_EQ(ReadLanguageText(kEnglish), L"");
+    EXPECT_EQ(ReadLanguageText(kEnglishFile), L"");
 #ifndef KELVARO_INSTRUMENTED
-    // The rule stands before the hole, and has to be found.
+    // The rule is before the hole.
     EXPECT_EQ(RightClick(), "Unlock with Vorandel Kelvaro");
 #endif
 }
 
-TEST_F(Hostile, LinksInACircle) {
-    for (const wchar_t* const path : {kRules, kEnglish, kLog}) {
+TEST_F(Hostile, LinksToThemselves) {
+    for (const wchar_t* const path : {kRules, kEnglishFile, kLog}) {
         const auto native = platform::NativePath(path);
         DeleteFileW(path);
         MakeDirectory(std::wstring(path, std::wstring_view(path).rfind(L'\\')));
@@ -156,8 +150,8 @@ TEST_F(Hostile, LinksInACircle) {
     EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
 }
 
-TEST_F(Hostile, FilesWithoutTheRightToReadThem) {
-    for (const wchar_t* const path : {kRules, kEnglish}) {
+TEST_F(Hostile, FilesWithoutReadPermission) {
+    for (const wchar_t* const path : {kRules, kEnglishFile}) {
         chmod(platform::NativePath(path).c_str(), 0);
     }
     EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");

@@ -7,13 +7,13 @@ namespace {
 
 using namespace std::string_literals;
 
-TEST(DecodeText, TellsTheEncodingsApart) {
+TEST(DecodeText, DetectsTheEncoding) {
     const struct {
         const char* what;
         std::string bytes;
         std::wstring text;
     } cases[] = {
-        {"nothing", "", L""},
+        {"no bytes", "", L""},
         {"ASCII", "abc", L"abc"},
         {"UTF-8", "\xE8\xBD\xAF\xF0\x9F\x98\x80", L"\u8F6F\xD83D\xDE00"},
         {"UTF-8 with mark", "\xEF\xBB\xBF\xE8\xBD\xAF", L"\u8F6F"},
@@ -32,7 +32,7 @@ TEST(DecodeText, TellsTheEncodingsApart) {
         {"a zero byte", "a\0b"s, L"a\0b"s},
     };
     for (const auto& [what, bytes, text] : cases) {
-        EXPECT_EQ(Narrow(DecodeText(bytes)), Narrow(text)) << what;
+        EXPECT_EQ(Utf8(DecodeText(bytes)), Utf8(text)) << what;
     }
 }
 
@@ -67,9 +67,8 @@ TEST(FindIniValue, FollowsTheGrammar) {
     };
     for (const auto& [text, value] : cases) {
         const auto found = FindIniValue(text, L" S ", L"k\t");
-        EXPECT_EQ(found.has_value(), value != nullptr) << Narrow(text);
-        EXPECT_EQ(Narrow(found.value_or(L"")), Narrow(value == nullptr ? L"" : value))
-            << Narrow(text);
+        EXPECT_EQ(found.has_value(), value != nullptr) << Utf8(text);
+        EXPECT_EQ(Utf8(found.value_or(L"")), Utf8(value == nullptr ? L"" : value)) << Utf8(text);
     }
     EXPECT_FALSE(FindIniValue(L"[S]\n;k=v", L"S", L";k"));
     EXPECT_FALSE(FindIniValue(L"[S]\n#k=v", L"S", L"#k"));

@@ -21,11 +21,11 @@ class LanguageLocation : public DriveTest {
         Write(InApplication(folder + L"\\" + file), "");
     }
     static void ExpectFile(const std::wstring& expected, const char* when) {
-        EXPECT_EQ(Narrow(GetLanguageFilePath()), Narrow(InApplication(expected))) << when;
+        EXPECT_EQ(Utf8(GetLanguageFilePath()), Utf8(InApplication(expected))) << when;
     }
 };
 
-TEST_F(LanguageLocation, TheFolderThatHasTheFileWins) {
+TEST_F(LanguageLocation, PrefersTheFolderThatContainsTheFile) {
     const std::wstring special = std::wstring(kSpecial) + L"\\";
     const std::wstring standard = L"Lang\\";
     for (const auto& [locale, file, other] :
@@ -34,33 +34,33 @@ TEST_F(LanguageLocation, TheFolderThatHasTheFileWins) {
         std::filesystem::remove_all(platform::NativePath(InApplication(L"Lang")));
         SetLocale(locale);
         EXPECT_EQ(GetLanguageFileName(), file);
-        ExpectFile(standard + file, "neither folder is there");
+        ExpectFile(standard + file, "neither folder exists");
         MakeDirectory(InApplication(kSpecial));
-        ExpectFile(special + file, "an empty special folder is there");
+        ExpectFile(special + file, "the special folder is empty");
         Add(kSpecial, other);
-        ExpectFile(special + file, "the special folder has another language");
+        ExpectFile(special + file, "the special folder has the other language");
         Add(L"Lang", file);
         ExpectFile(standard + file, "only the standard folder has the file");
         Add(kSpecial, file);
-        ExpectFile(special + file, "both have the file");
+        ExpectFile(special + file, "both folders have the file");
     }
 }
 
-TEST_F(LanguageLocation, ADirectoryOfTheNameCountsAsTheFile) {
+TEST_F(LanguageLocation, ADirectoryOfThatNameCountsAsTheFile) {
     SetLocale(L"en-US");
     Add(L"Lang", kEnglish);
     MakeDirectory(InApplication(std::wstring(kSpecial) + L"\\" + kEnglish));
-    ExpectFile(std::wstring(kSpecial) + L"\\" + kEnglish, "anything of the name exists");
+    ExpectFile(std::wstring(kSpecial) + L"\\" + kEnglish, "a directory has the name of the file");
 }
 
-TEST(LanguageLocationWithoutModule, IsEmpty) {
+TEST_F(LanguageLocation, IsEmptyWithoutAModule) {
     EXPECT_EQ(GetModuleDirectory(reinterpret_cast<HMODULE>(uintptr_t{0x10})), L"");
 }
 
-TEST_F(DriveTest, TheLibraryMayLieInTheRoot) {
+TEST_F(DriveTest, FindsLanguageFilesBelowTheRoot) {
     SetLocale(L"en-US");
     const std::wstring library = InstallLibrary(L"C:\\");
-    EXPECT_EQ(Narrow(GetLanguageFilePath()), "C:\\Lang\\English.ini");
+    EXPECT_EQ(Utf8(GetLanguageFilePath()), "C:\\Lang\\English.ini");
     platform::Reset();
     DeleteFileW(library.c_str());
 }

@@ -1,5 +1,6 @@
 #include "launch/launch_toggle.h"
 
+#include "rules/lock_lookup.h"
 #include "support/fixture.h"
 #include "support/message_boxes.h"
 #include "support/prompt.h"
@@ -33,12 +34,12 @@ class Launch : public DriveTest {
     MessageBoxes boxes_;
 };
 
-TEST_F(Launch, StartsTheFirstProgramThereIs) {
+TEST_F(Launch, StartsTheFirstProgramThatExists) {
     int calls = 0;
     for (const char* const name : {"Kelvaro_UI.exe", "Kelvaro.exe", "KelvaroAuthPrompt.exe"}) {
         InstallPrompt(Program(std::wstring(name, name + std::string_view(name).size())));
         DeleteFileW(kLog);
-        LaunchToggle(L"C:\\Apps\\Tool.exe", nullptr);
+        LaunchToggle(kTool, nullptr);
         EXPECT_EQ(Messages(), (Strings{Started(name), "CreateProcess started (non-blocking)"}));
         const auto call = WaitForPrompt(++calls);
         EXPECT_EQ("CreateProcess: " + call.commandLine, Started(name));
@@ -47,21 +48,21 @@ TEST_F(Launch, StartsTheFirstProgramThereIs) {
     EXPECT_EQ(boxes_.shown, Strings());
 }
 
-TEST_F(Launch, TellsTheUserThatNoProgramIsThere) {
-    LaunchToggle(L"C:\\Apps\\Tool.exe", nullptr);
+TEST_F(Launch, ReportsThatNoProgramExists) {
+    LaunchToggle(kTool, nullptr);
     EXPECT_EQ(Messages(), (Strings{"Launch failed: KelvaroAuthPrompt/Kelvaro not found in "
                                    "C:\\Program Files\\Kelvaro"}));
     if (MessageBoxes::kCanSee) {
         EXPECT_EQ(boxes_.shown, (Strings{"Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe."}));
-        EXPECT_EQ(boxes_.logged, Messages()) << "the log first: a box may stay for long";
+        EXPECT_EQ(boxes_.logged, Messages()) << "the log comes first: the box blocks";
     }
 }
 
-TEST_F(Launch, TellsTheUserThatAProgramCannotBeStarted) {
-    Write(L"C:\\Program Files\\Kelvaro\\Lang\\English.ini",
+TEST_F(Launch, ReportsThatTheProgramDoesNotStart) {
+    Write(kEnglishFile,
           "[Product]\nProduct short Name=Kel\n[ShellExt]\nmsg.launch_failed=No {product}\n");
-    MakeDirectory(Program(L"KelvaroAuthPrompt.exe"));
-    LaunchToggle(L"C:\\Apps\\Tool.exe", nullptr);
+    MakeDirectory(kPrompt);
+    LaunchToggle(kTool, nullptr);
     EXPECT_EQ(Messages(),
               (Strings{Started("KelvaroAuthPrompt.exe"), "CreateProcess failed gle=5"}));
     if (MessageBoxes::kCanSee) {
@@ -70,24 +71,23 @@ TEST_F(Launch, TellsTheUserThatAProgramCannotBeStarted) {
     }
 }
 
-TEST_F(Launch, AFileThatIsNoProgramCannotBeStarted) {
-    Write(Program(L"KelvaroAuthPrompt.exe"), "no program");
-    LaunchToggle(L"C:\\Apps\\Tool.exe", nullptr);
+TEST_F(Launch, LogsTheErrorOfAFileThatIsNoProgram) {
+    Write(kPrompt, "no program");
+    LaunchToggle(kTool, nullptr);
     EXPECT_EQ(Messages(),
               (Strings{Started("KelvaroAuthPrompt.exe"), "CreateProcess failed gle=193"}));
 }
 
-// One argument reaches the prompt, whatever a Windows path may hold.
-TEST_F(Launch, ThePathArrivesWhole) {
-    InstallPrompt(Program(L"KelvaroAuthPrompt.exe"));
+TEST_F(Launch, PassesAnyPathAsOneArgument) {
+    InstallPrompt(kPrompt);
     int calls = 0;
     for (const wchar_t* const path :
          {L"C:\\Apps\\a  b.exe", L"C:\\Apps\\100%PATH%.exe", L"C:\\Apps\\a & b ^ c, d;'e'.exe",
           L"C:\\\u5DE5\u5177\\\u00E9 \xD83D\xDE00.exe", L"C:\\Apps\\--shell-toggle.exe"}) {
         LaunchToggle(path, nullptr);
         const auto call = WaitForPrompt(++calls);
-        EXPECT_TRUE(call.commandLine.ends_with(" \"" + Narrow(path) + "\"")) << call.commandLine;
-        EXPECT_TRUE(IsLockedByPrompt(path)) << Narrow(path);
+        EXPECT_TRUE(call.commandLine.ends_with(" \"" + Utf8(path) + "\"")) << call.commandLine;
+        EXPECT_TRUE(IsTargetLocked(path)) << Utf8(path);
     }
 }
 

@@ -8,7 +8,7 @@ namespace {
 
 using compat::ReadLinkFile;
 
-// The parts of a .lnk file, put together as Windows writes them.
+// Builds a .lnk file from its parts, in the order in which Windows writes them.
 class LinkBuilder {
   public:
     explicit LinkBuilder(uint32_t flags) {
@@ -49,10 +49,10 @@ using namespace std::string_view_literals;
 
 std::wstring PathIn(const LinkBuilder& link) {
     const auto target = ReadLinkFile(link.Bytes());
-    return target ? target->path : L"(no shortcut)";
+    return target ? target->path : L"(not a shortcut)";
 }
 
-TEST(LinkFile, PathsStandInTheLinkInfo) {
+TEST(LinkFile, PathsComeFromTheLinkInfo) {
     const auto narrow = ReadLinkFile(LinkBuilder(0x2)
                                          .Long(0x30)
                                          .Long(0x1C)
@@ -80,8 +80,8 @@ TEST(LinkFile, PathsStandInTheLinkInfo) {
     EXPECT_EQ(PathIn(network), L"\\\\srv\\share\\a.exe");
 }
 
-TEST(LinkFile, LongNamesStandBehindShortOnes) {
-    // A drive, and a file whose block of version 9 has its name behind the file reference.
+TEST(LinkFile, LongNamesArePreferred) {
+    // A drive and a file. In a block of version 9 the long name follows the file reference.
     LinkBuilder link(0x1);
     link.Word(5 + 74 + 2)
         .Word(5)
@@ -90,15 +90,15 @@ TEST(LinkFile, LongNamesStandBehindShortOnes) {
             "C:");
     link.Word(74).Word(0x32).Zeros(10).Text("A~1.EXE\0"sv);
     link.Word(74 - 22).Word(9).Long(0xBEEF0004).Zeros(38).Wide(L"\u5DE5").Word(0).Word(22).Word(0);
-    EXPECT_EQ(Narrow(PathIn(link)), Narrow(L"C:\\\u5DE5"));
+    EXPECT_EQ(Utf8(PathIn(link)), Utf8(L"C:\\\u5DE5"));
 }
 
-TEST(LinkFile, NoByteOfDamageLeadsOutside) {
+TEST(LinkFile, DamagedFilesAreReadSafely) {
     std::mt19937 random(20261124);
     for (const wchar_t* const name : {L"tool.lnk", L"environment.lnk", L"control_panel.lnk"}) {
         const std::string good =
             DriveTest::Read(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\" + name);
-        ASSERT_TRUE(ReadLinkFile(good)) << Narrow(name);
+        ASSERT_TRUE(ReadLinkFile(good)) << Utf8(name);
         for (size_t length = 0; length < good.size(); ++length) {
             ReadLinkFile(std::string(good, 0, length));
         }

@@ -13,7 +13,7 @@
 namespace kelvaro {
 namespace {
 
-// Runs `work` in a process of its own, given its number.
+// Starts `count` processes. Each calls `work` with its number and exits.
 template <class Work>
 std::vector<pid_t> StartProcesses(int count, Work work) {
     std::vector<pid_t> processes;
@@ -60,9 +60,9 @@ TEST_F(Load, EightProcessesLoseNoLine) {
     EXPECT_EQ(next.size(), size_t{kProcesses});
 }
 
-// Sixteen threads right-click while one process replaces the rules and another writes the log. The
-// rules always lock one program and never the other, so that there is one right answer for each.
-TEST_F(Load, SixteenThreadsRideWhileOthersWrite) {
+// Sixteen threads right-click while one process replaces the rule file and another writes to the
+// log. Every version of the rule file locks the same one of the two programs.
+TEST_F(Load, SixteenThreadsRightClickWhileFilesChange) {
     constexpr int kThreads = 16;
     constexpr int kRightClicks = 2000;
     const std::string rules = R"({"type":"exe","target":"C:\\Apps\\Locked.exe"})";
@@ -121,7 +121,7 @@ TEST_F(Load, SixteenThreadsRideWhileOthersWrite) {
     EXPECT_EQ(lines["QueryContextMenu add item locked=1"], kEach);
     EXPECT_EQ(lines["QueryContextMenu add item locked=0"], kEach);
     EXPECT_GT(lines["another process"], 0);
-    EXPECT_EQ(lines.size(), 5U) << "a line is torn";
+    EXPECT_EQ(lines.size(), 5U) << "lines were mixed";
 }
 
 size_t ResidentKilobytes() {
@@ -129,9 +129,9 @@ size_t ResidentKilobytes() {
     return std::stoul(status.substr(status.find("VmRSS:") + 6));
 }
 
-TEST_F(Load, OneObjectServesAHundredThousandMenus) {
+TEST_F(Load, OneObjectBuildsAHundredThousandMenus) {
 #ifdef KELVARO_INSTRUMENTED
-    constexpr int kMenus = 10'000;  // memory is not measured there
+    constexpr int kMenus = 10'000;  // memory is not measured in instrumented builds
 #else
     constexpr int kMenus = 100'000;
 #endif

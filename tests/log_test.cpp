@@ -9,7 +9,7 @@ namespace {
 
 using Log = DriveTest;
 
-TEST(LogLine, KeepsEveryCharacterOnOneByteOrByName) {
+TEST(LogLine, EncodesEveryCharacter) {
     const struct {
         std::wstring message;
         std::string text;
@@ -33,7 +33,7 @@ TEST(LogLine, KeepsEveryCharacterOnOneByteOrByName) {
     }
 }
 
-TEST_F(Log, TheFirstLineMakesFileAndDirectories) {
+TEST_F(Log, TheFirstLineCreatesFileAndDirectories) {
     WriteLog(L"first");
     WriteLog(L"");
     const std::regex lines(
@@ -41,7 +41,7 @@ TEST_F(Log, TheFirstLineMakesFileAndDirectories) {
     EXPECT_TRUE(std::regex_match(Read(kLog), lines)) << Read(kLog);
 }
 
-TEST_F(Log, TheStampIsTheLocalTime) {
+TEST_F(Log, StampsLinesWithTheLocalTime) {
     const auto now = [] {
         SYSTEMTIME time = {};
         GetLocalTime(&time);
@@ -58,10 +58,10 @@ TEST_F(Log, TheStampIsTheLocalTime) {
     EXPECT_LE(stamp, after);
 }
 
-TEST_F(Log, WhatCannotBeWrittenIsDropped) {
-    Write(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs", "a file in the directory's place");
+TEST_F(Log, DropsLinesThatCannotBeWritten) {
+    Write(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs", "not a directory");
     WriteLog(L"lost");
-    EXPECT_EQ(Read(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs"), "a file in the directory's place");
+    EXPECT_EQ(Read(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs"), "not a directory");
     DeleteFileW(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs");
 
     MakeDirectory(kLog);
@@ -76,9 +76,9 @@ TEST_F(Log, WhatCannotBeWrittenIsDropped) {
     EXPECT_EQ(Read(kLog), "old\r\n");
 }
 
-TEST_F(Log, AReadOnlyFileStaysAsItIs) {
+TEST_F(Log, DoesNotChangeAReadOnlyFile) {
     if (!platform::ReadOnlyRefuses()) {
-        GTEST_SKIP() << "this user may write read-only files";
+        GTEST_SKIP() << "this user can write read-only files";
     }
     Write(kLog, "old\r\n");
     SetFileAttributesW(kLog, FILE_ATTRIBUTE_READONLY);
@@ -87,7 +87,7 @@ TEST_F(Log, AReadOnlyFileStaysAsItIs) {
     EXPECT_EQ(Read(kLog), "old\r\n");
 }
 
-TEST_F(Log, OthersMayHoldTheFileOpen) {
+TEST_F(Log, AppendsWhileAnotherProgramHasTheFileOpen) {
     WriteLog(L"one");
     const HANDLE holder = CreateFileW(kLog, GENERIC_READ | GENERIC_WRITE,
                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,

@@ -5,7 +5,7 @@
 namespace kelvaro {
 namespace {
 
-TEST(NormalizePath, SpellsOnePathOneWay) {
+TEST(NormalizePath, ReturnsTheCanonicalForm) {
     const struct {
         const wchar_t *path, *canonical;
     } cases[] = {
@@ -38,7 +38,7 @@ TEST(NormalizePath, SpellsOnePathOneWay) {
         {L"C:\\\u00C4rger\\App.exe", L"c:\\\u00C4rger\\app.exe"},
     };
     for (const auto& [path, canonical] : cases) {
-        EXPECT_EQ(NormalizePath(path), canonical) << Narrow(path);
+        EXPECT_EQ(NormalizePath(path), canonical) << Utf8(path);
     }
 }
 

@@ -1,19 +1,18 @@
 #include "registration/registration.h"
 
 #include "common/owners.h"
+#include "rightclick/library.h"
+#include "server/exports.h"
 #include "server/module.h"
 #include "support/fixture.h"
-
-STDAPI DllRegisterServer();
-STDAPI DllUnregisterServer();
 
 namespace kelvaro {
 namespace {
 
-constexpr wchar_t kClsid[] = L"{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}";
 constexpr wchar_t kClasses[] = L"Software\\Classes\\";
 
-// The text of a value: "(none)" without one, "(other type)" for another type than text.
+// Returns the text of a registry value: "(none)" if it is missing, "(other type)" if it is not
+// null-terminated text.
 std::string Value(HKEY root, const std::wstring& path, const wchar_t* name = nullptr) {
     ScopedKey key;
     wchar_t text[1024] = {};
@@ -25,12 +24,12 @@ std::string Value(HKEY root, const std::wstring& path, const wchar_t* name = nul
         return "(none)";
     }
     const bool whole = size == (std::wstring(text).size() + 1) * sizeof(wchar_t);
-    return type == REG_SZ && whole ? Narrow(text) : "(other type)";
+    return type == REG_SZ && whole ? Utf8(text) : "(other type)";
 }
 
-// The five entries below a root and prefix, in the order of writing.
+// Returns the five entries below a root and prefix, in the order of writing.
 std::vector<std::string> Entries(HKEY root, const std::wstring& prefix) {
-    const std::wstring classKey = prefix + L"CLSID\\" + kClsid;
+    const std::wstring classKey = prefix + L"CLSID\\" + DriveTest::kClsidText;
     const std::wstring handler = L"\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
     return {Value(root, classKey), Value(root, classKey + L"\\InprocServer32"),
             Value(root, classKey + L"\\InprocServer32", L"ThreadingModel"),
@@ -38,40 +37,35 @@ std::vector<std::string> Entries(HKEY root, const std::wstring& prefix) {
 }
 
 std::vector<std::string> EntriesFor(const std::wstring& library) {
-    return {"Vorandel Kelvaro Shell Extension", Narrow(library), "Apartment", Narrow(kClsid),
-            Narrow(kClsid)};
+    return {"Vorandel Kelvaro Shell Extension", Utf8(library), "Apartment",
+            Utf8(DriveTest::kClsidText), Utf8(DriveTest::kClsidText)};
 }
 
 using Registration = DriveTest;
 
-TEST_F(Registration, IsTheUsersOwn) {
+TEST_F(Registration, WritesToTheUsersClasses) {
     const std::wstring library = InstallLibrary();
     EXPECT_EQ(DllRegisterServer(), S_OK);
     EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), EntriesFor(library));
     EXPECT_EQ(Entries(HKEY_LOCAL_MACHINE, kClasses), std::vector<std::string>(5, "(none)"));
 }
 
-TEST_F(Registration, TwiceFromElsewhereMovesIt) {
+TEST_F(Registration, ReplacesAnEarlierRegistration) {
     InstallLibrary(L"C:\\Test\\Old");
     EXPECT_EQ(DllRegisterServer(), S_OK);
     EXPECT_EQ(DllRegisterServer(), S_OK);
-    Copy(L"C:\\Test\\Old\\KelvaroShellExt.dll", L"C:\\Test\\New\\KelvaroShellExt.dll");
-    const HMODULE moved = LoadLibraryW(L"C:\\Test\\New\\KelvaroShellExt.dll");
-    const auto registerMoved = reinterpret_cast<HRESULT(STDMETHODCALLTYPE*)()>(
-        reinterpret_cast<void*>(GetProcAddress(moved, "DllRegisterServer")));
-    ASSERT_NE(registerMoved, nullptr);
-    EXPECT_EQ(registerMoved(), S_OK);
-    FreeLibrary(moved);
-    EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses),
-              EntriesFor(L"C:\\Test\\New\\KelvaroShellExt.dll"));
+    const std::wstring moved = L"C:\\Test\\New\\KelvaroShellExt.dll";
+    Copy(platform::BuiltFile(KELVARO_LIBRARY), moved);
+    EXPECT_EQ(rightclick::CallRegistration(moved, "DllRegisterServer"), S_OK);
+    EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), EntriesFor(moved));
 }
 
-TEST_F(Registration, RemovalTakesOnlyWhatIsOurs) {
+TEST_F(Registration, UnregistrationRemovesOnlyItsOwnKeys) {
     EXPECT_EQ(DllUnregisterServer(), S_OK) << "nothing is registered";
     const std::wstring library = InstallLibrary();
     const std::wstring handlers = L"Software\\Classes\\exefile\\shellex\\ContextMenuHandlers";
     EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, handlers + L"\\Other", L"", L"{x}"), S_OK);
-    EXPECT_EQ(RegisterUnderRoot(HKEY_CLASSES_ROOT, L"", kClsid, library), S_OK);
+    EXPECT_EQ(RegisterUnderRoot(HKEY_CLASSES_ROOT, L"", kClsidText, library), S_OK);
     EXPECT_EQ(DllRegisterServer(), S_OK);
     EXPECT_EQ(DllUnregisterServer(), S_OK);
     EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), std::vector<std::string>(5, "(none)"));
@@ -84,13 +78,13 @@ TEST_F(Registration, RemovalTakesOnlyWhatIsOurs) {
               ERROR_SUCCESS);
 }
 
-TEST_F(Registration, NeedsTheModulesPath) {
+TEST_F(Registration, FailsWithoutTheModulePath) {
     g_moduleHandle = reinterpret_cast<HMODULE>(uintptr_t{0x10});
     EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND));
     EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), std::vector<std::string>(5, "(none)"));
 }
 
-TEST_F(Registration, AFailingWriteTellsWhy) {
+TEST_F(Registration, ReturnsTheErrorOfAFailingWrite) {
     EXPECT_EQ(WriteRegistryString(reinterpret_cast<HKEY>(uintptr_t{0x10}), L"a", L"", L""),
               HRESULT_FROM_WIN32(ERROR_INVALID_HANDLE));
 }

@@ -82,7 +82,7 @@ TEST_F(HandlerTest, IsFoundThroughTheRegistry) {
     const std::wstring handler =
         L"Software\\Classes\\exefile\\shellex\\ContextMenuHandlers\\"
         L"VorandelKelvaro";
-    const std::wstring clsid = L"{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}";
+    const std::wstring clsid = kClsidText;
     const auto write = [](const std::wstring& key, const std::wstring& data) {
         kelvaro::WriteRegistryString(HKEY_CURRENT_USER, key, L"", data);
     };

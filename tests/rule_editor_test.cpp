@@ -7,7 +7,7 @@
 namespace auth_prompt {
 namespace {
 
-constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
+constexpr const auto& kTool = DriveTest::kTool;
 
 bool Locks(std::string_view rules) {
     return kelvaro::AnyRuleLocks(rules, kelvaro::NormalizePath(kTool));

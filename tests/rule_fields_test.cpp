@@ -33,11 +33,11 @@ TEST(RuleFields, ReadsTheFirstStringValue) {
     }
 }
 
-TEST(RuleFields, ADefaultIsNotDecoded) {
+TEST(RuleFields, DoesNotDecodeDefaults) {
     EXPECT_EQ(ExtractStringField("{}", "k", "a\\n"), "a\\n");
 }
 
-TEST(RuleFields, OnlyTheBareWordsAreBooleans) {
+TEST(RuleFields, ReadsOnlyUnquotedWordsAsBooleans) {
     const struct {
         std::string_view object;
         bool value, byDefault;

@@ -10,12 +10,10 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
-
-// A data object whose one answer the test decides.
-class OneAnswer final : public rightclick::DataObject {
+// A data object with a given result and medium.
+class GivenMedium final : public rightclick::DataObject {
   public:
-    OneAnswer(HRESULT result, HGLOBAL memory) : result_(result), memory_(memory) { ++alive; }
+    GivenMedium(HRESULT result, HGLOBAL memory) : result_(result), memory_(memory) { ++alive; }
 
     STDMETHODIMP GetData(FORMATETC* format, STGMEDIUM* medium) noexcept override {
         EXPECT_EQ(format->cfFormat, CF_HDROP);
@@ -28,7 +26,7 @@ class OneAnswer final : public rightclick::DataObject {
         if (SUCCEEDED(result_)) {
             medium->tymed = TYMED_HGLOBAL;
             medium->hGlobal = memory_;
-            // The medium is this object's own: it learns how often it is given back.
+            // Releasing the medium then releases this object, which counts.
             medium->pUnkForRelease = this;
             AddRef();
         }
@@ -38,20 +36,20 @@ class OneAnswer final : public rightclick::DataObject {
     static int alive;
 
   private:
-    ~OneAnswer() override { --alive; }
+    ~GivenMedium() override { --alive; }
 
     HRESULT result_;
     HGLOBAL memory_;
 };
-int OneAnswer::alive = 0;
+int GivenMedium::alive = 0;
 
 class Selection : public DriveTest {
   public:
     Selection() {
         SetLocale(L"en-US");
-        WriteRules(R"({"type":"exe","target":"c:\\apps\\tool.exe"})");
+        WriteRules(kToolRule);
     }
-    // The messages that came since the last call.
+    // Returns the messages since the last call.
     Strings NewMessages() {
         Strings messages = Messages();
         messages.erase(messages.begin(), messages.begin() + static_cast<ptrdiff_t>(seen_));
@@ -61,7 +59,7 @@ class Selection : public DriveTest {
     size_t seen_ = 0;
 };
 
-TEST_F(Selection, TakesOneProgramOrShortcut) {
+TEST_F(Selection, AcceptsOneProgramOrShortcut) {
     const struct {
         const wchar_t* file;
         HRESULT result;
@@ -81,15 +79,15 @@ TEST_F(Selection, TakesOneProgramOrShortcut) {
     };
     Extension extension;
     for (const auto& [file, result, message] : cases) {
-        EXPECT_EQ(extension.Select({file}), result) << Narrow(file);
+        EXPECT_EQ(extension.Select({file}), result) << Utf8(file);
         EXPECT_EQ(NewMessages(), Strings{message});
     }
 }
 
-TEST_F(Selection, TakesExactlyOneFile) {
+TEST_F(Selection, AcceptsExactlyOneFile) {
     Extension extension;
 #ifndef _WIN32
-    // Wine looks for a name before it looks for the end of the list, and counts one.
+    // Wine counts one file in an empty list.
     EXPECT_EQ(extension.Select(std::vector<std::wstring>{}), E_INVALIDARG);
     EXPECT_EQ(NewMessages(), Strings{"Initialize ignored selection count=0"});
 #endif
@@ -103,26 +101,25 @@ TEST_F(Selection, ReadsAtMost259Characters) {
     const std::wstring name = L"C:\\" + std::wstring(252, L'n') + L".exe";
     Extension extension;
     EXPECT_EQ(extension.Select({name}), S_OK);
-    EXPECT_TRUE(NewMessages()[0].starts_with("Initialize ok selected=" + Narrow(name) + " "));
+    EXPECT_TRUE(NewMessages()[0].starts_with("Initialize ok selected=" + Utf8(name) + " "));
     EXPECT_EQ(extension.Select({L"C:\\n" + name.substr(3)}), E_INVALIDARG)
-        << "the last letter is cut off";
+        << "the last letter is cut";
 }
 
-TEST_F(Selection, ADataObjectMayFail) {
+TEST_F(Selection, ReportsDataObjectsThatFail) {
     Extension extension;
     EXPECT_EQ(extension.Select(nullptr), E_INVALIDARG);
     EXPECT_EQ(NewMessages(), Strings());
     for (const HRESULT failure : {E_FAIL, E_OUTOFMEMORY, DV_E_FORMATETC}) {
-        EXPECT_EQ(extension.Select(new OneAnswer(failure, nullptr)), E_INVALIDARG);
+        EXPECT_EQ(extension.Select(new GivenMedium(failure, nullptr)), E_INVALIDARG);
         EXPECT_EQ(NewMessages(), Strings{"Initialize GetData failed"});
     }
-    EXPECT_EQ(extension.Select(new OneAnswer(S_OK, nullptr)), E_INVALIDARG);
+    EXPECT_EQ(extension.Select(new GivenMedium(S_OK, nullptr)), E_INVALIDARG);
     EXPECT_EQ(NewMessages(), Strings{"Initialize GlobalLock failed"});
-    EXPECT_EQ(OneAnswer::alive, 0) << "the medium is given back once";
+    EXPECT_EQ(GivenMedium::alive, 0) << "the medium must be released exactly once";
 }
 
-// Under Wine, as on Windows, it is undefined to read a list that its memory does not hold.
-TEST_F(Selection, ReadsNarrowLists) {
+TEST_F(Selection, ReadsAnsiLists) {
     constexpr std::string_view kNames("C:\\caf\xE9\\Tool.exe\0\0", 18);
     DROPFILES header = {};
     header.pFiles = sizeof header;
@@ -132,13 +129,13 @@ TEST_F(Selection, ReadsNarrowLists) {
     std::memcpy(block + sizeof header, kNames.data(), kNames.size());
     GlobalUnlock(memory);
     Extension extension;
-    EXPECT_EQ(extension.Select(new OneAnswer(S_FALSE, memory)), S_OK);
+    EXPECT_EQ(extension.Select(new GivenMedium(S_FALSE, memory)), S_OK);
     EXPECT_EQ(NewMessages(), Strings{"Initialize ok selected=C:\\caf\xE9\\Tool.exe "
                                      "target=C:\\caf\xE9\\Tool.exe locked=0"});
     GlobalFree(memory);
 }
 
-TEST_F(Selection, ALaterOneForgetsTheEarlier) {
+TEST_F(Selection, ForgetsTheEarlierSelection) {
     Extension extension;
     EXPECT_EQ(extension.Select({kTool}), S_OK);
     EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro");
@@ -151,12 +148,13 @@ TEST_F(Selection, ALaterOneForgetsTheEarlier) {
     EXPECT_EQ(extension.MenuText(), L"Lock with Vorandel Kelvaro");
 }
 
-TEST_F(Selection, EveryTimeTheRulesAreReadAfresh) {
+TEST_F(Selection, ReadsTheRulesForEachSelection) {
     Extension extension;
     extension.Select({kTool});
     EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro");
     WriteRules("");
-    EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro") << "stored in the object";
+    EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro")
+        << "the state is read by Initialize only";
     extension.Select({kTool});
     EXPECT_EQ(extension.MenuText(), L"Lock with Vorandel Kelvaro");
 }

@@ -4,11 +4,9 @@
 #include "common/owners.h"
 #include "menu/shell_ext.h"
 #include "server/clsid.h"
+#include "server/exports.h"
 #include "server/module.h"
 #include "support/fixture.h"
-
-STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv);
-STDAPI DllCanUnloadNow();
 
 namespace kelvaro {
 namespace {
@@ -17,7 +15,7 @@ void* const kUntouched = reinterpret_cast<void*>(uintptr_t{0x5A5A});
 
 using Server = DriveTest;
 
-TEST_F(Server, KnowsOneClass) {
+TEST_F(Server, OffersOneClass) {
     void* object = kUntouched;
     EXPECT_EQ(DllGetClassObject(IID_IUnknown, IID_IClassFactory, &object),
               CLASS_E_CLASSNOTAVAILABLE);
@@ -28,7 +26,7 @@ TEST_F(Server, KnowsOneClass) {
     EXPECT_EQ(g_objectCount, 0U);
 }
 
-TEST_F(Server, MakesANewFactoryEachTime) {
+TEST_F(Server, CreatesANewFactoryForEachRequest) {
     ComPtr<IClassFactory> first;
     ComPtr<IUnknown> second;
     EXPECT_EQ(DllGetClassObject(kShellExtClsid, IID_IClassFactory, first.Put()), S_OK);
@@ -43,7 +41,7 @@ TEST_F(Server, MakesANewFactoryEachTime) {
     EXPECT_EQ(first->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }
 
-TEST_F(Server, MakesObjectsWithTwoViewsAndOneIdentity) {
+TEST_F(Server, CreatesObjectsWithTwoInterfacesAndOneIdentity) {
     ComPtr<IClassFactory> factory;
     DllGetClassObject(kShellExtClsid, IID_IClassFactory, factory.Put());
     void* nothing = kUntouched;
@@ -68,11 +66,11 @@ TEST_F(Server, MakesObjectsWithTwoViewsAndOneIdentity) {
     EXPECT_EQ(menu->QueryInterface(IID_IContextMenu, nullptr), E_POINTER);
     EXPECT_EQ(menu->QueryInterface(IID_IDataObject, &nothing), E_NOINTERFACE);
     EXPECT_EQ(menu->AddRef(), 5U);
-    EXPECT_EQ(init->Release(), 4U) << "both views share one count";
+    EXPECT_EQ(init->Release(), 4U) << "both interfaces share one count";
     EXPECT_EQ(g_objectCount, 2U);
 }
 
-TEST_F(Server, MayBeUnloadedWhenNothingIsInUse) {
+TEST_F(Server, CanUnloadOnceNothingIsAlive) {
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
     IClassFactory* factory = nullptr;
     DllGetClassObject(kShellExtClsid, IID_IClassFactory, reinterpret_cast<void**>(&factory));

@@ -1,4 +1,6 @@
 #include "menu/shell_ext.h"
+
+#include "rightclick/popup_menu.h"
 #include "server/module.h"
 #include "support/extension.h"
 #include "support/fixture.h"
@@ -10,7 +12,6 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
 constexpr char kVerbName[] = "vorandel_kelvaro_toggle";
 constexpr wchar_t kWideVerbName[] = L"vorandel_kelvaro_toggle";
 
@@ -19,7 +20,7 @@ class MenuItem : public DriveTest {
     MenuItem() {
         InstallLibrary();
         SetLocale(L"en-US");
-        WriteRules(R"({"type":"exe","target":"c:\\apps\\tool.exe"})");
+        WriteRules(kToolRule);
         extension_.Select({kTool});
         DeleteFileW(kLog);
     }
@@ -27,20 +28,20 @@ class MenuItem : public DriveTest {
     Extension extension_;
 };
 
-TEST_F(MenuItem, StandsWhereTheShellWantsIt) {
-    const ScopedMenu menu;
+TEST_F(MenuItem, IsInsertedAtTheGivenPosition) {
+    const rightclick::PopupMenu menu;
     for (const wchar_t* const text : {L"Open", L"Properties"}) {
         InsertMenuW(menu.Handle(), 9, MF_BYPOSITION | MF_STRING, 7, text);
     }
     EXPECT_EQ(Menu().QueryContextMenu(menu.Handle(), 1, 500, 500, CMF_NORMAL), 1);
     ASSERT_EQ(menu.Count(), 3);
     EXPECT_EQ(menu.Text(1), L"Unlock with Vorandel Kelvaro");
-    EXPECT_EQ(GetMenuItemID(menu.Handle(), 1), 500U);
+    EXPECT_EQ(menu.Id(1), 500U);
     EXPECT_EQ(Messages(), Strings{"QueryContextMenu add item locked=1"});
 }
 
-TEST_F(MenuItem, OnlyTheDefaultOnlyFlagKeepsItOut) {
-    const ScopedMenu menu;
+TEST_F(MenuItem, IsLeftOutOfDefaultOnlyMenus) {
+    const rightclick::PopupMenu menu;
     EXPECT_EQ(Menu().QueryContextMenu(menu.Handle(), 0, 1, 9, CMF_DEFAULTONLY | CMF_EXPLORE), S_OK);
     EXPECT_EQ(menu.Count(), 0);
     EXPECT_EQ(Messages(), Strings());
@@ -50,17 +51,17 @@ TEST_F(MenuItem, OnlyTheDefaultOnlyFlagKeepsItOut) {
     }
 }
 
-TEST_F(MenuItem, IsReportedEvenWhereTheMenuTakesNone) {
+TEST_F(MenuItem, IsReportedEvenIfTheInsertionFails) {
     EXPECT_EQ(Menu().QueryContextMenu(nullptr, 0, 1, 9, CMF_NORMAL), 1);
     EXPECT_EQ(Messages(), Strings{"QueryContextMenu add item locked=1"});
 }
 
-TEST_F(MenuItem, IsOfferedForAShortcutThatLeadsNowhere) {
+TEST_F(MenuItem, IsOfferedForAShortcutWithoutATarget) {
     extension_.Select({L"C:\\missing.lnk"});
     EXPECT_EQ(extension_.MenuText(), L"Lock with Vorandel Kelvaro");
 }
 
-TEST_F(MenuItem, TellsVerbAndHelp) {
+TEST_F(MenuItem, ReturnsVerbAndHelp) {
     SetLocale(L"zh-CN");
     Write(L"C:\\Program Files\\Kelvaro\\Lang\\Chinese(Simplified).ini",
           "[ShellExt]\nhelp=\xE9\x94\x81 {product}\n");
@@ -78,7 +79,7 @@ TEST_F(MenuItem, TellsVerbAndHelp) {
     EXPECT_EQ(Messages(), Strings());
 }
 
-TEST_F(MenuItem, CutsWhatDoesNotFit) {
+TEST_F(MenuItem, CutsTextsThatDoNotFit) {
     for (const UINT kind : std::initializer_list<UINT>{GCS_VERBA, GCS_HELPTEXTA}) {
         char text[] = "xxxxxxxxx";
         EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, text, 5), S_OK);
@@ -93,7 +94,7 @@ TEST_F(MenuItem, CutsWhatDoesNotFit) {
     }
 }
 
-TEST_F(MenuItem, AnswersNoOtherQuestion) {
+TEST_F(MenuItem, IgnoresOtherQueries) {
     char text[] = "untouched";
     for (const UINT kind :
          std::vector<UINT>{GCS_VALIDATEA, GCS_VALIDATEW, 3, 7, 0x10000, 0xFFFFFFFF}) {
@@ -107,7 +108,7 @@ TEST_F(MenuItem, AnswersNoOtherQuestion) {
     EXPECT_STREQ(text, "untouched");
 }
 
-TEST_F(MenuItem, KnowsItsCommand) {
+TEST_F(MenuItem, RecognisesItsCommand) {
     const auto* const offset1 = reinterpret_cast<LPCSTR>(uintptr_t{1});
     const auto* const highBits = reinterpret_cast<LPCSTR>(uintptr_t{7} << 32);
     const auto* const wideOffset = reinterpret_cast<LPCWSTR>(uintptr_t{0});
@@ -137,7 +138,7 @@ TEST_F(MenuItem, KnowsItsCommand) {
         {"the wide verb, a byte short", "open", CMIC_MASK_UNICODE, kLong - 1, kWideVerbName, false},
         {"another wide verb", "open", CMIC_MASK_UNICODE, kLong, L"open", false},
         {"a wide offset", "open", CMIC_MASK_UNICODE, kLong, wideOffset, false},
-        {"a size of nothing", kVerbName, CMIC_MASK_UNICODE, 0, nullptr, true},
+        {"a size of 0", kVerbName, CMIC_MASK_UNICODE, 0, nullptr, true},
     };
     const MessageBoxes boxes;
     for (const auto& [what, verb, mask, size, wideVerb, known] : cases) {
@@ -156,32 +157,29 @@ TEST_F(MenuItem, KnowsItsCommand) {
     }
 }
 
-TEST_F(MenuItem, NeedsARequestAndASelection) {
+TEST_F(MenuItem, RequiresARequestAndASelection) {
     EXPECT_EQ(Menu().InvokeCommand(nullptr), E_INVALIDARG);
     EXPECT_EQ(Messages(), Strings());
     Extension fresh;
-    CMINVOKECOMMANDINFO request = {};
-    EXPECT_EQ(fresh.Menu().InvokeCommand(&request), E_FAIL);
+    EXPECT_EQ(fresh.Choose(), E_FAIL);
     EXPECT_EQ(Messages(), Strings{"InvokeCommand selected path empty"});
 }
 
-TEST_F(MenuItem, EveryChoiceStartsThePromptWithTheSelectedPath) {
-    InstallPrompt(std::wstring(kApplication) + L"\\KelvaroAuthPrompt.exe");
-    const std::wstring shortcut = L"C:\\Test\\Tool.lnk";
-    Copy(platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk", shortcut);
-    extension_.Select({shortcut});
-    CMINVOKECOMMANDINFO request = {};
+TEST_F(MenuItem, StartsThePromptWithTheSelectedPath) {
+    InstallPrompt(kPrompt);
+    CopyShortcut();
+    extension_.Select({kShortcut});
     for (int calls = 1; calls <= 2; ++calls) {
-        EXPECT_EQ(Menu().InvokeCommand(&request), S_OK);
+        EXPECT_EQ(extension_.Choose(), S_OK);
         EXPECT_TRUE(WaitForPrompt(calls).commandLine.ends_with(" \"C:\\Test\\Tool.lnk\""));
     }
 }
 
-TEST_F(MenuItem, TheBoxBelongsToTheShellsWindow) {
+TEST_F(MenuItem, ShowsErrorsInTheShellsWindow) {
     const MessageBoxes boxes;
     CMINVOKECOMMANDINFO request = {};
     request.hwnd = reinterpret_cast<HWND>(uintptr_t{0x1234});
-    EXPECT_EQ(Menu().InvokeCommand(&request), S_OK) << "the launcher tells of its failures itself";
+    EXPECT_EQ(Menu().InvokeCommand(&request), S_OK) << "the launcher reports its failures itself";
     if (MessageBoxes::kCanSee) {
         EXPECT_EQ(boxes.shown,
                   Strings{"Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe. owner=4660"});

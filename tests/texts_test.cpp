@@ -14,7 +14,7 @@ TEST(FillProductName, ReplacesTheFirstPlaceholder) {
                  {L"{Product} {product", L"{Product} {product"},
                  {L"", L""}};
     for (const auto& [text, filled] : cases) {
-        EXPECT_EQ(FillProductName(text, L"P{product}"), filled) << Narrow(text);
+        EXPECT_EQ(FillProductName(text, L"P{product}"), filled) << Utf8(text);
     }
 }
 
@@ -24,12 +24,10 @@ class Texts : public DriveTest {
         InstallLibrary();
         SetLocale(L"en-US");
     }
-    static void WriteEnglish(std::string_view bytes) {
-        Write(L"C:\\Program Files\\Kelvaro\\Lang\\English.ini", bytes);
-    }
+    static void WriteEnglish(std::string_view bytes) { Write(kEnglishFile, bytes); }
 };
 
-TEST_F(Texts, HaveDefaults) {
+TEST_F(Texts, FallBackToTheDefaults) {
     for (const std::string_view content :
          {"", "[Other]\nmenu.lock=x", "\xFF\xFE", "\xEF\xBB\xBF"}) {
         WriteEnglish(content);
@@ -41,7 +39,7 @@ TEST_F(Texts, HaveDefaults) {
     }
 }
 
-TEST_F(Texts, ComeFromTheFileAsItIsNow) {
+TEST_F(Texts, ComeFromTheCurrentFile) {
     WriteEnglish("[product]\nPRODUCT SHORT NAME=Kel\n[shellext]\nmenu.lock={product}: lock\n");
     EXPECT_EQ(GetMenuText(false), L"Kel: lock");
     EXPECT_EQ(GetMenuText(true), L"Unlock with Kel");
@@ -50,24 +48,24 @@ TEST_F(Texts, ComeFromTheFileAsItIsNow) {
     EXPECT_EQ(GetHelpText(), L"");
 }
 
-TEST_F(Texts, NoPlaceholderIsFilledInMessages) {
+TEST_F(Texts, KeepThePlaceholderInMessages) {
     WriteEnglish("[ShellExt]\nmsg.launch_failed=No {product}\n");
     EXPECT_EQ(LoadText(kLaunchFailed), L"No {product}");
 }
 
-// What ships has every text, and menu texts that name the product.
+// The shipped files have every text, with a placeholder where the default has one.
 TEST(LanguageFiles, AreComplete) {
     for (const wchar_t* const name : {L"English.ini", L"Chinese(Simplified).ini"}) {
         const std::wstring path = platform::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\" + name;
         const std::wstring text = ReadLanguageText(path);
-        ASSERT_FALSE(text.empty()) << Narrow(path);
+        ASSERT_FALSE(text.empty()) << Utf8(path);
         for (const TextKey& key :
              {kProductName, kMenuLock, kMenuUnlock, kHelp, kPromptNotFound, kLaunchFailed}) {
             const auto value = FindIniValue(text, key.section, key.key);
-            ASSERT_TRUE(value && !value->empty()) << Narrow(key.key) << " in " << Narrow(name);
+            ASSERT_TRUE(value && !value->empty()) << Utf8(key.key) << " in " << Utf8(name);
             const bool named = key.defaultText.find(L"{product}") != std::wstring_view::npos;
             EXPECT_EQ(value->find(L"{product}") != std::wstring_view::npos, named)
-                << Narrow(key.key) << " in " << Narrow(name);
+                << Utf8(key.key) << " in " << Utf8(name);
         }
     }
 }

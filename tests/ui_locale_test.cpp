@@ -6,24 +6,24 @@
 namespace kelvaro {
 namespace {
 
-TEST(NormalizeLocale, KnowsTwoLanguages) {
+TEST(NormalizeLocale, ReturnsOneOfTwoTags) {
     for (const wchar_t* const tag :
          {L"zh-CN", L"zh-TW", L"ZH_cn", L"zh", L"Zh-Hans", L"  zh-HK\t", L"zhuang"}) {
-        EXPECT_EQ(NormalizeLocale(tag), L"zh-CN") << Narrow(tag);
+        EXPECT_EQ(NormalizeLocale(tag), L"zh-CN") << Utf8(tag);
     }
     for (const wchar_t* const tag :
          {L"en-US", L"fr-FR", L"chinese", L"cn", L"z", L"", L"  ", L"z h", L"-zh"}) {
-        EXPECT_EQ(NormalizeLocale(tag), L"en-US") << Narrow(tag);
+        EXPECT_EQ(NormalizeLocale(tag), L"en-US") << Utf8(tag);
     }
 }
 
 class UiLocale : public DriveTest {
   public:
-    // What the display language alone decides.
+    // The locale without a setting.
     const std::wstring_view byDisplay_ = GetUiLocale();
 };
 
-TEST_F(UiLocale, TheSettingDecides) {
+TEST_F(UiLocale, FollowsTheSetting) {
     EXPECT_EQ(ReadRegistryLocale(), L"");
     const struct {
         const wchar_t *setting, *locale;
@@ -35,13 +35,13 @@ TEST_F(UiLocale, TheSettingDecides) {
     for (const auto& [setting, locale] : cases) {
         for (const DWORD type : std::initializer_list<DWORD>{REG_SZ, REG_EXPAND_SZ}) {
             SetLocale(setting, type);
-            EXPECT_EQ(ReadRegistryLocale(), locale) << Narrow(setting);
-            EXPECT_EQ(GetUiLocale(), locale) << Narrow(setting);
+            EXPECT_EQ(ReadRegistryLocale(), locale) << Utf8(setting);
+            EXPECT_EQ(GetUiLocale(), locale) << Utf8(setting);
         }
     }
 }
 
-TEST_F(UiLocale, AnUnusableSettingCountsAsAbsent) {
+TEST_F(UiLocale, IgnoresUnusableSettings) {
     for (const DWORD type :
          std::initializer_list<DWORD>{REG_DWORD, REG_MULTI_SZ, REG_BINARY, REG_NONE}) {
         SetLocale(L"zh", type);
@@ -54,11 +54,11 @@ TEST_F(UiLocale, AnUnusableSettingCountsAsAbsent) {
     EXPECT_EQ(GetUiLocale(), byDisplay_);
 }
 
-TEST_F(UiLocale, TheTextNeedsNoNull) {
+TEST_F(UiLocale, ReadsUnterminatedSettings) {
     ScopedKey key;
     RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, nullptr,
                     REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Put(), nullptr);
-    // Not a null behind what is stored either: the registry would take it along.
+    // The registry stores a null that follows the data, so there is none.
     const std::wstring full = L"zh" + std::wstring(63, L'x');
     RegSetValueExW(key.Get(), L"UILocale", 0, REG_SZ, reinterpret_cast<const BYTE*>(full.data()),
                    64 * sizeof(wchar_t));
@@ -68,12 +68,12 @@ TEST_F(UiLocale, TheTextNeedsNoNull) {
     EXPECT_EQ(ReadRegistryLocale(), L"en-US");
 }
 
-TEST_F(UiLocale, TheMachinesSettingIsIgnored) {
+TEST_F(UiLocale, IgnoresTheMachinesSetting) {
     ScopedKey key;
     if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Vorandel\\Kelvaro", 0, nullptr,
                         REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, key.Put(),
                         nullptr) != ERROR_SUCCESS) {
-        GTEST_SKIP() << "no right to write the machine's settings";
+        GTEST_SKIP() << "this user cannot write the machine's settings";
     }
     RegSetValueExW(key.Get(), L"UILocale", 0, REG_SZ, reinterpret_cast<const BYTE*>(L"zh"),
                    3 * sizeof(wchar_t));
@@ -82,7 +82,7 @@ TEST_F(UiLocale, TheMachinesSettingIsIgnored) {
 }
 
 #ifndef _WIN32
-TEST_F(UiLocale, WithoutASettingTheDisplayLanguageDecides) {
+TEST_F(UiLocale, FollowsTheDisplayLanguageWithoutASetting) {
     const struct {
         const char* host;
         const wchar_t* locale;

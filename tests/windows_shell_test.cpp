@@ -1,4 +1,4 @@
-// The built library under the platform's own shell and tools, which only Windows and Wine have.
+// The built library with the shell and the tools of Windows or Wine.
 
 #include <windows.h>
 
@@ -19,10 +19,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
-constexpr wchar_t kClsid[] = L"{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}";
-
-// The exit code of a command line.
+// Runs a command line and returns its exit code, or the error if it does not start.
 DWORD RunToEnd(std::wstring commandLine) {
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
@@ -44,7 +41,7 @@ bool HasKey(HKEY root, const std::wstring& path) {
     return RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Put()) == ERROR_SUCCESS;
 }
 
-// Makes a shortcut with the shell's own link object: to a path, or to an item of the shell.
+// Creates a shortcut to a path or to a shell item with the shell's own link object.
 void MakeShortcut(const std::wstring& file, const wchar_t* target, LPCITEMIDLIST item = nullptr) {
     ComPtr<IShellLinkW> link;
     ComPtr<IPersistFile> saver;
@@ -71,8 +68,7 @@ class WindowsShell : public DriveTest {
         return RunToEnd(L"regsvr32 " + switches + L" \"" + library_ + L"\"");
     }
 
-    // Right-clicks through the real registry with the shell's own data object; the last message but
-    // the menu's.
+    // Right-clicks as registered, with the shell's own data object. Returns the first message.
     static std::string RightClick(const std::wstring& file, bool choose = false) {
         DeleteFileW(kLog);
         const auto handler = rightclick::FindHandler(rightclick::ClassOfFile(file));
@@ -81,8 +77,8 @@ class WindowsShell : public DriveTest {
         options.choose = choose;
         const auto outcome =
             handler ? rightclick::RightClick(*handler, options) : rightclick::Outcome{};
-        EXPECT_TRUE(outcome.shellSelection) << Narrow(file);
-        EXPECT_TRUE(outcome.item) << Narrow(file);
+        EXPECT_TRUE(outcome.shellSelection) << Utf8(file);
+        EXPECT_TRUE(outcome.item) << Utf8(file);
         EXPECT_EQ(outcome.canUnload, S_OK);
         const Strings messages = Messages();
         return messages.empty() ? "" : messages[0];
@@ -91,14 +87,14 @@ class WindowsShell : public DriveTest {
     const std::wstring library_;
 };
 
-TEST_F(WindowsShell, RegSvr32RegistersAndRemoves) {
+TEST_F(WindowsShell, RegistersAndUnregistersWithRegsvr32) {
     EXPECT_EQ(RegSvr32(L"/s"), 0U);
     ASSERT_TRUE(rightclick::FindHandler(L"exefile"));
     EXPECT_EQ(rightclick::FindHandler(L"lnkfile")->library, library_);
     for (int removals = 0; removals < 2; ++removals) {
         EXPECT_EQ(RegSvr32(L"/s /u"), 0U);
         for (const std::wstring& key :
-             {L"CLSID\\" + std::wstring(kClsid),
+             {L"CLSID\\" + std::wstring(kClsidText),
               std::wstring(L"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro"),
               std::wstring(L"lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro")}) {
             EXPECT_FALSE(HasKey(HKEY_CURRENT_USER, L"Software\\Classes\\" + key));
@@ -129,15 +125,15 @@ TEST_F(WindowsShell, WorksWithTheShellsOwnObjects) {
     EXPECT_EQ(RightClick(L"C:\\Test\\Controls.lnk"),
               "Initialize resolve target failed: C:\\Test\\Controls.lnk");
 
-    // Wine's link object takes a target with a variable for a name below the current directory;
-    // the variable stays as it is, as on Windows.
+    // Wine's link object prefixes such a target with the current directory. The variable must not
+    // be expanded.
     MakeShortcut(L"C:\\Test\\Variable.lnk", L"%windir%\\notepad.exe");
     const std::string message = RightClick(L"C:\\Test\\Variable.lnk");
     EXPECT_TRUE(message.ends_with("%windir%\\notepad.exe locked=0")) << message;
     EXPECT_EQ(RegSvr32(L"/s /u"), 0U);
 }
 
-// Gives files of an extension another class while it lives.
+// Changes the class of an extension while it lives.
 class ScopedClass {
   public:
     ScopedClass(const wchar_t* extension, const wchar_t* restored, const std::wstring& fileClass)
@@ -159,17 +155,18 @@ class ScopedClass {
     const wchar_t* restored_;
 };
 
-// Wine's own shell asks a handler before it opens a file, if the handler's key among the machine's
-// classes is named by its class identifier. It wants the default item only, so it finds none.
+// Before Wine's shell opens a file, it calls the machine's handlers whose key is named by their
+// class identifier. It requests the default item only, so the extension adds none.
 TEST_F(WindowsShell, TheShellItselfLoadsTheLibrary) {
     constexpr wchar_t kClass[] = L"KelvaroTest";
-    ASSERT_EQ(RegisterUnderRoot(HKEY_CLASSES_ROOT, L"", kClsid, library_), S_OK);
-    ASSERT_EQ(WriteRegistryString(
-                  HKEY_CLASSES_ROOT,
-                  std::wstring(kClass) + L"\\shellex\\ContextMenuHandlers\\" + kClsid, L"", L""),
-              S_OK);
+    ASSERT_EQ(RegisterUnderRoot(HKEY_CLASSES_ROOT, L"", kClsidText, library_), S_OK);
+    ASSERT_EQ(
+        WriteRegistryString(HKEY_CLASSES_ROOT,
+                            std::wstring(kClass) + L"\\shellex\\ContextMenuHandlers\\" + kClsidText,
+                            L"", L""),
+        S_OK);
     MakeShortcut(L"C:\\Test\\Tool.lnk", kTool);
-    Write(L"C:\\Test\\None.exe", "no program, so that nothing is started");
+    Write(L"C:\\Test\\None.exe", "not a program, so nothing starts");
     {
         const ScopedClass programs(L".exe", nullptr, kClass);
         const ScopedClass shortcuts(L".lnk", L"lnkfile", kClass);
@@ -182,7 +179,7 @@ TEST_F(WindowsShell, TheShellItselfLoadsTheLibrary) {
         }
     }
     RegDeleteTreeW(HKEY_CLASSES_ROOT, kClass);
-    RegDeleteTreeW(HKEY_CLASSES_ROOT, (L"CLSID\\" + std::wstring(kClsid)).c_str());
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, (L"CLSID\\" + std::wstring(kClsidText)).c_str());
     EXPECT_EQ(
         Messages(),
         (Strings{"Initialize ok selected=C:\\Test\\None.exe target=C:\\Test\\None.exe locked=0",
@@ -202,12 +199,12 @@ class LongPath : public WindowsShell {
     LongPath() : WindowsShell(LongDirectory()) {}
 };
 
-TEST_F(LongPath, RegistersWholeAndFindsItsFiles) {
+TEST_F(LongPath, RegistersAndFindsItsFiles) {
     Write(LongDirectory() + L"\\Lang\\English.ini", "[ShellExt]\nmenu.lock=Found\n");
     EXPECT_EQ(rightclick::CallRegistration(library_, "DllRegisterServer"), S_OK);
     const auto handler = rightclick::FindHandler(L"exefile");
     ASSERT_TRUE(handler);
-    EXPECT_TRUE(handler->library.ends_with(library_.substr(4))) << Narrow(handler->library);
+    EXPECT_TRUE(handler->library.ends_with(library_.substr(4))) << Utf8(handler->library);
     rightclick::Options options;
     options.files = {kTool};
     options.choose = true;
@@ -216,7 +213,7 @@ TEST_F(LongPath, RegistersWholeAndFindsItsFiles) {
     EXPECT_EQ(outcome.item->text, L"Found");
     const Strings messages = Messages();
     EXPECT_TRUE(messages[3].starts_with("CreateProcess: \"") &&
-                messages[3].find(Narrow(LongDirectory().substr(4)) + "\\KelvaroAuthPrompt.exe\"") !=
+                messages[3].find(Utf8(LongDirectory().substr(4)) + "\\KelvaroAuthPrompt.exe\"") !=
                     std::string::npos)
         << messages[3];
     EXPECT_EQ(rightclick::CallRegistration(library_, "DllUnregisterServer"), S_OK);

@@ -1,8 +1,8 @@
 #include <cstdlib>
 
-// The compiler's run-time library ends a process with a report of the exception's type, and brings
-// the demangler for it: half of the library's size. Nothing here throws past a boundary, so plain
-// termination is enough. The name is the one that library would define itself.
+// Replaces the terminate handler of the compiler's runtime library, which prints the type of the
+// exception and needs the demangler for that: half of the DLL's size. No exception leaves an entry
+// point, so aborting is enough.
 namespace __gnu_cxx {
 [[noreturn]] void __verbose_terminate_handler() {
     std::abort();

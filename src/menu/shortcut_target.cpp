@@ -64,7 +64,10 @@ std::wstring ResolveShortcutTarget(const std::wstring& path) {
             return {};
     }
     std::wstring target = ReadStoredTarget(path);
-    return !target.empty() && IsProgram(target) ? target : std::wstring();
+    if (target.empty() || !IsProgram(target)) {
+        return {};
+    }
+    return target;
 }
 
 }  // namespace kelvaro

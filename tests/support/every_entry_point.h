@@ -1,26 +1,24 @@
 #pragma once
 
-#include <windows.h>
-
-#include <objbase.h>
-
 #include <string>
 
-// Told when the library is entered and left, so that a test can make memory scarce in there alone.
-using Gate = void (*)(bool inside);
+#include "server/exports.h"
 
-// The exports of a library: those that are linked into the test, or of one that it has loaded.
+// Called with true before and with false after each call into the library.
+using LibraryCallHook = void (*)(bool inside);
+
+// The exports of a library, linked into the test or loaded by it.
 struct Exports {
-    HRESULT(STDMETHODCALLTYPE* getClassObject)(REFCLSID, REFIID, LPVOID*);
-    HRESULT(STDMETHODCALLTYPE* canUnloadNow)();
-    HRESULT(STDMETHODCALLTYPE* registerServer)();
-    HRESULT(STDMETHODCALLTYPE* unregisterServer)();
+    decltype(&DllGetClassObject) getClassObject;
+    decltype(&DllCanUnloadNow) canUnloadNow;
+    decltype(&DllRegisterServer) registerServer;
+    decltype(&DllUnregisterServer) unregisterServer;
 };
 Exports LinkedExports();
 
-// Everything that a host ever asks of the library, one after the other, with `shortcut` selected:
-// factory, object, selection, menu, verb and help, the command, registration and its removal. Every
-// result has to be one that the library may give and nothing may stay behind, whatever fails
-// meanwhile.
+// Makes every call that a host can make, with `shortcut` selected: creates the factory and the
+// object, initialises it, queries menu, verb and help text, invokes the command, registers and
+// unregisters. Calls may fail, but only with documented results; after a failure the menu must be
+// unchanged, and at the end the library must be unloadable.
 void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcut,
-                             Gate gate = nullptr);
+                             LibraryCallHook hook = nullptr);

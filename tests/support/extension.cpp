@@ -4,6 +4,7 @@
 
 #include "menu/shell_ext.h"
 #include "rightclick/drop_list.h"
+#include "rightclick/popup_menu.h"
 
 using kelvaro::ComPtr;
 
@@ -22,14 +23,13 @@ HRESULT Extension::Select(IDataObject* selection) {
 }
 
 std::wstring Extension::MenuText(UINT flags) {
-    const ScopedMenu menu;
+    const rightclick::PopupMenu menu;
     const HRESULT result = menu_->QueryContextMenu(menu.Handle(), 0, 1, 0x7FFF, flags);
     EXPECT_EQ(result, menu.Count());
     return menu.Count() == 1 ? menu.Text(0) : L"";
 }
 
-std::wstring ScopedMenu::Text(UINT position) const {
-    wchar_t text[512] = {};
-    GetMenuStringW(handle_, position, text, 512, MF_BYPOSITION);
-    return text;
+HRESULT Extension::Choose() {
+    CMINVOKECOMMANDINFO request = {};
+    return menu_->InvokeCommand(&request);
 }

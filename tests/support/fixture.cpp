@@ -22,7 +22,7 @@ DriveTest::~DriveTest() {
         FreeLibrary(module_);
     }
     CoUninitialize();
-    EXPECT_EQ(platform::HeldResources(), "") << "something was not given back";
+    EXPECT_EQ(platform::HeldResources(), "") << "not released";
     EXPECT_EQ(kelvaro::g_objectCount, 0U);
 }
 
@@ -30,7 +30,7 @@ void DriveTest::Write(const std::wstring& path, std::string_view bytes) {
     MakeDirectory(std::wstring(kelvaro::ParentPath(path)));
     std::ofstream file(platform::NativePath(path), std::ios::binary);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    ASSERT_TRUE(file.good()) << Narrow(path);
+    ASSERT_TRUE(file.good()) << Utf8(path);
 }
 
 std::string DriveTest::Read(const std::wstring& path) {
@@ -75,7 +75,19 @@ std::wstring DriveTest::InstallLibrary(const std::wstring& directory) {
     std::wstring path = kelvaro::JoinPath(directory, L"KelvaroShellExt.dll");
     Copy(platform::BuiltFile(KELVARO_LIBRARY), path);
     module_ = LoadLibraryW(path.c_str());
-    EXPECT_NE(module_, nullptr) << Narrow(path);
+    EXPECT_NE(module_, nullptr) << Utf8(path);
     kelvaro::g_moduleHandle = module_;
     return path;
+}
+
+std::wstring DriveTest::SavedShortcut(const std::wstring& name) {
+    return platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\" + name;
+}
+
+void DriveTest::WriteApplicationFiles() {
+    CopyShortcut();
+    WriteRules(kToolRule);
+    Write(kEnglishFile, "[ShellExt]\nhelp=Help\n");
+    SetLocale(L"en-US");
+    Write(kPrompt, "");
 }

@@ -10,39 +10,58 @@
 #include "console/console.h"
 #include "support/platform.h"
 
-// Text in a failed expectation, readable on both platforms.
-inline std::string Narrow(std::wstring_view text) {
-    return console::Utf8(text);
-}
+// Converts wide text for failure messages.
+using console::Utf8;
 
-// A directory without an application, COM initialised; afterwards nothing of the platform may be
-// held any more.
+// Gives each test an empty drive C:, an empty registry and initialised COM. Fails a test that does
+// not release everything it obtained from the platform.
 class DriveTest : public testing::Test {
   public:
     DriveTest();
     ~DriveTest() override;
 
     static constexpr wchar_t kApplication[] = L"C:\\Program Files\\Kelvaro";
+    static constexpr wchar_t kLibrary[] = L"C:\\Program Files\\Kelvaro\\KelvaroShellExt.dll";
+    static constexpr wchar_t kPrompt[] = L"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe";
+    static constexpr wchar_t kEnglishFile[] = L"C:\\Program Files\\Kelvaro\\Lang\\English.ini";
     static constexpr wchar_t kRules[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\config\\rules.json";
     static constexpr wchar_t kLog[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs\\ShellExt.log";
+    static constexpr wchar_t kClsidText[] = L"{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}";
 
-    // Writes a file with the directories above it.
+    // A program, a rule that locks it, and a shortcut to it.
+    static constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
+    static constexpr char kToolRule[] = R"({"type":"exe","target":"C:\\Apps\\Tool.exe"})";
+    static constexpr wchar_t kShortcut[] = L"C:\\Test\\Tool.lnk";
+
+    // Writes a file. Creates its directory if it is missing.
     static void Write(const std::wstring& path, std::string_view bytes);
+    // Returns the content of a file. Empty if it cannot be read.
     static std::string Read(const std::wstring& path);
     static void MakeDirectory(const std::wstring& path);
+    // Copies a file over an existing one. Creates the directory of the copy if it is missing.
     static void Copy(const std::wstring& from, const std::wstring& to);
 
     static void WriteRules(std::string_view bytes) { Write(kRules, bytes); }
 
-    // The messages in the log since the test began, without their time stamps.
+    // Returns the path of a shortcut in tests/data/shortcuts.
+    static std::wstring SavedShortcut(const std::wstring& name);
+    // Copies the saved shortcut to kTool to kShortcut.
+    static void CopyShortcut() { Copy(SavedShortcut(L"tool.lnk"), kShortcut); }
+
+    // Returns the messages of all lines of the log, without the time stamps.
     static std::vector<std::string> Messages();
 
     // Stores the user's interface language.
     static void SetLocale(const std::wstring& locale, DWORD type = REG_SZ);
 
-    // Puts a copy of the library in `directory` and lets the code under test take that for its own
-    // place; gives the library's path.
+    // Copies the library into `directory` and loads it. The code under test, which is linked into
+    // the test, then takes the copy for its own module. Returns the path of the copy.
     std::wstring InstallLibrary(const std::wstring& directory = kApplication);
+
+    // Writes everything that a right-click on kShortcut reads, except for the library: kShortcut,
+    // the rule for kTool, an English language file with the help text "Help", the English setting
+    // and a prompt that exists but cannot run.
+    static void WriteApplicationFiles();
 
   private:
     HMODULE module_ = nullptr;

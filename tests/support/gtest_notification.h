@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-// GoogleTest's own Notification needs std::mutex, which this compiler's thread model lacks; it
-// leaves room for another one of that name.
+// Replaces GoogleTest's Notification, which needs std::mutex. This compiler's thread model has
+// none.
 namespace testing::internal {
 
 class Notification {

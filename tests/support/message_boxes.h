@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-// Collects the message boxes that are shown while it lives. Only the layer can answer for the user;
-// under Wine without a display a box closes at once and is not seen.
+// Collects the message boxes that are shown while it lives. Only the compatibility layer can do
+// that. Under Wine without a display a box closes at once and is not seen.
 class MessageBoxes {
   public:
     MessageBoxes();
@@ -12,9 +12,9 @@ class MessageBoxes {
     MessageBoxes(const MessageBoxes&) = delete;
     MessageBoxes& operator=(const MessageBoxes&) = delete;
 
-    // "caption: text", with the style in hex and the owner behind where they are not as expected.
+    // "caption: text" of each box, followed by the style and the owner if they are unusual.
     std::vector<std::string> shown;
-    // The last message that was in the log when each of them came up.
+    // The last message in the log when each box appeared.
     std::vector<std::string> logged;
     static const bool kCanSee;
 };

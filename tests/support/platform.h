@@ -3,25 +3,26 @@
 #include <filesystem>
 #include <string>
 
-// What differs between the two worlds that the tests run in: over the layer every test has a drive
-// of its own; under Wine it is the drive of the build's prefix.
+// What differs between the platforms that the tests run on. Over the compatibility layer each test
+// program has a drive of its own; under Wine all use the drive of the build's prefix.
 namespace platform {
 
-// Makes drive C: and the current user's registry as they are before the application is installed.
+// Restores drive C: and the current user's registry to the state before the application is
+// installed.
 void Reset();
 
-// What a test has not given back to the platform, in words; nothing when it has, and nothing where
-// the platform cannot tell.
+// Returns what the test holds of the platform, for example "2 handle, 1 key". Empty if nothing, and
+// always under Wine, which cannot report it.
 std::string HeldResources();
 
-// Whether the read-only attribute keeps this user from writing. It does on Windows and over the
-// layer; Wine leaves it to the host, which lets its administrator write all the same.
+// Returns whether the read-only attribute prevents this user from writing. It does on Windows and
+// over the compatibility layer. Wine leaves it to the host, where root can write read-only files.
 bool ReadOnlyRefuses();
 
-// The file of the test's own operating system for a Windows path.
+// Returns the path with which the standard library opens the file at the Windows path `path`.
 std::filesystem::path NativePath(const std::wstring& path);
 
-// The Windows path of a file that the build made, by the path the build knows.
+// Returns the Windows path of a file of the build or source tree.
 std::wstring BuiltFile(const char* path);
 
 }  // namespace platform

@@ -12,15 +12,15 @@
 #include "support/message_boxes.h"
 #include "support/platform.h"
 #include "support/small_stack.h"
+#include "testing/message_boxes.h"
 #include "testing/resources.h"
-#include "testing/shell_events.h"
 
 namespace fs = std::filesystem;
 
 namespace platform {
 namespace {
 
-// One directory for the process, emptied for every test and gone with the process.
+// The directory for drive C:. Emptied before every test, removed at the end of the process.
 class TemporaryDrive {
   public:
     TemporaryDrive() {
@@ -86,7 +86,7 @@ void RunOnSmallStack(const std::function<void()>& work) {
     pthread_t thread = {};
     auto* const argument = const_cast<std::function<void()>*>(&work);
     if (pthread_create(&thread, &attributes, run, argument) != 0) {
-        throw std::runtime_error("no thread");
+        throw std::runtime_error("cannot create a thread");
     }
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attributes);
@@ -103,8 +103,7 @@ std::unique_ptr<compat::MessageBoxReceiver> g_receiver;
 MessageBoxes::MessageBoxes() {
     g_receiver =
         std::make_unique<compat::MessageBoxReceiver>([this](const compat::MessageBox& box) {
-            std::string line =
-                compat::Utf8FromWide(box.caption) + ": " + compat::Utf8FromWide(box.text);
+            std::string line = Utf8(box.caption) + ": " + Utf8(box.text);
             if (box.style != (MB_OK | MB_ICONERROR)) {
                 line += " style=" + std::to_string(box.style);
             }

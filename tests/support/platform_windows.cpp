@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include "support/fixture.h"
 #include "support/message_boxes.h"
 #include "support/platform.h"
 #include "support/small_stack.h"
@@ -10,8 +11,8 @@ namespace platform {
 
 namespace {
 
-// Removes a file or directory whose path may be longer than MAX_PATH, which the standard library's
-// own function cannot.
+// Removes a file or directory. Its path may be longer than MAX_PATH, which std::filesystem does not
+// support.
 void RemoveTree(const std::wstring& path) {
     SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
     if (DeleteFileW(path.c_str())) {
@@ -36,10 +37,10 @@ void RemoveTree(const std::wstring& path) {
 
 void Reset() {
     for (const wchar_t* const directory :
-         {L"C:\\ProgramData\\Vorandel", L"C:\\Program Files\\Kelvaro", L"C:\\Apps", L"C:\\Test"}) {
+         {L"C:\\ProgramData\\Vorandel", DriveTest::kApplication, L"C:\\Apps", L"C:\\Test"}) {
         RemoveTree(L"\\\\?\\" + std::wstring(directory));
     }
-    const std::wstring clsid = L"CLSID\\{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}";
+    const std::wstring clsid = L"CLSID\\" + std::wstring(DriveTest::kClsidText);
     for (const std::wstring& key :
          {std::wstring(L"Software\\Vorandel"), std::wstring(L"Software\\Classes\\exefile\\shellex"),
           std::wstring(L"Software\\Classes\\lnkfile\\shellex"), L"Software\\Classes\\" + clsid}) {

@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include "rules/lock_lookup.h"
 #include "support/fixture.h"
 
 namespace {
@@ -32,8 +31,4 @@ PromptCall WaitForPrompt(int count) {
     }
     ADD_FAILURE() << "the prompt was not called";
     return {};
-}
-
-bool IsLockedByPrompt(const std::wstring& path) {
-    return kelvaro::IsTargetLocked(path);
 }

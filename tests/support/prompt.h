@@ -2,9 +2,7 @@
 
 #include <string>
 
-// The stand-in prompt, started for real: it writes down how it was called.
-
-// Puts the prompt at `path`.
+// Copies the stand-in prompt, a program that records its calls and toggles the rule, to `path`.
 void InstallPrompt(const std::wstring& path);
 
 struct PromptCall {
@@ -12,9 +10,6 @@ struct PromptCall {
     std::string directory;
 };
 
-// Waits (at most twenty seconds) until the prompt has been called `count` times in this test and
-// gives the last call; an empty one when it has not.
+// Waits until the prompt has been called `count` times in this test and returns the last call.
+// Fails the test after twenty seconds.
 PromptCall WaitForPrompt(int count);
-
-// Whether the rules that the prompt wrote lock the program at `path`.
-bool IsLockedByPrompt(const std::wstring& path);

@@ -2,6 +2,5 @@
 
 #include <functional>
 
-// Runs `work` on a thread of its own whose stack is as small as the system makes it, 64 KiB, and
-// waits for it. (Under a sanitizer, whose frames are larger, 256 KiB.)
+// Runs `work` on a thread with a stack of 64 KiB, 256 KiB in instrumented builds, and waits for it.
 void RunOnSmallStack(const std::function<void()>& work);

@@ -32,13 +32,27 @@ bool HasRightShape(const std::vector<std::wstring>& arguments) {
            !arguments.back().empty();
 }
 
-// The new file takes the old one's place in one step: whoever reads meanwhile has one or the other.
+// Replaces the rule file in one step, so that a reader sees either the old rules or the new ones.
+// Windows refuses that while a reader has the file open, so it is tried again for a second.
 bool ReplaceRules(std::string_view rules) {
+    constexpr int kAttempts = 100;
+    constexpr DWORD kPauseMilliseconds = 10;
     const std::wstring path(kelvaro::kRuleFilePath);
     const std::wstring fresh = path + L".new";
     DeleteFileW(fresh.c_str());
-    return kelvaro::AppendToFile(fresh.c_str(), rules) &&
-           MoveFileExW(fresh.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING);
+    if (!kelvaro::AppendToFile(fresh.c_str(), rules)) {
+        return false;
+    }
+    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+        if (MoveFileExW(fresh.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+            return true;
+        }
+        if (GetLastError() != ERROR_ACCESS_DENIED) {
+            return false;
+        }
+        Sleep(kPauseMilliseconds);
+    }
+    return false;
 }
 
 bool Toggle(const std::wstring& selectedPath) {

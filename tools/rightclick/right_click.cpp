@@ -6,7 +6,9 @@
 #include "console/console.h"
 #include "rightclick/library.h"
 #include "rightclick/menu_screen.h"
+#include "rightclick/popup_menu.h"
 #include "rightclick/selection.h"
+#include "server/exports.h"
 
 namespace rightclick {
 namespace {
@@ -17,26 +19,6 @@ using kelvaro::ComPtr;
 constexpr UINT kFirstId = 100;
 constexpr UINT kLastId = 0x7FFF;
 constexpr UINT kTextCapacity = 512;
-
-class Menu {
-  public:
-    Menu() : handle_(CreatePopupMenu()) {}
-    ~Menu() { DestroyMenu(handle_); }
-    Menu(const Menu&) = delete;
-    Menu& operator=(const Menu&) = delete;
-
-    HMENU Handle() const { return handle_; }
-    bool IsEmpty() const { return GetMenuItemCount(handle_) <= 0; }
-    UINT FirstId() const { return GetMenuItemID(handle_, 0); }
-    std::wstring FirstText() const {
-        wchar_t text[kTextCapacity] = {};
-        GetMenuStringW(handle_, 0, text, kTextCapacity, MF_BYPOSITION);
-        return text;
-    }
-
-  private:
-    HMENU handle_;
-};
 
 std::wstring CommandText(IContextMenu& menu, UINT_PTR command, UINT kind) {
     wchar_t text[kTextCapacity] = {};
@@ -66,8 +48,7 @@ HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command, HWN
 }
 
 HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>& object) {
-    using GetClassObject = HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, LPVOID*);
-    const auto getClassObject = library.Export<GetClassObject>("DllGetClassObject");
+    const auto getClassObject = library.Export<decltype(&DllGetClassObject)>("DllGetClassObject");
     if (getClassObject == nullptr) {
         return HRESULT_FROM_WIN32(GetLastError());
     }
@@ -78,12 +59,12 @@ HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>
 }
 
 void UseMenu(IContextMenu& handler, const Options& options, Outcome& outcome) {
-    const Menu popup;
+    const PopupMenu popup;
     outcome.query = handler.QueryContextMenu(popup.Handle(), 0, kFirstId, kLastId, options.flags);
     UINT_PTR command = 0;
-    if (SUCCEEDED(outcome.query) && !popup.IsEmpty()) {
-        command = popup.FirstId() - kFirstId;
-        outcome.item = {popup.FirstText(), CommandText(handler, command, GCS_VERBW),
+    if (SUCCEEDED(outcome.query) && popup.Count() > 0) {
+        command = popup.Id(0) - kFirstId;
+        outcome.item = {popup.Text(0), CommandText(handler, command, GCS_VERBW),
                         CommandText(handler, command, GCS_HELPTEXTW)};
     }
     HWND owner = nullptr;
@@ -128,7 +109,7 @@ Outcome RightClick(const Handler& handler, const Options& options) {
             UseObject(*object.Get(), options, outcome);
         }
     }
-    if (const auto canUnload = library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow")) {
+    if (const auto canUnload = library.Export<decltype(&DllCanUnloadNow)>("DllCanUnloadNow")) {
         outcome.canUnload = canUnload();
     }
     return outcome;

@@ -1,21 +1,21 @@
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <windows.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
-#include <list>
 
+#include "internal/call.h"
 #include "internal/drive.h"
-#include "internal/encoding.h"
 #include "internal/kernel_object.h"
-#include "testing/failing_calls.h"
+#include "internal/last_error.h"
+#include "internal/open_files.h"
 
 using compat::ErrorFromErrno;
+using compat::Fail;
+using compat::FileId;
+using compat::OpenFile;
 using compat::ToHostPath;
 
 namespace {
@@ -24,57 +24,28 @@ constexpr DWORD kWriting = GENERIC_WRITE | FILE_APPEND_DATA;
 constexpr mode_t kFileMode = 0666;
 constexpr mode_t kDirectoryMode = 0777;
 
-// One open of a file, for the sharing rules that the host does not have. They hold within the
-// process only.
-struct OpenMode {
-    dev_t device;
-    ino_t node;
-    DWORD access;
-    DWORD share;
-};
-
-std::mutex g_openMutex;
-std::list<OpenMode> g_open;
-
-bool Excludes(const OpenMode& holder, DWORD access) noexcept {
-    return ((access & GENERIC_READ) != 0 && (holder.share & FILE_SHARE_READ) == 0) ||
-           ((access & kWriting) != 0 && (holder.share & FILE_SHARE_WRITE) == 0);
-}
-
 class File final : public compat::KernelObject {
   public:
-    // Takes `descriptor` and joins the file's users; ERROR_SHARING_VIOLATION where one refuses.
-    static std::shared_ptr<File> Open(int descriptor, const OpenMode& mode) {
-        const std::lock_guard lock(g_openMutex);
-        for (const OpenMode& other : g_open) {
-            const bool same = other.device == mode.device && other.node == mode.node;
-            if (same && (Excludes(other, mode.access) || Excludes(mode, other.access))) {
-                close(descriptor);
-                return nullptr;
-            }
-        }
-        auto file = std::make_shared<File>(descriptor);
-        file->entry_ = g_open.insert(g_open.end(), mode);
-        return file;
-    }
+    // Takes ownership of `descriptor`.
+    File(int descriptor, std::unique_ptr<OpenFile> entry) noexcept
+        : descriptor_(descriptor), entry_(std::move(entry)) {}
+    ~File() override { close(descriptor_); }
 
-    explicit File(int descriptor) noexcept : descriptor_(descriptor) {}
-    ~File() override {
-        close(descriptor_);
-        const std::lock_guard lock(g_openMutex);
-        g_open.erase(entry_);
-    }
-
+    const char* Kind() const noexcept override { return "file"; }
     int Descriptor() const noexcept { return descriptor_; }
-    DWORD Access() const noexcept { return entry_->access; }
+    DWORD Access() const noexcept { return entry_->Access(); }
 
   private:
     int descriptor_;
-    std::list<OpenMode>::iterator entry_;
+    std::unique_ptr<OpenFile> entry_;
 };
 
-// The rights in the mode bits hold for every user here: a host's administrator passes them by, and
-// a read-only file has to refuse him as well.
+FileId IdOf(const struct stat& status) noexcept {
+    return {status.st_dev, status.st_ino};
+}
+
+// The host lets its administrator open any file. Checking the mode bits here keeps a read-only file
+// read-only for that user too.
 bool IsAllowed(mode_t mode, DWORD access) noexcept {
     return ((access & GENERIC_READ) == 0 || (mode & S_IRUSR) != 0) &&
            ((access & kWriting) == 0 || (mode & S_IWUSR) != 0);
@@ -87,47 +58,66 @@ int OpenFlags(DWORD access, DWORD disposition) noexcept {
     } else if ((access & GENERIC_READ) == 0) {
         flags |= O_PATH;
     }
-    // Only a handle that may do nothing but append writes at the end whatever happens.
+    // Without GENERIC_WRITE each write goes to the end of the file.
     flags |= (access & kWriting) == FILE_APPEND_DATA ? O_APPEND : 0;
-    flags |= disposition == CREATE_ALWAYS ? O_CREAT | O_TRUNC : 0;
     flags |= disposition == OPEN_ALWAYS ? O_CREAT : 0;
     return flags;
 }
 
-DWORD MissingError(const std::string& host) {
-    const size_t end = host.rfind('/');
+bool IsDirectory(const std::string& host) noexcept {
     struct stat status = {};
-    const bool hasParent =
-        end == 0 || end == std::string::npos ||
-        (stat(host.substr(0, end).c_str(), &status) == 0 && S_ISDIR(status.st_mode));
-    return hasParent ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
+    return stat(host.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+// Returns the error for `number`, which a host call on `host` gave.
 DWORD ErrorFor(const std::string& host, int number) {
-    return number == ENOENT ? MissingError(host) : ErrorFromErrno(number);
+    struct stat status = {};
+    const std::string name = host.substr(0, host.find_last_not_of('/') + 1);
+    if (number == ENOENT) {
+        const bool hasParent = IsDirectory(name.substr(0, name.rfind('/') + 1));
+        return hasParent ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
+    }
+    // Only a directory may have a trailing separator.
+    const bool wrongName =
+        number == EISDIR || (number == ENOTDIR && lstat(name.c_str(), &status) == 0);
+    return host.ends_with('/') && wrongName ? ERROR_INVALID_NAME : ErrorFromErrno(number);
 }
 
-HANDLE Refuse(DWORD error) noexcept {
+HANDLE FailToOpen(DWORD error) noexcept {
     SetLastError(error);
     return INVALID_HANDLE_VALUE;
 }
 
-BOOL Answer(DWORD error) noexcept {
-    if (error == ERROR_SUCCESS) {
-        return TRUE;
-    }
-    SetLastError(error);
-    return FALSE;
-}
-
-// Runs a host call on the file of `name`; the call answers 0 or sets errno.
-template <class Call>
-BOOL OnHost(LPCWSTR name, Call&& call) {
+// Calls `operation` with the host's path of `name`. It returns 0, or another value and sets errno.
+template <class Operation>
+BOOL WithHostPath(LPCWSTR name, Operation&& operation) {
     const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
     if (error != ERROR_SUCCESS) {
-        return Answer(error);
+        return Fail(error);
     }
-    return Answer(call(host.c_str()) == 0 ? ERROR_SUCCESS : ErrorFor(host, errno));
+    return operation(host.c_str()) == 0 ? TRUE : Fail(ErrorFor(host, errno));
+}
+
+bool IsReadOnly(const struct stat& status) noexcept {
+    return (status.st_mode & S_IFMT) == S_IFREG && (status.st_mode & S_IWUSR) == 0;
+}
+
+// A file, directory or link. `error` is ERROR_SUCCESS, or why it cannot be deleted or renamed.
+struct Entry {
+    std::string host;
+    struct stat status;
+    DWORD error;
+};
+
+Entry FindForDeletion(LPCWSTR name) {
+    auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
+    Entry entry = {std::move(host), {}, error};
+    if (error == ERROR_SUCCESS && lstat(entry.host.c_str(), &entry.status) != 0) {
+        entry.error = ErrorFor(entry.host, errno);
+    } else if (error == ERROR_SUCCESS && !OpenFile::SharesDeletion(IdOf(entry.status))) {
+        entry.error = ERROR_SHARING_VIOLATION;
+    }
+    return entry;
 }
 
 std::shared_ptr<File> FindFile(HANDLE handle) {
@@ -138,32 +128,35 @@ std::shared_ptr<File> FindFile(HANDLE handle) {
 
 HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* /*security*/,
                    DWORD disposition, DWORD flags, HANDLE /*templateFile*/) noexcept {
-    const compat::Call call("CreateFileW", ERROR_ACCESS_DENIED);
+    const compat::Call call("CreateFileW", ERROR_ACCESS_DENIED,
+                            "{} access={} share={} disposition={} flags={}", name, access, share,
+                            disposition, flags);
     if (call.Fails()) {
         return INVALID_HANDLE_VALUE;
     }
     const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
     if (error != ERROR_SUCCESS) {
-        return Refuse(error);
+        return FailToOpen(error);
     }
     struct stat status = {};
     const bool existed = stat(host.c_str(), &status) == 0;
     if (existed && S_ISDIR(status.st_mode) && (flags & FILE_FLAG_BACKUP_SEMANTICS) == 0) {
-        return Refuse(ERROR_ACCESS_DENIED);
+        return FailToOpen(ERROR_ACCESS_DENIED);
     }
     if (existed && !IsAllowed(status.st_mode, access)) {
-        return Refuse(ERROR_ACCESS_DENIED);
+        return FailToOpen(ERROR_ACCESS_DENIED);
     }
     const int descriptor = open(host.c_str(), OpenFlags(access, disposition), kFileMode);
     if (descriptor < 0 || fstat(descriptor, &status) != 0) {
-        return Refuse(ErrorFor(host, errno));
+        return FailToOpen(ErrorFor(host, errno));
     }
-    auto file = File::Open(descriptor, {status.st_dev, status.st_ino, access, share});
-    if (!file) {
-        return Refuse(ERROR_SHARING_VIOLATION);
+    auto entry = OpenFile::Add(IdOf(status), access, share);
+    if (!entry) {
+        close(descriptor);
+        return FailToOpen(ERROR_SHARING_VIOLATION);
     }
     SetLastError(existed && disposition != OPEN_EXISTING ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
-    return compat::Handles().Add<HANDLE>(std::move(file));
+    return compat::Handles().Add<HANDLE>(std::make_shared<File>(descriptor, std::move(entry)));
 }
 
 BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
@@ -171,20 +164,22 @@ BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
     if (read != nullptr) {
         *read = 0;
     }
-    const compat::Call call("ReadFile", ERROR_READ_FAULT);
+    const compat::Call call(
+        "ReadFile", ERROR_READ_FAULT, "{} size={}", [file] { return compat::HandleText(file); },
+        size);
     if (call.Fails()) {
         return FALSE;
     }
     const auto object = FindFile(file);
     if (!object) {
-        return Answer(ERROR_INVALID_HANDLE);
+        return Fail(ERROR_INVALID_HANDLE);
     }
     if ((object->Access() & GENERIC_READ) == 0) {
-        return Answer(ERROR_ACCESS_DENIED);
+        return Fail(ERROR_ACCESS_DENIED);
     }
     const ssize_t got = ::read(object->Descriptor(), buffer, size);
     if (got < 0) {
-        return Answer(ErrorFromErrno(errno));
+        return Fail(ErrorFromErrno(errno));
     }
     compat::CountBytesRead(static_cast<size_t>(got));
     if (read != nullptr) {
@@ -198,20 +193,22 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
     if (written != nullptr) {
         *written = 0;
     }
-    const compat::Call call("WriteFile", ERROR_DISK_FULL);
+    const compat::Call call(
+        "WriteFile", ERROR_DISK_FULL, "{} size={}", [file] { return compat::HandleText(file); },
+        size);
     if (call.Fails()) {
         return FALSE;
     }
     const auto object = FindFile(file);
     if (!object) {
-        return Answer(ERROR_INVALID_HANDLE);
+        return Fail(ERROR_INVALID_HANDLE);
     }
     if ((object->Access() & kWriting) == 0) {
-        return Answer(ERROR_ACCESS_DENIED);
+        return Fail(ERROR_ACCESS_DENIED);
     }
     const ssize_t put = ::write(object->Descriptor(), bytes, size);
     if (put < 0) {
-        return Answer(ErrorFromErrno(errno));
+        return Fail(ErrorFromErrno(errno));
     }
     if (written != nullptr) {
         *written = static_cast<DWORD>(put);
@@ -220,36 +217,44 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
 }
 
 BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept {
-    const compat::Call call("GetFileSizeEx", ERROR_NOT_READY);
+    const compat::Call call("GetFileSizeEx", ERROR_NOT_READY, "{}",
+                            [file] { return compat::HandleText(file); });
     if (call.Fails()) {
         return FALSE;
     }
     const auto object = FindFile(file);
     struct stat status = {};
     if (!object || fstat(object->Descriptor(), &status) != 0) {
-        return Answer(ERROR_INVALID_HANDLE);
+        return Fail(ERROR_INVALID_HANDLE);
     }
     size->QuadPart = status.st_size;
     return TRUE;
 }
 
 DWORD GetFileAttributesW(LPCWSTR name) noexcept {
-    const compat::Call call("GetFileAttributesW", ERROR_ACCESS_DENIED);
+    const compat::Call call("GetFileAttributesW", ERROR_ACCESS_DENIED, "{}", name);
     if (call.Fails()) {
         return INVALID_FILE_ATTRIBUTES;
     }
+    const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
     struct stat status = {};
-    if (!OnHost(name, [&status](const char* host) { return lstat(host, &status); })) {
+    if (error != ERROR_SUCCESS || lstat(host.c_str(), &status) != 0) {
+        SetLastError(error != ERROR_SUCCESS ? error : ErrorFor(host, errno));
         return INVALID_FILE_ATTRIBUTES;
     }
     DWORD attributes = S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : 0;
     attributes |= S_ISLNK(status.st_mode) ? FILE_ATTRIBUTE_REPARSE_POINT : 0;
-    attributes |= (status.st_mode & S_IWUSR) == 0 ? FILE_ATTRIBUTE_READONLY : 0;
+    attributes |= IsReadOnly(status) ? FILE_ATTRIBUTE_READONLY : 0;
     return attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
 }
 
 BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept {
-    return OnHost(name, [attributes](const char* host) {
+    const compat::Call call("SetFileAttributesW", ERROR_ACCESS_DENIED, "{} attributes={}", name,
+                            attributes);
+    if (call.Fails()) {
+        return FALSE;
+    }
+    return WithHostPath(name, [attributes](const char* host) {
         struct stat status = {};
         if (stat(host, &status) != 0) {
             return -1;
@@ -261,57 +266,68 @@ BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept {
 }
 
 BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* /*security*/) noexcept {
-    const compat::Call call("CreateDirectoryW", ERROR_ACCESS_DENIED);
+    const compat::Call call("CreateDirectoryW", ERROR_ACCESS_DENIED, "{}", name);
     if (call.Fails()) {
         return FALSE;
     }
-    return OnHost(name, [](const char* host) { return mkdir(host, kDirectoryMode); });
+    return WithHostPath(name, [](const char* host) { return mkdir(host, kDirectoryMode); });
 }
 
 BOOL RemoveDirectoryW(LPCWSTR name) noexcept {
-    return OnHost(name, [](const char* host) { return rmdir(host); });
+    const compat::Call call("RemoveDirectoryW", ERROR_ACCESS_DENIED, "{}", name);
+    if (call.Fails()) {
+        return FALSE;
+    }
+    const Entry entry = FindForDeletion(name);
+    if (entry.error != ERROR_SUCCESS) {
+        return Fail(entry.error);
+    }
+    if (!S_ISDIR(entry.status.st_mode)) {
+        return Fail(ERROR_DIRECTORY);
+    }
+    return rmdir(entry.host.c_str()) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
 }
 
 BOOL DeleteFileW(LPCWSTR name) noexcept {
-    return OnHost(name, [](const char* host) { return unlink(host); });
+    const compat::Call call("DeleteFileW", ERROR_ACCESS_DENIED, "{}", name);
+    if (call.Fails()) {
+        return FALSE;
+    }
+    const Entry entry = FindForDeletion(name);
+    if (S_ISDIR(entry.status.st_mode)) {
+        return Fail(ERROR_ACCESS_DENIED);
+    }
+    if (entry.error != ERROR_SUCCESS) {
+        return Fail(entry.error);
+    }
+    if (IsReadOnly(entry.status)) {
+        return Fail(ERROR_ACCESS_DENIED);
+    }
+    return unlink(entry.host.c_str()) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
 }
 
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
-    return OnHost(from, [to, flags](const char* host) {
-        const auto [target, error] = ToHostPath(to);
-        struct stat status = {};
-        if (error != ERROR_SUCCESS) {
-            errno = ENOENT;
-            return -1;
+    const compat::Call call("MoveFileExW", ERROR_ACCESS_DENIED, "{} {} flags={}", from, to, flags);
+    if (call.Fails()) {
+        return FALSE;
+    }
+    const Entry source = FindForDeletion(from);
+    if (source.error != ERROR_SUCCESS) {
+        return Fail(source.error);
+    }
+    const auto [target, error] = ToHostPath(to == nullptr ? L"" : to);
+    if (error != ERROR_SUCCESS) {
+        return Fail(error);
+    }
+    struct stat status = {};
+    if (lstat(target.c_str(), &status) == 0 && !(IdOf(status) == IdOf(source.status))) {
+        if ((flags & MOVEFILE_REPLACE_EXISTING) == 0) {
+            return Fail(ERROR_ALREADY_EXISTS);
         }
-        if ((flags & MOVEFILE_REPLACE_EXISTING) == 0 && lstat(target.c_str(), &status) == 0) {
-            errno = EEXIST;
-            return -1;
+        // An open file cannot be replaced, even if all its handles share deletion.
+        if (S_ISDIR(status.st_mode) || IsReadOnly(status) || OpenFile::IsOpen(IdOf(status))) {
+            return Fail(ERROR_ACCESS_DENIED);
         }
-        return rename(host, target.c_str());
-    });
-}
-
-DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* /*filePart*/) noexcept {
-    if (name == nullptr || *name == L'\0') {
-        SetLastError(ERROR_INVALID_NAME);
-        return 0;
     }
-    std::wstring full = name;
-    for (wchar_t& unit : full) {
-        unit = unit == L'/' ? L'\\' : unit;
-    }
-    if (full.size() < 2 || full[1] != L':') {
-        // A path of the host, absolute or not, has a path here too; a command line may name either.
-        std::string host = compat::Utf8FromWide(name);
-        std::replace(host.begin(), host.end(), '\\', '/');
-        host = std::filesystem::absolute(host).lexically_normal();
-        full = compat::FromHostPath(host);
-    }
-    if (full.size() >= size) {
-        return static_cast<DWORD>(full.size() + 1);
-    }
-    full.copy(buffer, full.size());
-    buffer[full.size()] = L'\0';
-    return static_cast<DWORD>(full.size());
+    return rename(source.host.c_str(), target.c_str()) == 0 ? TRUE : Fail(ErrorFor(target, errno));
 }

@@ -1,23 +1,27 @@
 #include <winbase.h>
 
+#include "internal/call.h"
 #include "internal/kernel_object.h"
+#include "internal/last_error.h"
 
 namespace compat {
 
 ObjectTable<KernelObject, Resource::handle>& Handles() {
-    // Never destroyed: a handle may be closed as late as at the process's end.
+    // Never destroyed, because a static object may close its handle at process exit.
     static auto& table = *new ObjectTable<KernelObject, Resource::handle>;
     return table;
+}
+
+std::string HandleText(HANDLE handle) {
+    const auto object = Handles().Find(handle);
+    return object ? object->Kind() : "invalid handle";
 }
 
 }  // namespace compat
 
 BOOL CloseHandle(HANDLE handle) noexcept {
-    if (compat::Handles().Remove(handle)) {
-        return TRUE;
-    }
-    SetLastError(ERROR_INVALID_HANDLE);
-    return FALSE;
+    const compat::Call call("CloseHandle", "{}", [handle] { return compat::HandleText(handle); });
+    return compat::Handles().Remove(handle) ? TRUE : compat::Fail(ERROR_INVALID_HANDLE);
 }
 
 namespace {

@@ -4,7 +4,7 @@
 #include <ctime>
 #include <string_view>
 
-#include "testing/failing_calls.h"
+#include "internal/call.h"
 
 namespace {
 
@@ -13,7 +13,7 @@ struct Language {
     LANGID id;
 };
 
-// The host's ways to name a display language, the longer before the shorter.
+// Prefixes of the host's locale names, longer ones first.
 constexpr Language kLanguages[] = {{"zh_TW", 0x0404}, {"zh_HK", 0x0C04}, {"zh_SG", 0x1004},
                                    {"zh", 0x0804},    {"de", 0x0407},    {"fr", 0x040C},
                                    {"ja", 0x0411}};
@@ -32,6 +32,7 @@ std::string_view HostLocale() noexcept {
 }  // namespace
 
 LANGID GetUserDefaultUILanguage() noexcept {
+    const compat::Call call("GetUserDefaultUILanguage");
     const std::string_view locale = HostLocale();
     for (const auto& [tag, id] : kLanguages) {
         if (locale.starts_with(tag)) {
@@ -42,6 +43,7 @@ LANGID GetUserDefaultUILanguage() noexcept {
 }
 
 void GetLocalTime(SYSTEMTIME* time) noexcept {
+    const compat::Call call("GetLocalTime");
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
     tm local = {};

@@ -3,16 +3,17 @@
 #include <objbase.h>
 
 #include <cstdlib>
-#include <vector>
+#include <memory>
 
+#include "internal/call.h"
 #include "internal/global_memory.h"
-#include "testing/failing_calls.h"
-#include "testing/resources.h"
+#include "internal/last_error.h"
+#include "internal/object_table.h"
 
 namespace {
 
 struct Block {
-    std::vector<std::max_align_t> content;
+    std::unique_ptr<char[]> content;
     size_t size;
     int locks = 0;
 };
@@ -38,21 +39,19 @@ namespace compat {
 
 std::string_view GlobalContent(HGLOBAL memory) noexcept {
     const auto block = Blocks().Find(memory);
-    return block
-               ? std::string_view(reinterpret_cast<const char*>(block->content.data()), block->size)
-               : std::string_view();
+    return block ? std::string_view(block->content.get(), block->size) : std::string_view();
 }
 
 }  // namespace compat
 
-HGLOBAL GlobalAlloc(UINT /*flags*/, SIZE_T size) noexcept {
-    const compat::Call call("GlobalAlloc", ERROR_NOT_ENOUGH_MEMORY);
+HGLOBAL GlobalAlloc(UINT flags, SIZE_T size) noexcept {
+    const compat::Call call("GlobalAlloc", ERROR_NOT_ENOUGH_MEMORY, "flags={} size={}", flags,
+                            size);
     if (call.Fails()) {
         return nullptr;
     }
-    constexpr size_t kUnit = sizeof(std::max_align_t);
     auto block = std::make_shared<Block>();
-    block->content.resize((size + kUnit - 1) / kUnit);
+    block->content = std::make_unique<char[]>(size);
     block->size = size;
     return Blocks().Add<HGLOBAL>(std::move(block));
 }
@@ -68,17 +67,17 @@ LPVOID GlobalLock(HGLOBAL memory) noexcept {
     }
     ++block->locks;
     compat::CountResource(compat::Resource::globalLock, 1);
-    return block->content.data();
+    return block->content.get();
 }
 
 BOOL GlobalUnlock(HGLOBAL memory) noexcept {
+    const compat::Call call("GlobalUnlock");
     const auto block = FindBlock(memory);
     if (!block) {
         return FALSE;
     }
     if (block->locks == 0) {
-        SetLastError(ERROR_NOT_LOCKED);
-        return FALSE;
+        return compat::Fail(ERROR_NOT_LOCKED);
     }
     compat::CountResource(compat::Resource::globalLock, -1);
     SetLastError(ERROR_SUCCESS);
@@ -86,6 +85,7 @@ BOOL GlobalUnlock(HGLOBAL memory) noexcept {
 }
 
 HGLOBAL GlobalFree(HGLOBAL memory) noexcept {
+    const compat::Call call("GlobalFree");
     if (Blocks().Remove(memory)) {
         return nullptr;
     }
@@ -94,12 +94,13 @@ HGLOBAL GlobalFree(HGLOBAL memory) noexcept {
 }
 
 HLOCAL LocalFree(HLOCAL memory) noexcept {
+    const compat::Call call("LocalFree");
     CoTaskMemFree(memory);
     return nullptr;
 }
 
 LPVOID CoTaskMemAlloc(SIZE_T size) noexcept {
-    const compat::Call call("CoTaskMemAlloc", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("CoTaskMemAlloc", ERROR_NOT_ENOUGH_MEMORY, "size={}", size);
     if (call.Fails()) {
         return nullptr;
     }
@@ -111,6 +112,7 @@ LPVOID CoTaskMemAlloc(SIZE_T size) noexcept {
 }
 
 void CoTaskMemFree(LPVOID memory) noexcept {
+    const compat::Call call("CoTaskMemFree");
     if (memory != nullptr) {
         compat::CountResource(compat::Resource::taskMemory, -1);
         std::free(memory);

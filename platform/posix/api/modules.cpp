@@ -6,15 +6,16 @@
 #include <map>
 #include <mutex>
 
+#include "internal/call.h"
 #include "internal/drive.h"
 #include "internal/encoding.h"
-#include "testing/failing_calls.h"
-#include "testing/resources.h"
+#include "internal/last_error.h"
+#include "internal/object_table.h"
 
 namespace {
 
-// What dlopen gave for each loaded module, once for every time it was loaded. A module is known by
-// the address that it begins at, as its own start-up code sees it too.
+// What dlopen returned for each loaded module, once per LoadLibraryW. An HMODULE is the address at
+// which the module begins, as DllMain sees it.
 std::mutex g_modulesMutex;
 std::multimap<HMODULE, void*> g_modules;
 
@@ -37,22 +38,26 @@ std::string HostFileOf(HMODULE module) {
     if (dladdr(module, &info) == 0 || info.dli_fbase != module || info.dli_fname == nullptr) {
         return {};
     }
-    // The program itself is known to the loader by the name it was called with.
+    // For the program itself the loader may have a relative name, that of the command line.
     return info.dli_fname[0] == '/' ? info.dli_fname : compat::ProgramFile();
 }
 
 }  // namespace
 
 HMODULE LoadLibraryW(LPCWSTR name) noexcept {
-    const compat::Call call("LoadLibraryW", ERROR_MOD_NOT_FOUND);
-    if (call.Fails()) {
-        return nullptr;
+    std::string host;
+    {
+        const compat::Call call("LoadLibraryW", ERROR_MOD_NOT_FOUND, "{}", name);
+        if (call.Fails()) {
+            return nullptr;
+        }
+        host = compat::ToHostPath(name).host;
+        if (access(host.c_str(), F_OK) != 0) {
+            SetLastError(ERROR_MOD_NOT_FOUND);
+            return nullptr;
+        }
     }
-    const auto [host, error] = compat::ToHostPath(name);
-    if (error != ERROR_SUCCESS || access(host.c_str(), F_OK) != 0) {
-        SetLastError(ERROR_MOD_NOT_FOUND);
-        return nullptr;
-    }
+    // Outside of the call, because the module's DllMain makes calls of its own.
     void* const opened = dlopen(host.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (opened == nullptr) {
         SetLastError(ERROR_BAD_EXE_FORMAT);
@@ -68,6 +73,10 @@ HMODULE LoadLibraryW(LPCWSTR name) noexcept {
 }
 
 FARPROC GetProcAddress(HMODULE module, LPCSTR name) noexcept {
+    const compat::Call call("GetProcAddress", ERROR_PROC_NOT_FOUND, "{}", name);
+    if (call.Fails()) {
+        return nullptr;
+    }
     void* const opened = OpenedModule(module);
     void* const found = opened == nullptr ? nullptr : dlsym(opened, name);
     if (found == nullptr) {
@@ -79,11 +88,11 @@ FARPROC GetProcAddress(HMODULE module, LPCSTR name) noexcept {
 BOOL FreeLibrary(HMODULE module) noexcept {
     void* opened = nullptr;
     {
+        const compat::Call call("FreeLibrary");
         const std::lock_guard lock(g_modulesMutex);
         const auto found = g_modules.find(module);
         if (found == g_modules.end()) {
-            SetLastError(ERROR_MOD_NOT_FOUND);
-            return FALSE;
+            return compat::Fail(ERROR_MOD_NOT_FOUND);
         }
         opened = found->second;
         g_modules.erase(found);
@@ -93,14 +102,14 @@ BOOL FreeLibrary(HMODULE module) noexcept {
 }
 
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
-    const compat::Call call("GetModuleFileNameW", ERROR_MOD_NOT_FOUND);
+    const compat::Call call("GetModuleFileNameW", ERROR_MOD_NOT_FOUND, "{} size={}",
+                            module == nullptr ? "null" : "module", size);
     if (call.Fails()) {
         return 0;
     }
     const std::string host = HostFileOf(module);
     if (host.empty()) {
-        SetLastError(ERROR_MOD_NOT_FOUND);
-        return 0;
+        return static_cast<DWORD>(compat::Fail(ERROR_MOD_NOT_FOUND));
     }
     const std::wstring path = compat::FromHostPath(host);
     if (path.size() < size) {
@@ -114,6 +123,11 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
 }
 
 BOOL DisableThreadLibraryCalls(HMODULE module) noexcept {
-    // Threads are never announced to modules here.
+    const compat::Call call("DisableThreadLibraryCalls", ERROR_INVALID_HANDLE, "{}",
+                            module == nullptr ? "null" : "module");
+    if (call.Fails()) {
+        return FALSE;
+    }
+    // There are none: modules are not notified of threads here.
     return module != nullptr;
 }

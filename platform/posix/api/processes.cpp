@@ -7,34 +7,35 @@
 #include <windows.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <iterator>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "internal/call.h"
 #include "internal/command_line.h"
 #include "internal/drive.h"
 #include "internal/encoding.h"
 #include "internal/host_file.h"
 #include "internal/kernel_object.h"
-#include "testing/failing_calls.h"
-#include "testing/shell_events.h"
+#include "internal/last_error.h"
 
 namespace {
 
-// Carries the command line to the new process as it was given; its arguments alone would not tell
-// how they were quoted.
+// Passes the command line to the new process unchanged. The arguments alone do not show how they
+// were quoted.
 constexpr char kCommandLineVariable[] = "KELVARO_COMMAND_LINE";
 
-std::mutex g_requestMutex;
-compat::ProcessRequest g_lastRequest = {};
+// The handle of a process or of its first thread. It can only be closed.
+struct ProcessHandle final : compat::KernelObject {
+    explicit ProcessHandle(const char* kind) noexcept : kind_(kind) {}
+    const char* Kind() const noexcept override { return kind_; }
 
-// A process, or its first thread: something to be closed. Nobody here waits for either.
-struct ProcessToken final : compat::KernelObject {};
+  private:
+    const char* kind_;
+};
 
 struct Launch {
     std::string program;
@@ -67,7 +68,7 @@ std::vector<std::string> EnvironmentWith(std::wstring_view commandLine) {
     return environment;
 }
 
-// ERROR_SUCCESS when the host may try to run `program`.
+// Returns why `program` cannot be run, ERROR_SUCCESS if there is no reason.
 DWORD CheckProgram(const std::string& program) noexcept {
     struct stat status = {};
     if (stat(program.c_str(), &status) != 0) {
@@ -79,9 +80,9 @@ DWORD CheckProgram(const std::string& program) noexcept {
     return access(program.c_str(), X_OK) == 0 ? ERROR_SUCCESS : ERROR_BAD_EXE_FORMAT;
 }
 
-// Runs `launch` as a process that nobody has to wait for: the child that is forked starts another
-// and ends, and the host's first process takes over. What exec says comes back through a pipe that
-// a successful one closes.
+// Starts a process that nobody has to wait for: the forked child forks again and exits, so that the
+// host's init process reaps the grandchild. The grandchild sends errno through the pipe if exec
+// fails; a successful exec closes the pipe.
 DWORD Start(Launch& launch) {
     const std::vector<char*> arguments = Pointers(launch.arguments);
     const std::vector<char*> environment = Pointers(launch.environment);
@@ -135,10 +136,19 @@ DWORD StartCommandLine(std::wstring_view commandLine, const std::wstring& direct
     return Start(launch);
 }
 
+// Returns the members of `startup` that callers set, as text.
+std::string StartupText(const STARTUPINFOW* startup) {
+    return startup == nullptr ? "null"
+                              : compat::FillIn("(size={} flags={} show={})",
+                                               {compat::ArgumentText(startup->cb),
+                                                compat::ArgumentText(startup->dwFlags),
+                                                compat::ArgumentText(startup->wShowWindow)});
+}
+
 std::wstring OwnCommandLine() {
     if (const char* const given = std::getenv(kCommandLineVariable)) {
         std::wstring line = compat::WideFromUtf8(given);
-        unsetenv(kCommandLineVariable);  // not for the processes that this one starts by itself
+        unsetenv(kCommandLineVariable);  // must not reach the processes that this one starts
         return line;
     }
     std::string joined;
@@ -154,50 +164,48 @@ std::wstring OwnCommandLine() {
 
 }  // namespace
 
-// NOLINTNEXTLINE(readability-non-const-parameter): the real one writes into its command line
-BOOL CreateProcessW(LPCWSTR /*application*/, LPWSTR commandLine, SECURITY_ATTRIBUTES* /*process*/,
-                    SECURITY_ATTRIBUTES* /*thread*/, BOOL inherit, DWORD flags,
-                    LPVOID /*environment*/, LPCWSTR directory, STARTUPINFOW* startup,
+// NOLINTNEXTLINE(readability-non-const-parameter): the platform's writes into it
+BOOL CreateProcessW(LPCWSTR application, LPWSTR commandLine, SECURITY_ATTRIBUTES* process,
+                    SECURITY_ATTRIBUTES* thread, BOOL inherit, DWORD flags, LPVOID environment,
+                    LPCWSTR directory, STARTUPINFOW* startup,
                     PROCESS_INFORMATION* information) noexcept {
-    const compat::Call call("CreateProcessW", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call(
+        "CreateProcessW", ERROR_NOT_ENOUGH_MEMORY,
+        "application={} command={} process={} thread={} inherit={} flags={} environment={} "
+        "directory={} startup={}",
+        application, LPCWSTR{commandLine}, process, thread, inherit, flags, environment, directory,
+        [startup] { return StartupText(startup); });
     if (call.Fails()) {
         return FALSE;
     }
     DWORD error = ERROR_INVALID_PARAMETER;
     if (commandLine != nullptr && startup != nullptr && information != nullptr) {
-        std::wstring current(MAX_PATH, L'\0');
-        current.resize(GetCurrentDirectoryW(MAX_PATH, current.data()));
-        {
-            const std::lock_guard lock(g_requestMutex);
-            g_lastRequest = {flags, startup->dwFlags, startup->wShowWindow, inherit};
-        }
-        error = StartCommandLine(commandLine, directory == nullptr ? current : directory);
+        error = StartCommandLine(commandLine,
+                                 directory == nullptr ? compat::CurrentDirectory() : directory);
     }
     if (error != ERROR_SUCCESS) {
-        SetLastError(error);
-        return FALSE;
+        return compat::Fail(error);
     }
-    *information = {compat::Handles().Add<HANDLE>(std::make_shared<ProcessToken>()),
-                    compat::Handles().Add<HANDLE>(std::make_shared<ProcessToken>()), 0, 0};
+    *information = {compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>("process")),
+                    compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>("thread")), 0, 0};
     return TRUE;
 }
 
-namespace compat {
-
-ProcessRequest LastProcessRequest() noexcept {
-    const std::lock_guard lock(g_requestMutex);
-    return g_lastRequest;
-}
-
-}  // namespace compat
-
 LPWSTR GetCommandLineW() noexcept {
+    const compat::Call call("GetCommandLineW");
     static std::wstring line = OwnCommandLine();
     return line.data();
 }
 
 LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
-    const std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
+    const compat::Call call("CommandLineToArgvW", ERROR_NOT_ENOUGH_MEMORY, "{}", commandLine);
+    if (call.Fails()) {
+        return nullptr;
+    }
+    std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
+    if (arguments.empty()) {
+        arguments.push_back(compat::FromHostPath(compat::ProgramFile()));
+    }
     size_t units = 0;
     for (const std::wstring& argument : arguments) {
         units += argument.size() + 1;
@@ -219,21 +227,8 @@ LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
     return table;
 }
 
-DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept {
-    char host[PATH_MAX] = {};
-    if (getcwd(host, sizeof host) == nullptr) {
-        SetLastError(compat::ErrorFromErrno(errno));
-        return 0;
-    }
-    const std::wstring path = compat::FromHostPath(host);
-    if (path.size() >= size) {
-        return static_cast<DWORD>(path.size() + 1);
-    }
-    lstrcpynW(buffer, path.c_str(), static_cast<int>(size));
-    return static_cast<DWORD>(path.size());
-}
-
 void Sleep(DWORD milliseconds) noexcept {
+    const compat::Call call("Sleep", "{}", milliseconds);
     const timespec duration = {static_cast<time_t>(milliseconds / 1000),
                                static_cast<long>(milliseconds % 1000) * 1'000'000};
     nanosleep(&duration, nullptr);

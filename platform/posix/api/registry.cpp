@@ -7,12 +7,12 @@
 #include <cstring>
 #include <fstream>
 
+#include "internal/call.h"
 #include "internal/drive.h"
 #include "internal/encoding.h"
 #include "internal/host_file.h"
+#include "internal/object_table.h"
 #include "internal/registry_file.h"
-#include "testing/failing_calls.h"
-#include "testing/resources.h"
 
 using compat::FoldName;
 using compat::RegistryKeys;
@@ -37,7 +37,7 @@ KeyTable& Keys() {
     return table;
 }
 
-// Empty without a drive: then no key is there and none can be made.
+// Empty without a drive C:. Then there is no key and none can be created.
 std::string RegistryFile() {
     const std::string directory = compat::DriveDirectory();
     return directory.empty() ? directory : directory + "/registry.reg";
@@ -49,7 +49,8 @@ RegistryKeys Load() {
     return compat::ParseRegistry(text);
 }
 
-// Changes the registry file for all processes as one step. A reader sees it before or after.
+// Applies `change` to the registry file. Atomic for all processes: a reader sees the old file or
+// the new one.
 template <class Change>
 LSTATUS Update(Change&& change) {
     const std::string path = RegistryFile();
@@ -82,8 +83,8 @@ std::wstring Append(std::wstring path, LPCWSTR subkey) {
     return rest.empty() ? path : path.append(L"\\").append(rest);
 }
 
-// The full path of `subkey` below `root`, empty when `root` is no key. The classes of programs are
-// the user's where the user has the key, else the machine's.
+// Returns the full path of `subkey` below `root`, empty if `root` is not a key. Below
+// HKEY_CLASSES_ROOT a key of the user takes precedence over the machine's.
 std::wstring FullPath(const RegistryKeys& keys, HKEY root, LPCWSTR subkey) {
     if (root == HKEY_CLASSES_ROOT) {
         const std::wstring own = Append(std::wstring(kUser).append(kClasses), subkey);
@@ -96,8 +97,8 @@ std::wstring FullPath(const RegistryKeys& keys, HKEY root, LPCWSTR subkey) {
     return parent ? Append(parent->path, subkey) : std::wstring();
 }
 
-// Makes the key at `path` and those above it.
-void MakeKeys(RegistryKeys& keys, const std::wstring& path) {
+// Creates the key at `path` and its missing parents.
+void CreateKeys(RegistryKeys& keys, const std::wstring& path) {
     for (size_t end = path.find(L'\\'); end != std::wstring::npos;) {
         end = path.find(L'\\', end + 1);
         const std::wstring part = path.substr(0, end);
@@ -125,7 +126,7 @@ bool IsUnterminatedText(const compat::RegistryValue& value) {
     return last != 0;
 }
 
-LSTATUS Deliver(const compat::RegistryValue& value, LPDWORD type, BYTE* data, LPDWORD size) {
+LSTATUS CopyValue(const compat::RegistryValue& value, LPDWORD type, BYTE* data, LPDWORD size) {
     const auto length = static_cast<DWORD>(value.data.size());
     if (type != nullptr) {
         *type = value.type;
@@ -148,11 +149,32 @@ LSTATUS Deliver(const compat::RegistryValue& value, LPDWORD type, BYTE* data, LP
     return ERROR_SUCCESS;
 }
 
+// Returns the path of `subkey` below `root`, as the caller named it.
+std::string KeyText(HKEY root, LPCWSTR subkey = nullptr) {
+    if (root == HKEY_CLASSES_ROOT) {
+        return compat::Utf8FromWide(Append(L"HKEY_CLASSES_ROOT", subkey));
+    }
+    const std::wstring path = FullPath({}, root, subkey);
+    return path.empty() ? "invalid key" : compat::Utf8FromWide(path);
+}
+
+// Returns text up to its first null, and the number of bytes of other data.
+std::string DataText(DWORD type, const BYTE* data, DWORD size) {
+    if (type != REG_SZ && type != REG_EXPAND_SZ) {
+        return compat::FillIn("({} bytes)", {std::to_string(size)});
+    }
+    std::wstring text(size / sizeof(wchar_t), L'\0');
+    std::memcpy(text.data(), data, text.size() * sizeof(wchar_t));
+    return compat::ArgumentText(text.c_str());
+}
+
 }  // namespace
 
-LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
+LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD options, REGSAM access,
                       HKEY* opened) noexcept {
-    const compat::Call call("RegOpenKeyExW", ERROR_ACCESS_DENIED);
+    const compat::Call call(
+        "RegOpenKeyExW", ERROR_ACCESS_DENIED, "{} options={} access={}",
+        [=] { return KeyText(root, path); }, options, access);
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -169,10 +191,13 @@ LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
     return ERROR_SUCCESS;
 }
 
-LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*keyClass*/,
-                        DWORD /*options*/, REGSAM access, const SECURITY_ATTRIBUTES* /*security*/,
-                        HKEY* opened, LPDWORD /*disposition*/) noexcept {
-    const compat::Call call("RegCreateKeyExW", ERROR_ACCESS_DENIED);
+// NOLINTNEXTLINE(readability-non-const-parameter): the platform declares `keyClass` so
+LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR keyClass, DWORD options,
+                        REGSAM access, const SECURITY_ATTRIBUTES* security, HKEY* opened,
+                        LPDWORD /*disposition*/) noexcept {
+    const compat::Call call(
+        "RegCreateKeyExW", ERROR_ACCESS_DENIED, "{} class={} options={} access={} security={}",
+        [=] { return KeyText(root, path); }, LPCWSTR{keyClass}, options, access, security);
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -183,7 +208,7 @@ LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*ke
         if (full.empty()) {
             return ERROR_INVALID_HANDLE;
         }
-        MakeKeys(keys, full);
+        CreateKeys(keys, full);
         return ERROR_SUCCESS;
     });
     if (status == ERROR_SUCCESS) {
@@ -194,7 +219,8 @@ LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*ke
 
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD type, BYTE* data,
                          LPDWORD size) noexcept {
-    const compat::Call call("RegQueryValueExW", ERROR_ACCESS_DENIED);
+    const compat::Call call(
+        "RegQueryValueExW", ERROR_ACCESS_DENIED, "{} {}", [key] { return KeyText(key); }, name);
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -210,12 +236,14 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD t
     }
     const auto value = found->second.values.find(FoldName(name == nullptr ? L"" : name));
     return value == found->second.values.end() ? ERROR_FILE_NOT_FOUND
-                                               : Deliver(value->second, type, data, size);
+                                               : CopyValue(value->second, type, data, size);
 }
 
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, const BYTE* data,
                        DWORD size) noexcept {
-    const compat::Call call("RegSetValueExW", ERROR_ACCESS_DENIED);
+    const compat::Call call(
+        "RegSetValueExW", ERROR_ACCESS_DENIED, "{} {} type={} data={}",
+        [key] { return KeyText(key); }, name, type, [=] { return DataText(type, data, size); });
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }
@@ -236,11 +264,13 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, c
 }
 
 LSTATUS RegCloseKey(HKEY key) noexcept {
+    const compat::Call call("RegCloseKey", "{}", [key] { return KeyText(key); });
     return Keys().Remove(key) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
 
 LSTATUS RegDeleteTreeW(HKEY root, LPCWSTR path) noexcept {
-    const compat::Call call("RegDeleteTreeW", ERROR_ACCESS_DENIED);
+    const compat::Call call("RegDeleteTreeW", ERROR_ACCESS_DENIED, "{}",
+                            [=] { return KeyText(root, path); });
     if (call.Fails()) {
         return static_cast<LSTATUS>(call.Error());
     }

@@ -4,22 +4,18 @@
 #include <shlwapi.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "internal/call.h"
 #include "internal/encoding.h"
 #include "internal/global_memory.h"
-#include "testing/failing_calls.h"
-#include "testing/shell_events.h"
 
 namespace {
 
-std::atomic<size_t> g_associationChanges = 0;
-
-// The names of a drop list. One that its block does not hold to the end is left out.
+// Returns the names in a drop list. Leaves out a name whose end is outside of `block`.
 template <class Unit>
 std::vector<std::wstring> ReadNames(std::string_view block, size_t offset) {
     std::vector<std::wstring> names;
@@ -52,7 +48,7 @@ std::vector<std::wstring> ReadDropList(std::string_view block) {
                         : ReadNames<char>(block, header.pFiles);
 }
 
-// Matches without recursion: on a mismatch the last asterisk takes one unit more.
+// Matches without recursion: on a mismatch the last asterisk absorbs one more unit.
 bool MatchesWildcards(std::wstring_view name, std::wstring_view pattern) noexcept {
     size_t at = 0;
     size_t star = std::wstring_view::npos;
@@ -77,16 +73,9 @@ bool MatchesWildcards(std::wstring_view name, std::wstring_view pattern) noexcep
 
 }  // namespace
 
-namespace compat {
-
-size_t AssociationChanges() noexcept {
-    return g_associationChanges;
-}
-
-}  // namespace compat
-
 UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR buffer, UINT capacity) noexcept {
-    const compat::Call call("DragQueryFileW", ERROR_INVALID_HANDLE);
+    const compat::Call call("DragQueryFileW", ERROR_INVALID_HANDLE, "index={} capacity={}", index,
+                            capacity);
     if (call.Fails()) {
         return 0;
     }
@@ -107,7 +96,7 @@ UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR buffer, UINT capacity) noexce
 }
 
 BOOL PathMatchSpecW(LPCWSTR path, LPCWSTR pattern) noexcept {
-    const compat::Call call;
+    const compat::Call call("PathMatchSpecW", "{} {}", path, pattern);
     const std::wstring name = compat::FoldName(path);
     std::wstring patterns = compat::FoldName(pattern);
     for (size_t at = 0; at <= patterns.size();) {
@@ -121,15 +110,22 @@ BOOL PathMatchSpecW(LPCWSTR path, LPCWSTR pattern) noexcept {
     return FALSE;
 }
 
-void SHChangeNotify(LONG event, UINT /*flags*/, LPCVOID /*first*/, LPCVOID /*second*/) noexcept {
-    g_associationChanges += event == SHCNE_ASSOCCHANGED ? 1 : 0;
+void SHChangeNotify(LONG event, UINT flags, LPCVOID first, LPCVOID second) noexcept {
+    const compat::Call call("SHChangeNotify", "{} {} {} {}", static_cast<DWORD>(event), flags,
+                            first, second);
 }
 
 void ReleaseStgMedium(STGMEDIUM* medium) noexcept {
-    if (medium->pUnkForRelease != nullptr) {
-        medium->pUnkForRelease->Release();
-    } else if (medium->tymed == TYMED_HGLOBAL) {
-        GlobalFree(medium->hGlobal);
+    const STGMEDIUM released = *medium;
+    {
+        const compat::Call call("ReleaseStgMedium");
+        *medium = {};
+        if (released.pUnkForRelease == nullptr && released.tymed == TYMED_HGLOBAL) {
+            GlobalFree(released.hGlobal);
+        }
     }
-    *medium = {};
+    // Outside of the call, because the owner makes calls of its own.
+    if (released.pUnkForRelease != nullptr) {
+        released.pUnkForRelease->Release();
+    }
 }

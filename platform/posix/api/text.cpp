@@ -5,18 +5,17 @@
 #include <string>
 #include <string_view>
 
+#include "internal/call.h"
 #include "internal/encoding.h"
-#include "testing/failing_calls.h"
+#include "internal/last_error.h"
+
+using compat::Fail;
 
 namespace {
 
 constexpr wchar_t kReplacement = 0xFFFD;
 
-int Fail(DWORD error) noexcept {
-    SetLastError(error);
-    return 0;
-}
-
+// False if `bytes` are malformed and `flags` forbid that.
 bool Decode(std::wstring& text, UINT codePage, DWORD flags, std::string_view bytes) {
     while (!bytes.empty()) {
         size_t length = 1;
@@ -36,9 +35,10 @@ bool Decode(std::wstring& text, UINT codePage, DWORD flags, std::string_view byt
     return true;
 }
 
-// Copies `from` where it fits; without room only its length is told.
+// Copies `from` and returns its length. With a capacity of 0 it only returns the length. Fails if
+// the text does not fit.
 template <class Text, class Unit>
-int Deliver(const Text& from, Unit* to, int capacity) noexcept {
+int CopyText(const Text& from, Unit* to, int capacity) noexcept {
     const auto length = static_cast<int>(from.size());
     if (capacity == 0) {
         return length;
@@ -82,7 +82,9 @@ int CompareFolded(const Unit* left, const Unit* right) noexcept {
 
 int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR bytes, int size, LPWSTR text,
                         int capacity) noexcept {
-    const compat::Call call("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION);
+    const compat::Call call("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION,
+                            "codePage={} flags={} size={} capacity={}", codePage, flags, size,
+                            capacity);
     if (call.Fails()) {
         return 0;
     }
@@ -96,12 +98,14 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR bytes, int size, LPWS
     if (!Decode(decoded, codePage, flags, {bytes, length})) {
         return Fail(ERROR_NO_UNICODE_TRANSLATION);
     }
-    return Deliver(decoded, text, capacity);
+    return CopyText(decoded, text, capacity);
 }
 
-int WideCharToMultiByte(UINT codePage, DWORD /*flags*/, LPCWSTR text, int length, LPSTR bytes,
+int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR text, int length, LPSTR bytes,
                         int capacity, LPCSTR /*defaultChar*/, LPBOOL /*usedDefault*/) noexcept {
-    const compat::Call call("WideCharToMultiByte", ERROR_NO_UNICODE_TRANSLATION);
+    const compat::Call call("WideCharToMultiByte", ERROR_NO_UNICODE_TRANSLATION,
+                            "codePage={} flags={} length={} capacity={}", codePage, flags, length,
+                            capacity);
     if (call.Fails()) {
         return 0;
     }
@@ -109,14 +113,16 @@ int WideCharToMultiByte(UINT codePage, DWORD /*flags*/, LPCWSTR text, int length
         return Fail(ERROR_INVALID_PARAMETER);
     }
     const size_t units = length < 0 ? std::wcslen(text) + 1 : static_cast<size_t>(length);
-    return Deliver(compat::Utf8FromWide({text, units}), bytes, capacity);
+    return CopyText(compat::Utf8FromWide({text, units}), bytes, capacity);
 }
 
 LPSTR lstrcpynA(LPSTR to, LPCSTR from, int capacity) noexcept {
+    const compat::Call call("lstrcpynA", "{} capacity={}", from, capacity);
     return CopyBounded(to, from, capacity);
 }
 
 LPWSTR lstrcpynW(LPWSTR to, LPCWSTR from, int capacity) noexcept {
+    const compat::Call call("lstrcpynW", "{} capacity={}", from, capacity);
     return CopyBounded(to, from, capacity);
 }
 

@@ -6,10 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "internal/call.h"
 #include "internal/encoding.h"
-#include "testing/failing_calls.h"
-#include "testing/resources.h"
-#include "testing/shell_events.h"
+#include "internal/last_error.h"
+#include "internal/object_table.h"
+#include "testing/message_boxes.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ std::shared_ptr<Menu> FindMenu(HMENU menu) {
     return found;
 }
 
-// The item at a position, or with an identifier; null when the menu has none.
+// Returns the item at a position or with an identifier, as `flags` say. Null if there is none.
 const MenuItem* FindItem(const Menu& menu, UINT item, UINT flags) {
     const auto found =
         (flags & MF_BYPOSITION) != 0
@@ -72,7 +73,8 @@ MessageBoxReceiver::~MessageBoxReceiver() {
 }  // namespace compat
 
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) noexcept {
-    const compat::Call call("MessageBoxW", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("MessageBoxW", ERROR_NOT_ENOUGH_MEMORY,
+                            "owner={} style={} caption={} text={}", owner, style, caption, text);
     if (call.Fails()) {
         return 0;
     }
@@ -82,15 +84,21 @@ int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) noexcept 
 }
 
 HMENU CreatePopupMenu() noexcept {
+    const compat::Call call("CreatePopupMenu", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
+        return nullptr;
+    }
     return Menus().Add<HMENU>(std::make_shared<Menu>());
 }
 
 BOOL DestroyMenu(HMENU menu) noexcept {
-    return Menus().Remove(menu);
+    const compat::Call call("DestroyMenu");
+    return Menus().Remove(menu) ? TRUE : compat::Fail(ERROR_INVALID_MENU_HANDLE);
 }
 
 BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR text) noexcept {
-    const compat::Call call("InsertMenuW", ERROR_NOT_ENOUGH_MEMORY);
+    const compat::Call call("InsertMenuW", ERROR_NOT_ENOUGH_MEMORY, "position={} flags={} id={} {}",
+                            position, flags, id, text);
     if (call.Fails()) {
         return FALSE;
     }
@@ -106,11 +114,19 @@ BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR tex
 }
 
 int GetMenuItemCount(HMENU menu) noexcept {
+    const compat::Call call("GetMenuItemCount", ERROR_INVALID_MENU_HANDLE);
+    if (call.Fails()) {
+        return -1;
+    }
     const auto found = FindMenu(menu);
     return found ? static_cast<int>(found->items.size()) : -1;
 }
 
 UINT GetMenuItemID(HMENU menu, int position) noexcept {
+    const compat::Call call("GetMenuItemID", ERROR_INVALID_MENU_HANDLE, "position={}", position);
+    if (call.Fails()) {
+        return static_cast<UINT>(-1);
+    }
     const auto found = FindMenu(menu);
     const MenuItem* const item =
         found ? FindItem(*found, static_cast<UINT>(position), MF_BYPOSITION) : nullptr;
@@ -118,6 +134,11 @@ UINT GetMenuItemID(HMENU menu, int position) noexcept {
 }
 
 int GetMenuStringW(HMENU menu, UINT item, LPWSTR buffer, int capacity, UINT flags) noexcept {
+    const compat::Call call("GetMenuStringW", ERROR_INVALID_MENU_HANDLE, "item={} flags={}", item,
+                            flags);
+    if (call.Fails()) {
+        return 0;
+    }
     const auto found = FindMenu(menu);
     const MenuItem* const wanted = found ? FindItem(*found, item, flags) : nullptr;
     if (wanted == nullptr) {

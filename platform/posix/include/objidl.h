@@ -4,7 +4,6 @@
 
 inline constexpr DWORD DVASPECT_CONTENT = 1;
 inline constexpr DWORD TYMED_HGLOBAL = 1;
-inline constexpr DWORD TYMED_NULL = 0;
 inline constexpr DWORD STGM_READ = 0;
 
 struct FORMATETC {

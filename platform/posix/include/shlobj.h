@@ -56,8 +56,8 @@ struct CMINVOKECOMMANDINFOEX {
     POINT ptInvoke;
 };
 
-// What a file-drop list begins with; the names follow at pFiles, each with its terminating null and
-// one null more behind the last.
+// The header of a file-drop list. The names begin at offset `pFiles`. Each ends with a null, and
+// one more null ends the list.
 struct DROPFILES {
     DWORD pFiles;
     POINT pt;
@@ -80,7 +80,7 @@ struct IContextMenu : IUnknown {
                                      UINT capacity) = 0;
 };
 
-// The slots up to the last one that is called.
+// Declares the vtable up to the last method that is called.
 struct IShellLinkW : IUnknown {
     virtual HRESULT GetPath(LPWSTR buffer, int capacity, WIN32_FIND_DATAW* found, DWORD flags) = 0;
 };

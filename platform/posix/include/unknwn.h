@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-// Interfaces have no virtual destructor: what implements one destroys itself in Release.
+// Interfaces have no virtual destructor. An implementation deletes itself in Release.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 

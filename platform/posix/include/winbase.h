@@ -2,7 +2,7 @@
 
 #include <winerror.h>
 
-// Files, modules, processes, memory, text and time: what is called of the kernel's interface.
+// Files, modules, processes, memory, text and time.
 
 inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(~uintptr_t{0});
 
@@ -12,7 +12,6 @@ inline constexpr DWORD FILE_APPEND_DATA = 4;
 inline constexpr DWORD FILE_SHARE_READ = 1;
 inline constexpr DWORD FILE_SHARE_WRITE = 2;
 inline constexpr DWORD FILE_SHARE_DELETE = 4;
-inline constexpr DWORD CREATE_ALWAYS = 2;
 inline constexpr DWORD OPEN_EXISTING = 3;
 inline constexpr DWORD OPEN_ALWAYS = 4;
 inline constexpr DWORD FILE_ATTRIBUTE_READONLY = 0x1;
@@ -25,14 +24,11 @@ inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
 inline constexpr DWORD MOVEFILE_REPLACE_EXISTING = 1;
 
 inline constexpr DWORD DLL_PROCESS_ATTACH = 1;
-inline constexpr DWORD DLL_THREAD_ATTACH = 2;
 
 inline constexpr DWORD STARTF_USESHOWWINDOW = 1;
 inline constexpr DWORD CREATE_NO_WINDOW = 0x08000000;
 
-inline constexpr UINT GMEM_MOVEABLE = 2;
-inline constexpr UINT GMEM_ZEROINIT = 0x40;
-inline constexpr UINT GHND = GMEM_MOVEABLE | GMEM_ZEROINIT;
+inline constexpr UINT GHND = 0x42;
 
 inline constexpr UINT CP_ACP = 0;
 inline constexpr UINT CP_UTF8 = 65001;
@@ -142,6 +138,6 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR text, int length, LP
 LANGID GetUserDefaultUILanguage() noexcept;
 void GetLocalTime(SYSTEMTIME* time) noexcept;
 
-// The C runtime's comparisons without regard to letter case.
+// The C runtime's case-insensitive comparisons, as in the "C" locale.
 int _stricmp(const char* left, const char* right) noexcept;
 int _wcsicmp(const wchar_t* left, const wchar_t* right) noexcept;

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// The platform's basic types. wchar_t has 32 bits here and holds one UTF-16 unit.
+// The basic types. wchar_t has 32 bits on this platform and holds one UTF-16 unit.
 
 using BYTE = uint8_t;
 using WORD = uint16_t;
@@ -13,9 +13,7 @@ using ULONG = uint32_t;
 using LONG = int32_t;
 using LONGLONG = int64_t;
 using BOOL = int;
-using CHAR = char;
 using WCHAR = wchar_t;
-using OLECHAR = wchar_t;
 using HRESULT = int32_t;
 using LSTATUS = LONG;
 using UINT_PTR = uintptr_t;
@@ -42,7 +40,6 @@ using HINSTANCE = HMODULE;
 using HWND = struct HWND__*;
 using HMENU = struct HMENU__*;
 using HKEY = struct HKEY__*;
-using HICON = struct HICON__*;
 using FARPROC = intptr_t (*)();
 
 struct POINT {

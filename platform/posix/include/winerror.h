@@ -12,7 +12,6 @@ inline constexpr LONG ERROR_NOT_READY = 21;
 inline constexpr LONG ERROR_READ_FAULT = 30;
 inline constexpr LONG ERROR_GEN_FAILURE = 31;
 inline constexpr LONG ERROR_SHARING_VIOLATION = 32;
-inline constexpr LONG ERROR_FILE_EXISTS = 80;
 inline constexpr LONG ERROR_INVALID_PARAMETER = 87;
 inline constexpr LONG ERROR_DISK_FULL = 112;
 inline constexpr LONG ERROR_INSUFFICIENT_BUFFER = 122;

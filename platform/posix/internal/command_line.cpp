@@ -7,10 +7,6 @@ namespace {
 
 constexpr std::wstring_view kBlanks = L" \t";
 
-std::wstring_view SkipBlanks(std::wstring_view line) noexcept {
-    return line.substr(std::min(line.find_first_not_of(kBlanks), line.size()));
-}
-
 std::wstring TakeProgram(std::wstring_view& line) {
     const bool quoted = line.starts_with(L'"');
     line.remove_prefix(quoted ? 1 : 0);
@@ -21,27 +17,29 @@ std::wstring TakeProgram(std::wstring_view& line) {
     return program;
 }
 
+// Removes the units in `set` from the front of `line` and returns how many there were.
+size_t TakeAll(std::wstring_view& line, std::wstring_view set) noexcept {
+    const size_t count = std::min(line.find_first_not_of(set), line.size());
+    line.remove_prefix(count);
+    return count;
+}
+
 std::wstring TakeArgument(std::wstring_view& line) {
     std::wstring argument;
-    bool quoted = false;
-    while (!line.empty() && (quoted || kBlanks.find(line[0]) == std::wstring_view::npos)) {
-        const size_t backslashes = std::min(line.find_first_not_of(L'\\'), line.size());
-        const bool beforeQuote = backslashes < line.size() && line[backslashes] == L'"';
-        if (backslashes > 0) {
+    size_t quotes = 0;  // 1 inside of quotes, else 0
+    while (!line.empty() && (quotes > 0 || kBlanks.find(line[0]) == std::wstring_view::npos)) {
+        if (const size_t backslashes = TakeAll(line, L"\\"); backslashes > 0) {
+            const bool beforeQuote = line.starts_with(L'"');
             argument.append(beforeQuote ? backslashes / 2 : backslashes, L'\\');
-            line.remove_prefix(backslashes);
             if (beforeQuote && backslashes % 2 == 1) {
                 argument.push_back(L'"');
                 line.remove_prefix(1);
             }
-        } else if (beforeQuote) {
-            const bool doubled = quoted && line.size() > 1 && line[1] == L'"';
-            if (doubled) {
-                argument.push_back(L'"');
-            } else {
-                quoted = !quoted;
-            }
-            line.remove_prefix(doubled ? 2 : 1);
+        } else if (line[0] == L'"') {
+            // Every third quote, the opening one included, is literal and ends the quoting.
+            quotes += TakeAll(line, L"\"");
+            argument.append(quotes / 3, L'"');
+            quotes = quotes % 3 == 1 ? 1 : 0;
         } else {
             argument.push_back(line[0]);
             line.remove_prefix(1);
@@ -73,7 +71,7 @@ std::vector<std::wstring> ParseCommandLine(std::wstring_view line) {
         return arguments;
     }
     arguments.push_back(TakeProgram(line));
-    for (line = SkipBlanks(line); !line.empty(); line = SkipBlanks(line)) {
+    for (TakeAll(line, kBlanks); !line.empty(); TakeAll(line, kBlanks)) {
         arguments.push_back(TakeArgument(line));
     }
     return arguments;

@@ -6,12 +6,12 @@
 
 namespace compat {
 
-// The arguments of a command line by the platform's rules: the first one ends at its closing quote
-// or at white space; in the others a backslash before a double quote escapes it, and two double
-// quotes inside quotes are one.
+// Splits a command line as the platform does. The first argument ends at its closing quote or at
+// white space. In the others a backslash before a double quote escapes it, and two double quotes
+// inside quotes are a literal one that also ends the quoting. Empty if the line is empty.
 std::vector<std::wstring> ParseCommandLine(std::wstring_view line);
 
-// A command line that gives `arguments` back when it is parsed.
+// Returns a command line that ParseCommandLine splits into `arguments`.
 std::wstring JoinCommandLine(const std::vector<std::wstring>& arguments);
 
 }  // namespace compat

@@ -5,6 +5,7 @@
 #include <unistd.h>
 #include <winerror.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -12,17 +13,15 @@
 #include <memory>
 
 #include "internal/encoding.h"
+#include "internal/path_syntax.h"
 
 namespace compat {
 namespace {
 
-bool IsSeparator(wchar_t unit) noexcept {
-    return unit == L'\\' || unit == L'/';
-}
-
 bool HasForbiddenCharacter(std::wstring_view path) noexcept {
-    return path.find_first_of(L"<>\"|?*:") != std::wstring_view::npos ||
-           path.find(L'\0') != std::wstring_view::npos;
+    return std::any_of(path.begin(), path.end(), [](wchar_t unit) {
+        return unit < L' ' || std::wstring_view(L"<>\"|?*:").find(unit) != std::wstring_view::npos;
+    });
 }
 
 bool Exists(const std::string& host) noexcept {
@@ -35,7 +34,8 @@ bool IsDirectory(const std::string& host) noexcept {
     return stat(host.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// The entry of `directory` whose name is `name` in another letter case, or `name` itself.
+// Returns the entry of `directory` whose name is `name` in any letter case, or `name` if there is
+// none.
 std::string FindEntry(const std::string& directory, const std::string& name) {
     const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.c_str()), closedir);
     if (!entries) {
@@ -50,18 +50,18 @@ std::string FindEntry(const std::string& directory, const std::string& name) {
     return name;
 }
 
-// The part of `path` behind its drive; `root` becomes the drive's directory on the host.
-struct Split {
+// A path split into the host directory of its drive and the rest.
+struct DrivePath {
     std::string root;
     std::wstring_view rest;
     DWORD error = ERROR_SUCCESS;
 };
 
-Split SplitDrive(std::wstring_view path) {
-    if (path.starts_with(L"\\\\?\\")) {
+DrivePath SplitDrivePath(std::wstring_view path) {
+    if (path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\")) {
         path.remove_prefix(4);
     }
-    if (path.size() < 3 || path[1] != L':' || !IsSeparator(path[2])) {
+    if (!HasDrive(path) || path.size() < 3 || path[2] != L'\\') {
         return {{}, {}, ERROR_PATH_NOT_FOUND};
     }
     const std::wstring_view rest = path.substr(3);
@@ -103,7 +103,8 @@ std::string DriveDirectory() {
 }
 
 HostPath ToHostPath(std::wstring_view path) {
-    const Split split = SplitDrive(path);
+    const std::wstring normal = NormalizePath(std::wstring(path));
+    const DrivePath split = SplitDrivePath(normal);
     if (split.error != ERROR_SUCCESS) {
         return {{}, split.error};
     }
@@ -128,7 +129,15 @@ HostPath ToHostPath(std::wstring_view path) {
         host += '/';
         host += Exists(host + name) ? name : FindEntry(host, name);
     }
-    return {host.empty() ? "/" : std::move(host), ERROR_SUCCESS};
+    if (host.empty() || rest.ends_with('/')) {
+        host += '/';
+    }
+    return {std::move(host), ERROR_SUCCESS};
+}
+
+std::wstring CurrentDirectory() {
+    std::array<char, PATH_MAX> host = {};
+    return getcwd(host.data(), host.size()) == nullptr ? std::wstring() : FromHostPath(host.data());
 }
 
 std::wstring FromHostPath(std::string_view host) {
@@ -164,6 +173,8 @@ DWORD ErrorFromErrno(int number) noexcept {
             return ERROR_FILENAME_EXCED_RANGE;
         case ENOSPC:
             return ERROR_DISK_FULL;
+        case EINVAL:
+            return ERROR_INVALID_PARAMETER;
         case ENOMEM:
             return ERROR_NOT_ENOUGH_MEMORY;
         case ENOEXEC:

@@ -7,30 +7,35 @@
 
 namespace compat {
 
-// The environment variable that names the directory which is drive C:; without it that is drive_c
-// beside the program where there is such a directory. Drive Z: is the root of the
-// host's file system, so that every host file has a path here.
+// The environment variable that names the directory of drive C:. Without it drive C: is the
+// directory drive_c next to the program, if it exists. Drive Z: is the root of the host's file
+// system, so that every host file has a path.
 inline constexpr char kDriveVariable[] = "KELVARO_DRIVE_C";
 
-// The directory that is drive C:, without a trailing separator; empty when there is none.
+// Returns the host directory of drive C:, without a trailing separator. Empty if there is none.
 std::string DriveDirectory();
 
-// The host's file of the running program.
+// Returns the host path of the running program.
 std::string ProgramFile();
 
-// The host's file for a path of the platform. `error` is ERROR_SUCCESS, or why there can be none;
-// then `host` is empty. Names are found in any letter case; the file itself need not exist.
+// A host path, or an empty one and the reason why there is none.
 struct HostPath {
     std::string host;
     DWORD error;
 };
+
+// Returns the host path for an absolute Windows path. Finds existing names in any letter case; the
+// file itself need not exist. A trailing separator stays.
 HostPath ToHostPath(std::wstring_view path);
 
-// The platform's path for an absolute path of the host: on drive C: where it lies in that
-// directory, else on drive Z:.
+// Returns the Windows path of the working directory. Empty if it no longer exists.
+std::wstring CurrentDirectory();
+
+// Returns the Windows path for an absolute host path: on drive C: if it is inside of that drive's
+// directory, otherwise on drive Z:.
 std::wstring FromHostPath(std::string_view host);
 
-// The system error code for an errno value.
+// Returns the system error code for an errno value.
 DWORD ErrorFromErrno(int number) noexcept;
 
 }  // namespace compat

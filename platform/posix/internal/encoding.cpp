@@ -16,7 +16,7 @@ bool IsLowSurrogate(char32_t unit) noexcept {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-// 0x80 to 0x9F; the five bytes without a character stand for the control characters of their value.
+// 0x80 to 0x9F. The five undefined bytes map to the control characters of the same value.
 constexpr std::array<wchar_t, 32> kUpperControls = {
     0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
@@ -24,11 +24,12 @@ constexpr std::array<wchar_t, 32> kUpperControls = {
 
 struct LeadByte {
     size_t length;
-    unsigned char low = 0x80;  // the range of the byte behind it
+    unsigned char low = 0x80;  // the range of the second byte
     unsigned char high = 0xBF;
 };
 
-// The well-formed sequences, without overlong forms, surrogates and what lies above U+10FFFF.
+// Returns the length of a well-formed sequence, 0 if none begins with `lead`. The range of the
+// second byte excludes overlong forms, surrogates and values above U+10FFFF.
 LeadByte ClassifyLead(unsigned char lead) noexcept {
     if (lead < 0x80) {
         return {1};

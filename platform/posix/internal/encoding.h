@@ -5,34 +5,38 @@
 
 namespace compat {
 
-// Between the UTF-8 of the host and the platform's text, one UTF-16 unit in each wchar_t. What is
-// malformed on one side becomes U+FFFD on the other.
+// Converts between the host's UTF-8 and the platform's UTF-16, one unit in each wchar_t. Malformed
+// input becomes U+FFFD.
 std::wstring WideFromUtf8(std::string_view bytes);
 std::string Utf8FromWide(std::wstring_view units);
 
-// The code point of a unit and perhaps the low surrogate behind it, and how many units it took.
+// A code point, and how many units it took. A lone surrogate is its own code point.
 struct CodePoint {
     char32_t value;
     size_t units;
 };
+
+// Decodes the code point at the front of `units`, which must not be empty.
 CodePoint ReadCodePoint(std::wstring_view units) noexcept;
 
 // Appends `codePoint` to `units` as one unit or a surrogate pair.
 void AppendCodePoint(std::wstring& units, char32_t codePoint);
 
-// Decodes the UTF-8 sequence at the front of `bytes` (not empty). `value` is 0xFFFFFFFF for a
-// malformed one, and `length` then the bytes that one replacement character stands for.
+// A code point and the length of its bytes. For a malformed sequence `value` is kMalformed, and
+// `length` is how many bytes one replacement character replaces.
 struct Utf8Sequence {
     char32_t value;
     size_t length;
 };
-Utf8Sequence ReadUtf8(std::string_view bytes) noexcept;
 inline constexpr char32_t kMalformed = 0xFFFFFFFF;
 
-// The character of a byte in the layer's ANSI code page, Windows-1252.
+// Decodes the UTF-8 sequence at the front of `bytes`, which must not be empty.
+Utf8Sequence ReadUtf8(std::string_view bytes) noexcept;
+
+// Returns the character of a byte in Windows-1252, the ANSI code page (CP_ACP) here.
 wchar_t FromWindows1252(unsigned char byte) noexcept;
 
-// A to Z in lower case, as the file system and the registry compare names here.
+// Returns `name` with A to Z in lower case. The file system and the registry compare names by it.
 std::wstring FoldName(std::wstring_view name);
 
 }  // namespace compat

@@ -6,7 +6,7 @@
 
 namespace compat {
 
-// The bytes of a block of global memory, empty when `memory` is none.
+// Returns the bytes of a block of global memory. Empty if `memory` is not a valid handle.
 std::string_view GlobalContent(HGLOBAL memory) noexcept;
 
 }  // namespace compat

@@ -4,7 +4,7 @@
 
 namespace compat {
 
-// The content of a file of the host. False when it cannot be read, as a directory cannot.
+// Reads a whole host file into `content`. False if it cannot be read or is a directory.
 bool ReadHostFile(const std::string& path, std::string& content);
 
 }  // namespace compat

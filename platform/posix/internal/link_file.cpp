@@ -25,7 +25,8 @@ constexpr uint32_t kEnvironmentBlock = 0xA0000001;
 constexpr size_t kEnvironmentLength = 260;
 constexpr uint32_t kLongNameBlock = 0xBEEF0004;
 
-// Bytes that answer 0 or nothing for what lies outside.
+// The bytes of a file or of a part of it. A number that is not entirely inside reads as 0, a part
+// beyond the end as empty, and a part across the end is cut.
 class Bytes {
   public:
     explicit Bytes(std::string_view bytes) noexcept : bytes_(bytes) {}
@@ -39,7 +40,7 @@ class Bytes {
         return at <= bytes_.size() ? bytes_.substr(at, size) : std::string_view();
     }
 
-    // Text up to its null or `most` characters.
+    // Text up to a null, `most` characters or the end.
     std::wstring Narrow(size_t at, size_t most = SIZE_MAX) const {
         std::wstring text;
         for (const char byte : Part(at, most)) {
@@ -79,8 +80,8 @@ std::wstring JoinParts(std::wstring path, const std::wstring& part) {
     return path + part;
 }
 
-// Where the long name stands in the block that follows a file item's short one; 0 for a block of
-// another kind. One without a signature is what Wine writes.
+// Returns the offset of the long name in the block that follows a file item's short name. 0 if the
+// block is of another kind. Wine writes the block without a signature.
 size_t LongNameOffset(const Bytes& item, size_t block) {
     constexpr size_t kPlain = 20;
     if (item.Long(block + 4) == 0) {
@@ -97,7 +98,7 @@ size_t LongNameOffset(const Bytes& item, size_t block) {
     return offset;
 }
 
-// A file or folder of the item list, by its long name where it has one.
+// Returns the name of a file or folder in the item list: the long one, else the short one.
 std::wstring FileItemName(const Bytes& item) {
     constexpr size_t kShortName = 14;
     const size_t block = item.Word(item.Size() - 2);
@@ -109,8 +110,8 @@ std::wstring FileItemName(const Bytes& item) {
     return (item.Byte(2) & kWideName) != 0 ? item.Wide(kShortName) : item.Narrow(kShortName);
 }
 
-// The path that the items of the shell's namespace spell: a drive and the names below it. Empty
-// for items that are no files.
+// Returns the path that an item list names: a drive and the names below it. Empty if an item is not
+// in the file system.
 std::wstring ItemListPath(Bytes list) {
     std::wstring path;
     size_t at = 0;
@@ -119,9 +120,9 @@ std::wstring ItemListPath(Bytes list) {
         if (size < 3 || item.Size() < size) {
             return {};
         }
-        constexpr uint32_t kNamespaceItem = 0x2E;  // the control panel, say
+        constexpr uint32_t kNamespaceItem = 0x2E;  // for example the control panel
         switch (item.Byte(2) & 0x70) {
-            case 0x10:  // the desktop's root items, "my computer" among them
+            case 0x10:  // an item of the desktop, such as "my computer"
                 break;
             case 0x20:
                 if (item.Byte(2) == kNamespaceItem) {

@@ -6,13 +6,14 @@
 
 namespace compat {
 
-// What a .lnk file says of its target.
+// The target of a .lnk file.
 struct LinkTarget {
-    std::wstring path;     // spelt by the shell's item list, or from the link info; may be empty
-    std::wstring rawPath;  // with environment variables, where the file has such a form
+    std::wstring path;     // from the item list, else from the link info; may be empty
+    std::wstring rawPath;  // with environment variables unexpanded; empty if the file has none
 };
 
-// Reads the bytes of a .lnk file; nothing when they are none or their lengths lead outside.
+// Parses a .lnk file. std::nullopt if `bytes` are not one, or if its item list, link info or
+// strings extend beyond the end.
 std::optional<LinkTarget> ReadLinkFile(std::string_view bytes);
 
 }  // namespace compat

@@ -41,7 +41,7 @@ std::string Quoted(std::wstring_view text) {
     return quoted + "\"";
 }
 
-// Takes a quoted text from the front of `line`; false when it does not begin with a whole one.
+// Removes a quoted text from the front of `line`. False if it does not begin with a complete one.
 bool TakeQuoted(std::string_view& line, std::wstring& text) {
     std::string bytes;
     for (size_t at = 1; line.starts_with('"') && at < line.size(); ++at) {
@@ -56,7 +56,7 @@ bool TakeQuoted(std::string_view& line, std::wstring& text) {
     return false;
 }
 
-// In the file two bytes make a unit of text.
+// Formats the bytes in hexadecimal. In the file a unit of text has two bytes.
 std::string HexBytes(const RegistryValue& value) {
     std::vector<BYTE> bytes = value.data;
     if (IsText(value.type)) {

@@ -12,18 +12,18 @@ namespace compat {
 struct RegistryValue {
     std::wstring name;  // empty: the key's default value
     DWORD type = REG_NONE;
-    std::vector<BYTE> data;  // as the calls pass it: text in units of wchar_t
+    std::vector<BYTE> data;  // as the functions pass it: text in units of wchar_t
 };
 
 struct RegistryKey {
-    std::wstring path;                             // from the root's name on
+    std::wstring path;                             // begins with the root's name
     std::map<std::wstring, RegistryValue> values;  // by name in lower case
 };
 
 // The keys of a registry, by path in lower case.
 using RegistryKeys = std::map<std::wstring, RegistryKey>;
 
-// Between keys and the text of a .reg file (UTF-8). What cannot be understood is left out.
+// Convert between keys and the text of a .reg file in UTF-8. Parsing skips what is malformed.
 RegistryKeys ParseRegistry(std::string_view text);
 std::string FormatRegistry(const RegistryKeys& keys);
 

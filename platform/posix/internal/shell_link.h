@@ -4,7 +4,7 @@
 
 namespace compat {
 
-// Makes a shell link object, empty until it loads a file, and asks it for `riid`.
+// Creates an empty shell link object and returns its interface `riid` in `*ppv`.
 HRESULT CreateShellLink(REFIID riid, void** ppv) noexcept;
 
 }  // namespace compat

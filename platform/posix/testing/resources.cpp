@@ -3,6 +3,8 @@
 #include <array>
 #include <atomic>
 
+#include "internal/resource_count.h"
+
 namespace compat {
 namespace {
 

@@ -7,19 +7,7 @@
 
 namespace compat {
 
-// How often the shell was told that handler associations changed.
-size_t AssociationChanges() noexcept;
-
-// How the last process was asked for.
-struct ProcessRequest {
-    DWORD creationFlags;
-    DWORD startupFlags;
-    WORD showWindow;
-    BOOL inheritsHandles;
-};
-ProcessRequest LastProcessRequest() noexcept;
-
-// A message box as a program asked for it.
+// The arguments of MessageBoxW.
 struct MessageBox {
     HWND owner;
     std::wstring text;
@@ -27,7 +15,7 @@ struct MessageBox {
     UINT style;
 };
 
-// Answers message boxes instead of the terminal while it lives. One at a time.
+// Receives message boxes while it lives, instead of standard error. One at a time.
 class MessageBoxReceiver {
   public:
     explicit MessageBoxReceiver(std::function<void(const MessageBox&)> receive);

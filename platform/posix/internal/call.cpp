@@ -1,0 +1,55 @@
+#include "internal/call.h"
+
+#include <winbase.h>
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+namespace compat {
+namespace {
+
+std::mutex g_mutex;
+std::vector<const CallObserver*> g_observers;
+std::atomic<bool> g_observed = false;  // spares the calls the mutex if there are no observers
+thread_local int g_depth = 0;
+
+}  // namespace
+
+ScopedCallObserver::ScopedCallObserver(CallObserver observer) : observer_(std::move(observer)) {
+    const std::lock_guard lock(g_mutex);
+    g_observers.push_back(&observer_);
+    g_observed = true;
+}
+
+ScopedCallObserver::~ScopedCallObserver() {
+    const std::lock_guard lock(g_mutex);
+    std::erase(g_observers, &observer_);
+    g_observed = !g_observers.empty();
+}
+
+bool Call::Enter() noexcept {
+    return g_depth++ == 0 && g_observed;
+}
+
+void Call::Announce(const CallStart& start) noexcept {
+    const std::lock_guard lock(g_mutex);
+    for (const CallObserver* const observer : g_observers) {
+        const std::optional<DWORD> error = (*observer)(start);
+        error_ = error_ ? error_ : error;
+    }
+    if (error_) {
+        SetLastError(*error_);
+    }
+}
+
+Call::~Call() {
+    --g_depth;
+}
+
+bool Call::IsInside() noexcept {
+    return g_depth > 0;
+}
+
+}  // namespace compat

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstddef>
+
+namespace compat {
+
+// What a program gets from the platform and has to give back.
+enum class Resource { handle, key, globalMemory, globalLock, taskMemory, comObject, menu, module };
+
+// Adds `change` to the number of resources of `kind` that the process holds.
+void CountResource(Resource kind, int change) noexcept;
+
+// Adds `bytes` to the number of bytes that the process has read from files.
+void CountBytesRead(size_t bytes) noexcept;
+
+}  // namespace compat
