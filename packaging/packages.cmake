@@ -19,12 +19,13 @@ install(
   COMPONENT symbols)
 
 install(TARGETS rightclick RUNTIME DESTINATION . COMPONENT tools)
-install(
-  FILES docs/rightclick.1.md
-  DESTINATION .
-  RENAME rightclick.txt
-  COMPONENT tools
-  OPTIONAL)
+if(EXISTS "${PROJECT_SOURCE_DIR}/docs/rightclick.1.md")
+  install(
+    FILES docs/rightclick.1.md
+    DESTINATION .
+    RENAME rightclick.txt
+    COMPONENT tools)
+endif()
 target_link_options(rightclick PRIVATE LINKER:--strip-all,--no-insert-timestamp)
 
 # Licences of the code in the binaries: the compiler's runtime library, MinGW-w64's start-up code and the

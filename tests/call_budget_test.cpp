@@ -47,7 +47,7 @@ class CallBudget : public DriveTest {
     }
 };
 
-TEST_F(CallBudget, OfEveryEntryPoint) {
+TEST_F(CallBudget, EntryPointsMakeNoMoreSlowCallsThanPlanned) {
     const rightclick::Library library(kLibrary);
     ASSERT_TRUE(library.IsLoaded());
     CallCounter counter(library.Handle());

@@ -127,7 +127,7 @@ size_t FailEach(const rightclick::Library& library, const Import& import) {
     return calls;
 }
 
-TEST_F(FailingImports, EachCallInTurn) {
+TEST_F(FailingImports, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
     const rightclick::Library library(kLibrary);
     ASSERT_TRUE(library.IsLoaded());
     size_t calls = 0;

@@ -6,7 +6,7 @@
 namespace kelvaro {
 namespace {
 
-TEST(NormalizeLocale, ReturnsOneOfTwoTags) {
+TEST(NormalizeLocale, SelectsTheTagByThePrefix) {
     for (const wchar_t* const tag :
          {L"zh-CN", L"zh-TW", L"ZH_cn", L"zh", L"Zh-Hans", L"  zh-HK\t", L"zhuang"}) {
         EXPECT_EQ(NormalizeLocale(tag), L"zh-CN") << Utf8(tag);

@@ -45,7 +45,7 @@ Text Join(const Text (&pieces)[kCount], size_t most) {
     return text;
 }
 
-// Returns `text` in ASCII. Other units are in hexadecimal.
+// Returns `text` with each non-ASCII unit written as <HEX>.
 template <class Unit>
 std::string ShowUnits(std::basic_string_view<Unit> text) {
     std::string shown = "'";
