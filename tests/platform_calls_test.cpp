@@ -1,5 +1,7 @@
 // Which platform calls an operation makes, with which arguments and in which order.
 
+#include <array>
+
 #include "i18n/texts.h"
 #include "menu/shortcut_target.h"
 #include "rules/lock_lookup.h"
@@ -52,6 +54,10 @@ TEST_F(PlatformCalls, SelectionIsReleasedBeforeTheLogIsWritten) {
     }
 }
 
+constexpr char kCreation[] =
+    "CoCreateInstance {00021401-0000-0000-C000-000000000046} context=1 "
+    "{000214F9-0000-0000-C000-000000000046}";
+
 TEST_F(PlatformCalls, ShortcutsAreReadThroughTheLinkObject) {
     RecordedCalls calls;
     ResolveShortcutTarget(kTool);
@@ -68,8 +74,7 @@ TEST_F(PlatformCalls, ShortcutsAreReadThroughTheLinkObject) {
         ResolveShortcutTarget(kShortcut);
         Strings expected = {"PathMatchSpecW c:\\test\\tool.lnk *.exe",
                             "PathMatchSpecW c:\\test\\tool.lnk *.lnk",
-                            "CoCreateInstance {00021401-0000-0000-C000-000000000046} context=1 "
-                            "{000214F9-0000-0000-C000-000000000046}",
+                            kCreation,
                             "IShellLinkW::QueryInterface {0000010B-0000-0000-C000-000000000046}",
                             "IPersistFile::Load C:\\Test\\Tool.lnk mode=0",
                             "IShellLinkW::GetPath capacity=260 flags=4",
@@ -126,6 +131,37 @@ TEST_F(PlatformCalls, PromptIsStartedHiddenAndNotHeld) {
                               "CloseHandle thread", "CloseHandle process"}));
 }
 
+// What a user waits for, above all with a virus scanner. One text takes two or three registry
+// reads, one to three existence tests and one file; one log line takes one file.
+TEST_F(PlatformCalls, MethodsDoNotExceedTheirBudget) {
+    using Counts = std::array<size_t, 4>;
+    RecordedCalls calls;
+    const auto spent = [&calls] {
+        const Counts counts = {calls.Count("CreateFileW"), calls.Count("GetFileAttributesW"),
+                               calls.Count("RegOpenKeyExW"), calls.Count("CreateProcessW")};
+        calls.Clear();
+        return counts;
+    };
+    Write(kLog, "");
+    Copy(platform::BuiltFile("/bin/true"), kPrompt);
+    Extension extension;
+    extension.Select({kShortcut});
+    EXPECT_EQ(spent(), (Counts{2, 0, 0, 0})) << "rules, log";
+    extension.MenuText();
+    EXPECT_EQ(spent(), (Counts{3, 4, 6, 0})) << "two texts, log";
+    Write(std::wstring(kApplication) + L"\\Lang_Harrowdelle_SpecialOffer\\English.ini", "");
+    extension.MenuText();
+    EXPECT_EQ(spent(), (Counts{3, 2, 4, 0})) << "two texts from the first folder, log";
+    char text[80] = {};
+    extension.Menu().GetCommandString(0, GCS_VERBA, nullptr, text, 80);
+    EXPECT_EQ(spent(), Counts{}) << "a fixed text";
+    extension.Choose();
+    EXPECT_EQ(spent(), (Counts{3, 1, 0, 1})) << "three log lines";
+    DllRegisterServer();
+    DllUnregisterServer();
+    EXPECT_EQ(spent(), Counts{}) << "neither files nor log";
+}
+
 TEST_F(PlatformCalls, DllMainActsOnlyOnProcessAttach) {
     HMODULE const module = g_moduleHandle;
     const RecordedCalls calls;
@@ -151,8 +187,10 @@ void AppendOpenings(Strings& lines, const std::string& root, size_t count) {
     const std::string keys[] = {kClassKey, kClassKey + "\\InprocServer32",
                                 kClassKey + "\\InprocServer32", kProgramHandler, kShortcutHandler};
     for (size_t key = 0; key < count; ++key) {
-        lines.push_back("RegCreateKeyExW " + root + keys[key] +
-                        " class=null options=0 access=0x20006 security=null");
+        lines.emplace_back("RegCreateKeyExW ")
+            .append(root)
+            .append(keys[key])
+            .append(" class=null options=0 access=0x20006 security=null");
     }
 }
 
