@@ -1,7 +1,5 @@
 // Which platform calls an operation makes, with which arguments and in which order.
 
-#include <array>
-
 #include "i18n/texts.h"
 #include "menu/shortcut_target.h"
 #include "rules/lock_lookup.h"
@@ -129,37 +127,6 @@ TEST_F(PlatformCalls, PromptIsStartedHiddenAndNotHeld) {
                               "directory=C:\\Program Files\\Kelvaro "
                               "startup=(size=0x68 flags=1 show=0)",
                               "CloseHandle thread", "CloseHandle process"}));
-}
-
-// What a user waits for, above all with a virus scanner. One text takes two or three registry
-// reads, one to three existence tests and one file; one log line takes one file.
-TEST_F(PlatformCalls, MethodsDoNotExceedTheirBudget) {
-    using Counts = std::array<size_t, 4>;
-    RecordedCalls calls;
-    const auto spent = [&calls] {
-        const Counts counts = {calls.Count("CreateFileW"), calls.Count("GetFileAttributesW"),
-                               calls.Count("RegOpenKeyExW"), calls.Count("CreateProcessW")};
-        calls.Clear();
-        return counts;
-    };
-    Write(kLog, "");
-    Copy(platform::BuiltFile("/bin/true"), kPrompt);
-    Extension extension;
-    extension.Select({kShortcut});
-    EXPECT_EQ(spent(), (Counts{2, 0, 0, 0})) << "rules, log";
-    extension.MenuText();
-    EXPECT_EQ(spent(), (Counts{3, 4, 6, 0})) << "two texts, log";
-    Write(std::wstring(kApplication) + L"\\Lang_Harrowdelle_SpecialOffer\\English.ini", "");
-    extension.MenuText();
-    EXPECT_EQ(spent(), (Counts{3, 2, 4, 0})) << "two texts from the first folder, log";
-    char text[80] = {};
-    extension.Menu().GetCommandString(0, GCS_VERBA, nullptr, text, 80);
-    EXPECT_EQ(spent(), Counts{}) << "a fixed text";
-    extension.Choose();
-    EXPECT_EQ(spent(), (Counts{3, 1, 0, 1})) << "three log lines";
-    DllRegisterServer();
-    DllUnregisterServer();
-    EXPECT_EQ(spent(), Counts{}) << "neither files nor log";
 }
 
 TEST_F(PlatformCalls, DllMainActsOnlyOnProcessAttach) {
