@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <new>
 
-// One thread measures; plain counters are enough and cost next to nothing.
+// Plain counters suffice: the benchmarks run in one thread.
 namespace {
 
 size_t g_count = 0;

@@ -4,10 +4,10 @@
 
 namespace bench {
 
-// What the program has allocated since the last call of ResetAllocations.
+// What operator new has allocated since the last ResetAllocations.
 struct Allocations {
     size_t count;
-    size_t peakBytes;  // the most that was held at once, beyond what was held at the reset
+    size_t peakBytes;  // the maximum held at one time
 };
 void ResetAllocations();
 Allocations CountAllocations();

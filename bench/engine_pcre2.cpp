@@ -3,64 +3,48 @@
 
 #include <memory>
 
-#include "engines.h"
-#include "rules/rule_fields.h"
+#include "pattern_lookup.h"
 
 namespace bench {
 namespace {
 
-// One pattern with its native code and a place for its matches.
-class Pattern {
+// A JIT-compiled pattern and the buffer for its matches.
+class Regex {
   public:
-    explicit Pattern(const char* text) {
+    explicit Regex(const std::string& pattern) {
         int error = 0;
         PCRE2_SIZE offset = 0;
-        code_.reset(pcre2_compile(reinterpret_cast<PCRE2_SPTR>(text), PCRE2_ZERO_TERMINATED, 0,
+        code_.reset(pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(), 0,
                                   &error, &offset, nullptr));
         pcre2_jit_compile(code_.get(), PCRE2_JIT_COMPLETE);
-        match_.reset(pcre2_match_data_create_from_pattern(code_.get(), nullptr));
+        data_.reset(pcre2_match_data_create_from_pattern(code_.get(), nullptr));
     }
 
-    bool Search(std::string_view text, size_t from) const {
-        return pcre2_jit_match(code_.get(), reinterpret_cast<PCRE2_SPTR>(text.data()), text.size(),
-                               from, 0, match_.get(), nullptr) > 0;
-    }
-    size_t Begin(int group) const { return pcre2_get_ovector_pointer(match_.get())[2 * group]; }
-    size_t End(int group) const { return pcre2_get_ovector_pointer(match_.get())[2 * group + 1]; }
-    std::string_view Group(std::string_view text, int group) const {
-        return text.substr(Begin(group), End(group) - Begin(group));
+    bool Find(std::string_view text, PatternMatch& match) const {
+        const int groups = pcre2_jit_match(code_.get(), reinterpret_cast<PCRE2_SPTR>(text.data()),
+                                           text.size(), 0, 0, data_.get(), nullptr);
+        if (groups <= 0) {
+            return false;
+        }
+        const PCRE2_SIZE* const offsets = pcre2_get_ovector_pointer(data_.get());
+        match.whole = text.substr(offsets[0], offsets[1] - offsets[0]);
+        match.group = groups > 1 ? text.substr(offsets[2], offsets[3] - offsets[2]) : "";
+        return true;
     }
 
   private:
     struct Free {
         void operator()(pcre2_code* code) const { pcre2_code_free(code); }
-        void operator()(pcre2_match_data* match) const { pcre2_match_data_free(match); }
+        void operator()(pcre2_match_data* data) const { pcre2_match_data_free(data); }
     };
     std::unique_ptr<pcre2_code, Free> code_;
-    std::unique_ptr<pcre2_match_data, Free> match_;
+    std::unique_ptr<pcre2_match_data, Free> data_;
 };
 
 }  // namespace
 
-bool Pcre2Compiled(const std::string& rules, std::wstring_view canonicalPath) {
-    static const Pattern object(R"(\{[^\{\}]*+\})");
-    static const Pattern type(R"re("type"\s*:\s*"([^"]*)")re");
-    static const Pattern enabled(R"re("enabled"\s*:\s*(true|false))re");
-    static const Pattern target(R"re("target"\s*:\s*"([^"]*)")re");
-    for (size_t from = 0; object.Search(rules, from); from = object.End(0)) {
-        const std::string_view text = object.Group(rules, 0);
-        if (!type.Search(text, 0) || kelvaro::UnescapeJsonString(type.Group(text, 1)) != "exe") {
-            continue;
-        }
-        if (enabled.Search(text, 0) && enabled.Group(text, 1) == "false") {
-            continue;
-        }
-        if (target.Search(text, 0) &&
-            IsTarget(kelvaro::UnescapeJsonString(target.Group(text, 1)), canonicalPath)) {
-            return true;
-        }
-    }
-    return false;
+bool Pcre2CompiledOnce(const std::string& rules, std::wstring_view canonicalPath) {
+    return LocksByPatterns<Regex, Regex>(rules, canonicalPath);
 }
 
 }  // namespace bench

@@ -1,45 +1,39 @@
 #include <re2/re2.h>
 
-#include "engines.h"
-#include "rules/rule_fields.h"
+#include "pattern_lookup.h"
 
 namespace bench {
 namespace {
 
-RE2::Options Bytes() {
-    RE2::Options options;
-    options.set_encoding(RE2::Options::EncodingLatin1);
-    return options;
-}
+class Regex {
+  public:
+    explicit Regex(const std::string& pattern) : regex_(pattern, Latin1()) {}
 
-std::string_view View(const re2::StringPiece& piece) {
-    return {piece.data(), piece.size()};
-}
+    bool Find(std::string_view text, PatternMatch& match) const {
+        re2::StringPiece found[2];
+        const int wanted = 1 + regex_.NumberOfCapturingGroups();
+        if (!regex_.Match(text, 0, text.size(), RE2::UNANCHORED, found, wanted)) {
+            return false;
+        }
+        match = {{found[0].data(), found[0].size()}, {found[1].data(), found[1].size()}};
+        return true;
+    }
+
+  private:
+    // One character per byte, because rule files can be invalid UTF-8.
+    static RE2::Options Latin1() {
+        RE2::Options options;
+        options.set_encoding(RE2::Options::EncodingLatin1);
+        return options;
+    }
+
+    RE2 regex_;
+};
 
 }  // namespace
 
-bool Re2Compiled(const std::string& rules, std::wstring_view canonicalPath) {
-    static const RE2 object(R"((\{[^\{\}]*\}))", Bytes());
-    static const RE2 type(R"re("type"\s*:\s*"([^"]*)")re", Bytes());
-    static const RE2 enabled(R"re("enabled"\s*:\s*(true|false))re", Bytes());
-    static const RE2 target(R"re("target"\s*:\s*"([^"]*)")re", Bytes());
-    re2::StringPiece rest(rules);
-    re2::StringPiece text;
-    re2::StringPiece value;
-    while (RE2::FindAndConsume(&rest, object, &text)) {
-        if (!RE2::PartialMatch(text, type, &value) ||
-            kelvaro::UnescapeJsonString(View(value)) != "exe") {
-            continue;
-        }
-        if (RE2::PartialMatch(text, enabled, &value) && value == "false") {
-            continue;
-        }
-        if (RE2::PartialMatch(text, target, &value) &&
-            IsTarget(kelvaro::UnescapeJsonString(View(value)), canonicalPath)) {
-            return true;
-        }
-    }
-    return false;
+bool Re2CompiledOnce(const std::string& rules, std::wstring_view canonicalPath) {
+    return LocksByPatterns<Regex, Regex>(rules, canonicalPath);
 }
 
 }  // namespace bench

@@ -6,24 +6,24 @@
 
 namespace bench {
 
-// One way to look a program up in the bytes of a rule file.
+// A way to look up a program in the bytes of a rule file.
 struct Engine {
     const char* name;
     bool (*locks)(const std::string& rules, std::wstring_view canonicalPath);
-    int mostRules;  // larger ordinary files take it too long, or bring it down
-    bool awkward;   // whether it can be given the awkward shapes: no JSON, or very long runs
+    int maxRules;           // larger files take too long
+    bool takesAdversarial;  // false if it requires JSON or recurses once per byte
 };
 
-// The engines of this build, ours first. What is not installed is left out.
+// The engines in this build; the library's own lookup is the first.
 const std::vector<Engine>& Engines();
 
-// Whether a target in UTF-8, decoded, is the program: the same for every engine.
+// True if `target`, a decoded UTF-8 string, names the program. All other engines use it.
 bool IsTarget(std::string_view target, std::wstring_view canonicalPath);
 
-bool StdRegexAsWorded(const std::string& rules, std::wstring_view canonicalPath);
+bool StdRegexPerField(const std::string& rules, std::wstring_view canonicalPath);
 bool StdRegexCompiledOnce(const std::string& rules, std::wstring_view canonicalPath);
-bool Pcre2Compiled(const std::string& rules, std::wstring_view canonicalPath);
-bool Re2Compiled(const std::string& rules, std::wstring_view canonicalPath);
+bool Pcre2CompiledOnce(const std::string& rules, std::wstring_view canonicalPath);
+bool Re2CompiledOnce(const std::string& rules, std::wstring_view canonicalPath);
 bool SimdjsonOnDemand(const std::string& rules, std::wstring_view canonicalPath);
 bool RapidjsonDocument(const std::string& rules, std::wstring_view canonicalPath);
 

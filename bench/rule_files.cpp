@@ -2,7 +2,9 @@
 
 namespace bench {
 
-std::string OrdinaryFile(int rules) {
+namespace {
+
+std::string RuleFile(int rules, bool sameName) {
     std::string text = "{\n  \"version\": 3,\n  \"rules\": [\n";
     for (int rule = 0; rule < rules; ++rule) {
         const std::string number = std::to_string(rule);
@@ -11,10 +13,20 @@ std::string OrdinaryFile(int rules) {
         text += rule % 5 == 4 ? "      \"type\": \"folder\",\n" : "      \"type\": \"exe\",\n";
         text += rule % 10 == 3 ? "      \"enabled\": false,\n" : "      \"enabled\": true,\n";
         text.append("      \"target\": \"C:\\\\Program Files\\\\Maker ").append(number);
-        text.append("\\\\Application\\\\program").append(number).append(".exe\",\n");
-        text += "      \"created\": \"2026-03-07T12:00:00Z\"\n    }";
+        text.append("\\\\Application\\\\program").append(sameName ? "" : number);
+        text.append(".exe\",\n      \"created\": \"2026-03-07T12:00:00Z\"\n    }");
     }
     return text + "\n  ]\n}\n";
+}
+
+}  // namespace
+
+std::string OrdinaryFile(int rules) {
+    return RuleFile(rules, false);
+}
+
+std::string SameNameFile(int rules) {
+    return RuleFile(rules, true);
 }
 
 std::string OneObject(size_t size) {

@@ -1,4 +1,5 @@
-// Whatever path Windows allows is one argument of the prompt, and the same.
+// Checks that any valid path, of the prompt or of the selection, is passed to the prompt unchanged
+// and as one argument.
 
 #include "input.h"
 #include "internal/command_line.h"
@@ -6,8 +7,8 @@
 
 namespace {
 
-// A file's path: none of the characters that Windows keeps for itself, and a name at the end.
-std::wstring AllowedPath(std::wstring path) {
+// Returns a valid path of a program: `path` without the characters that file names cannot contain.
+std::wstring ValidPath(std::wstring path) {
     std::erase_if(path, [](wchar_t unit) {
         return unit < L' ' || std::wstring_view(L"\"<>|*?/").find(unit) != std::wstring_view::npos;
     });
@@ -17,10 +18,9 @@ std::wstring AllowedPath(std::wstring path) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::wstring_view half = L"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe";
-    const std::wstring path = AllowedPath(fuzz::Units(fuzz::Bytes(data, size)));
-    for (const auto& [program, selected] :
-         {std::pair(std::wstring(half), path), std::pair(path, std::wstring(half))}) {
+    const std::wstring fixed = L"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe";
+    const std::wstring path = ValidPath(fuzz::Units(fuzz::Bytes(data, size)));
+    for (const auto& [program, selected] : {std::pair(fixed, path), std::pair(path, fixed)}) {
         const auto arguments =
             compat::ParseCommandLine(kelvaro::BuildCommandLine(program, selected));
         fuzz::Require(arguments == std::vector<std::wstring>{program, L"--auth-only",

@@ -1,4 +1,5 @@
-// No drop list of a data object leads outside of its memory, or past the extension's filter.
+// Checks that no content of a drop list makes DragQueryFileW read outside the list's memory, and
+// that the number of files it reports agrees with the names it returns.
 
 #include <windows.h>
 

@@ -7,11 +7,12 @@
 
 namespace fuzz {
 
+// Returns the fuzzer's input as bytes.
 inline std::string_view Bytes(const uint8_t* data, size_t size) {
     return {reinterpret_cast<const char*>(data), size};
 }
 
-// Two bytes for each UTF-16 unit.
+// Returns `bytes` as UTF-16 little-endian units. Ignores an odd last byte.
 inline std::wstring Units(std::string_view bytes) {
     std::wstring units;
     for (size_t at = 0; at + 1 < bytes.size(); at += 2) {
@@ -22,7 +23,7 @@ inline std::wstring Units(std::string_view bytes) {
     return units;
 }
 
-// A law that does not hold is a fault as good as a crash.
+// Crashes if the property does not hold, so that the fuzzer reports the input.
 inline void Require(bool holds) {
     if (!holds) {
         std::abort();

@@ -1,4 +1,4 @@
-// No bytes of a shortcut lead the layer's reader outside of them.
+// Checks that no content of a shortcut file makes the compatibility layer's parser read outside it.
 
 #include "input.h"
 #include "internal/link_file.h"

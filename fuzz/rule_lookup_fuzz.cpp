@@ -1,4 +1,4 @@
-// The scanner and the patterns have to agree on any file.
+// Checks that the lookup and the extraction of fields agree with std::regex on any bytes.
 
 #include <iterator>
 
@@ -8,7 +8,7 @@
 #include "rules/rule_fields.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    // The oracle's engine recurses for every byte.
+    // std::regex recurses once per byte.
     constexpr size_t kLongest = 4096;
     if (size == 0 || size > kLongest) {
         return 0;

@@ -1,7 +1,7 @@
-# What the archives hold: the extension, and its symbols in one of their own.
+# Three archives: the extension, its debug symbols and the tools.
 install(TARGETS KelvaroShellExt RUNTIME DESTINATION . COMPONENT extension)
 install(
-  FILES packaging/register.cmd packaging/unregister.cmd
+  FILES packaging/install.cmd packaging/uninstall.cmd packaging/register.cmd packaging/unregister.cmd
   DESTINATION .
   COMPONENT extension)
 install(
@@ -10,19 +10,48 @@ install(
   COMPONENT extension
   FILES_MATCHING
   PATTERN "*.ini")
-# Statically linked: the compiler's run-time library and the start-up code of MinGW-w64.
-foreach(linked IN ITEMS gcc-mingw-w64-base mingw-w64-common)
-  install(
-    FILES "/usr/share/doc/${linked}/copyright"
-    DESTINATION licences
-    RENAME "${linked}.txt"
-    COMPONENT extension)
-endforeach()
+
+# Debuggers need the DLL too: a small dump contains neither its code nor its unwind tables.
+get_target_property(symbols KelvaroShellExt KELVARO_SYMBOLS)
 install(
-  FILES "$<TARGET_FILE:KelvaroShellExt>.debug"
+  FILES "$<TARGET_FILE:KelvaroShellExt>" "${PROJECT_BINARY_DIR}/${symbols}"
   DESTINATION .
   COMPONENT symbols)
 
+install(TARGETS rightclick RUNTIME DESTINATION . COMPONENT tools)
+if(EXISTS "${PROJECT_SOURCE_DIR}/docs/rightclick.1.md")
+  install(
+    FILES docs/rightclick.1.md
+    DESTINATION .
+    RENAME rightclick.txt
+    COMPONENT tools)
+endif()
+target_link_options(rightclick PRIVATE LINKER:--strip-all,--no-insert-timestamp)
+
+# Licences of the code in the binaries: the compiler's runtime library, MinGW-w64's start-up code and the
+# libraries of the tools.
+set(extension_licences gcc-mingw-w64-base mingw-w64-common)
+set(tools_licences ${extension_licences})
+if(TARGET third_party)
+  list(APPEND tools_licences libcli11-dev nlohmann-json3-dev)
+endif()
+foreach(component IN ITEMS extension tools)
+  foreach(package IN LISTS ${component}_licences)
+    install(
+      FILES "/usr/share/doc/${package}/copyright"
+      DESTINATION licences
+      RENAME "${package}.txt"
+      COMPONENT ${component})
+  endforeach()
+endforeach()
+
+set(KELVARO_SIGN_COMMAND "" CACHE STRING
+  "Command that signs the DLL and the tools in the archives, in place; the file name is appended")
+set(CPACK_KELVARO_SIGN_COMMAND "${KELVARO_SIGN_COMMAND}")
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/sign.cmake")
+set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/reproducible.cmake")
+
+set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_NAME KelvaroShellExt)
 set(CPACK_PACKAGE_VENDOR Vorandel)
@@ -31,8 +60,9 @@ set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY OFF)
 set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF)
 set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
-set(CPACK_COMPONENTS_ALL extension symbols)
-set(CPACK_ARCHIVE_EXTENSION_FILE_NAME "KelvaroShellExt-${PROJECT_VERSION}-win64")
-set(CPACK_ARCHIVE_SYMBOLS_FILE_NAME "KelvaroShellExt-${PROJECT_VERSION}-win64-symbols")
-set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/reproducible.cmake")
+set(CPACK_COMPONENTS_ALL extension symbols tools)
+set(archive "KelvaroShellExt-${PROJECT_VERSION}-win64")
+set(CPACK_ARCHIVE_EXTENSION_FILE_NAME "${archive}")
+set(CPACK_ARCHIVE_SYMBOLS_FILE_NAME "${archive}-symbols")
+set(CPACK_ARCHIVE_TOOLS_FILE_NAME "${archive}-tools")
 include(CPack)

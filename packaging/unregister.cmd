@@ -1,5 +1,5 @@
 @echo off
-rem Removes the extension's registration. The files may be deleted once Explorer has let go of them.
+rem Removes the extension's registration. The files can be deleted when Explorer has unloaded the DLL.
 regsvr32 /s /u "%~dp0KelvaroShellExt.dll"
 if errorlevel 1 (
   echo The registration could not be removed.

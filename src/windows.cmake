@@ -1,29 +1,59 @@
 # What makes the library a well-behaved DLL.
 configure_file(server/version.rc.in "${CMAKE_CURRENT_BINARY_DIR}/version.rc" @ONLY)
+# A PDB contains the linker's command line. Relative paths keep it free of the build directory.
+configure_file("${exports_file}" "${PROJECT_BINARY_DIR}/KelvaroShellExt.def" COPYONLY)
 target_sources(
   KelvaroShellExt
-  PRIVATE "${exports_file}" "${CMAKE_CURRENT_BINARY_DIR}/version.rc"
+  PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/version.rc"
           "${PROJECT_SOURCE_DIR}/platform/windows/terminate_handler.cpp")
 target_link_libraries(kelvaro_core PUBLIC ole32 shell32 shlwapi uuid)
 
-# No run-time library of the compiler beside it; load addresses drawn from the whole 64-bit range;
-# no time stamp, so that two builds of one source are the same bytes.
+# The flag is not for the linker, which would add the compiler's library for it.
+target_sources(kelvaro_core PRIVATE "${PROJECT_SOURCE_DIR}/platform/windows/stack_protector.cpp")
+target_compile_options(kelvaro_core PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fstack-protector-strong>)
+
+# No separate run-time library of the compiler; a base address from the whole 64-bit range; no time
+# stamp, so that two builds of the same sources are identical.
 target_link_options(
   KelvaroShellExt
   PRIVATE
+  KelvaroShellExt.def
   -static
   LINKER:--dynamicbase,--nxcompat,--high-entropy-va
   LINKER:--no-insert-timestamp
   LINKER:--gc-sections)
-set_target_properties(KelvaroShellExt PROPERTIES LINK_DEPENDS "${exports_file}")
+set_target_properties(KelvaroShellExt PROPERTIES LINK_DEPENDS "${PROJECT_BINARY_DIR}/KelvaroShellExt.def")
 
-# The symbols go into a file of their own, which debuggers find by its name.
-# Without an epoch the copies would hold the time of the day.
-set(copy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
+if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
+  # The symbols go into a PDB, which Windows' debuggers find by the file name and the GUID in the DLL.
+  # /pdbsourcepath replaces the build directory in the PDB.
+  set(symbols KelvaroShellExt.pdb)
+  target_link_options(
+    KelvaroShellExt
+    PRIVATE
+    LINKER:--pdb=${symbols}
+    LINKER:-Xlink=/Brepro
+    LINKER:-Xlink=/pdbaltpath:%_PDB%
+    LINKER:-Xlink=/pdbsourcepath:C:\\KelvaroShellExt)
+  # clang passes the directories of this variable to the linker.
+  set_target_properties(KelvaroShellExt PROPERTIES RULE_LAUNCH_LINK
+                                                   "${CMAKE_COMMAND} -E env --unset=LIBRARY_PATH")
+  # The runtime libraries bring DWARF sections with them.
+  set(separate_symbols ${CMAKE_OBJCOPY} --strip-debug KelvaroShellExt.dll)
+else()
+  # The symbols go into a separate file, which debuggers find by the name in the DLL. Without
+  # SOURCE_DATE_EPOCH the copies would contain the current time.
+  set(symbols KelvaroShellExt.dll.debug)
+  set(copy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
+  set(separate_symbols
+      ${copy} --only-keep-debug KelvaroShellExt.dll ${symbols}
+      COMMAND ${copy} --strip-all --add-gnu-debuglink=${symbols} KelvaroShellExt.dll)
+endif()
 add_custom_command(
   TARGET KelvaroShellExt
   POST_BUILD
-  COMMAND ${copy} --only-keep-debug KelvaroShellExt.dll KelvaroShellExt.dll.debug
-  COMMAND ${copy} --strip-all --add-gnu-debuglink=KelvaroShellExt.dll.debug KelvaroShellExt.dll
+  COMMAND ${separate_symbols}
   WORKING_DIRECTORY $<TARGET_FILE_DIR:KelvaroShellExt>
+  BYPRODUCTS "${PROJECT_BINARY_DIR}/${symbols}"
   VERBATIM)
+set_target_properties(KelvaroShellExt PROPERTIES KELVARO_SYMBOLS ${symbols})

@@ -33,7 +33,7 @@ TEST(Text, ComparesIgnoringCase) {
     EXPECT_FALSE(EqualsIgnoringCase(L"\u00C4", L"\u00E4"));
 }
 
-TEST(Text, FormatsNumbers) {
+TEST(Text, PadsNumbersToAMinimumWidth) {
     const struct {
         uint32_t number, base;
         size_t width;

@@ -184,6 +184,7 @@ TEST_F(CompatibilityLayerFiles, FullPathsAreNormalised) {
         {L"\\\\s\\t\\x\\..\\..\\..\\y", L"\\\\s\\t\\y"},
         {L"//s/t", L"\\\\s\\t"},
         {L"\\\\?\\C:\\a\\..\\x", L"\\\\?\\C:\\x"},
+        {L"\\\\?\\C:\\..\\x", L"\\\\?\\x"},
         {L"\\\\.\\C:\\x", L"\\\\.\\C:\\x"},
         {L"a\\..\\b", current + L"\\b"},
         {drive + L"b", current + L"\\b"},

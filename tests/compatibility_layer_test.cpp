@@ -21,7 +21,7 @@ namespace {
 using Arguments = std::vector<std::wstring>;
 using CompatibilityLayer = DriveTest;
 
-TEST_F(CompatibilityLayer, WideTextIsUtf16) {
+TEST_F(CompatibilityLayer, StoresOneUtf16UnitPerWchar) {
     const std::string bytes = "a\xC3\xA9\xE5\xB7\xA5\xF0\x9F\x98\x80";
     EXPECT_EQ(compat::WideFromUtf8(bytes), L"a\u00E9\u5DE5\xD83D\xDE00");
     EXPECT_EQ(compat::Utf8FromWide(compat::WideFromUtf8(bytes)), bytes);
@@ -48,7 +48,7 @@ TEST_F(CompatibilityLayer, ConversionsReportDocumentedErrors) {
     }
 }
 
-TEST_F(CompatibilityLayer, CommandLinesAreSplit) {
+TEST_F(CompatibilityLayer, SplitsCommandLinesLikeWindows) {
     const struct {
         const wchar_t* line;
         Arguments arguments;
@@ -74,7 +74,7 @@ TEST_F(CompatibilityLayer, CommandLinesAreSplit) {
     LocalFree(own);
 }
 
-TEST_F(CompatibilityLayer, TheRegistryIsATextFile) {
+TEST_F(CompatibilityLayer, PersistsTheRegistryAsText) {
     kelvaro::ScopedKey key;
     ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\\u8F6F", 0, nullptr, 0,
                               KEY_READ | KEY_WRITE, nullptr, key.Put(), nullptr),
@@ -163,7 +163,7 @@ TEST_F(CompatibilityLayer, NewGlobalMemoryIsZero) {
     }
 }
 
-TEST_F(CompatibilityLayer, MatchesWildcards) {
+TEST_F(CompatibilityLayer, PathMatchSpecMatchesWildcards) {
     const struct {
         const wchar_t *name, *pattern;
         BOOL matches;
@@ -175,7 +175,7 @@ TEST_F(CompatibilityLayer, MatchesWildcards) {
     }
 }
 
-TEST_F(CompatibilityLayer, ClassIdentifiersAreConverted) {
+TEST_F(CompatibilityLayer, ParsesAndFormatsClassIdentifiers) {
     LPOLESTR text = nullptr;
     ASSERT_EQ(StringFromCLSID(CLSID_ShellLink, &text), S_OK);
     EXPECT_STREQ(text, L"{00021401-0000-0000-C000-000000000046}");
@@ -217,12 +217,12 @@ TEST_F(CompatibilityLayer, CallsAreRecordedWithTheirArguments) {
         const compat::FailingCall failing("GetFileAttributesW", ERROR_ACCESS_DENIED);
         GetFileAttributesW(L"C:\\Test\\\u8F6F");
     }
+    const std::string created =
+        "RegCreateKeyExW HKEY_CLASSES_ROOT\\a class=null options=0 access=0x20006 security=null";
     EXPECT_EQ(calls.Lines(),
               (std::vector<std::string>{
                   "CreateFileW C:\\Test\\link.lnk access=0x80000000 share=7 disposition=3 flags=0",
-                  "RegOpenKeyExW HKEY_CURRENT_USER\\No such key options=0 access=0x20019",
-                  "RegCreateKeyExW HKEY_CLASSES_ROOT\\a class=null options=0 access=0x20006 "
-                  "security=null",
+                  "RegOpenKeyExW HKEY_CURRENT_USER\\No such key options=0 access=0x20019", created,
                   "RegSetValueExW HKEY_LOCAL_MACHINE\\Software\\Classes\\a null type=1 data=b",
                   "GetFileAttributesW C:\\Test\\\xE8\xBD\xAF",
                   "RegCloseKey HKEY_LOCAL_MACHINE\\Software\\Classes\\a", "CloseHandle file"}));

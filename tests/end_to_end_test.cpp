@@ -1,9 +1,17 @@
-#include <objbase.h>
+#include <windows.h>
 
+#include <shlobj.h>
+
+#include "common/owners.h"
 #include "rightclick/library.h"
+#include "rightclick/popup_menu.h"
 #include "rightclick/right_click.h"
+#include "rightclick/selection.h"
+#include "server/clsid.h"
+#include "server/exports.h"
 #include "support/fixture.h"
 #include "support/prompt.h"
+#include "support/small_stack.h"
 
 namespace kelvaro {
 namespace {
@@ -60,6 +68,72 @@ TEST_F(EndToEnd, LocksAndUnlocksAProgram) {
     EXPECT_TRUE(WaitForPrompt(2).commandLine.ends_with("\"C:\\Test\\Tool.lnk\""));
     EXPECT_EQ(ItemText(RightClick({kTool})), "Lock with Vorandel Kelvaro");
     EXPECT_EQ(Messages()[4], "CreateProcess started (non-blocking)");
+}
+
+// An object of the registered library with the menu that it has extended.
+class ExtendedMenu {
+  public:
+    ExtendedMenu(const rightclick::Library& library, const std::wstring& file) {
+        ComPtr<IClassFactory> factory;
+        ComPtr<IShellExtInit> object;
+        const ComPtr<IDataObject> files(rightclick::MakeSelection({file}).dataObject);
+        EXPECT_EQ(library.Export<decltype(&DllGetClassObject)>("DllGetClassObject")(
+                      kShellExtClsid, IID_IClassFactory, factory.Put()),
+                  S_OK);
+        EXPECT_EQ(factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put()), S_OK);
+        EXPECT_EQ(object->Initialize(nullptr, files.Get(), nullptr), S_OK);
+        EXPECT_EQ(object->QueryInterface(IID_IContextMenu, handler_.Put()), S_OK);
+        EXPECT_EQ(handler_->QueryContextMenu(popup_.Handle(), 0, 100, 0x7FFF, CMF_EXPLORE), 1);
+    }
+
+    IContextMenu& Handler() { return *handler_.Get(); }
+
+  private:
+    rightclick::PopupMenu popup_;
+    ComPtr<IContextMenu> handler_;
+};
+
+// Explorer shows the menu of one object. When the item is clicked, it invokes a second object by
+// the item's name, often on another thread.
+TEST_F(EndToEnd, ASecondObjectOnAnotherThreadIsInvokedByName) {
+    const rightclick::Library library(kLibrary);
+    const auto canUnload = library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow");
+    {
+        ExtendedMenu shown(library, kTool);
+        char verb[64] = {};
+        wchar_t wideVerb[64] = {};
+        EXPECT_EQ(shown.Handler().GetCommandString(0, GCS_VERBA, nullptr, verb, 64), S_OK);
+        EXPECT_EQ(shown.Handler().GetCommandString(0, GCS_VERBW, nullptr,
+                                                   reinterpret_cast<LPSTR>(wideVerb), 64),
+                  S_OK);
+        RunOnSmallStack([&] {
+            CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+            {
+                ExtendedMenu clicked(library, kTool);
+                CMINVOKECOMMANDINFOEX request = {};
+                request.cbSize = sizeof request;
+                request.fMask = CMIC_MASK_UNICODE;
+                request.lpVerb = verb;
+                request.lpVerbW = wideVerb;
+                request.nShow = SW_SHOWNORMAL;
+                EXPECT_EQ(clicked.Handler().InvokeCommand(
+                              reinterpret_cast<CMINVOKECOMMANDINFO*>(&request)),
+                          S_OK);
+            }
+            CoUninitialize();
+        });
+        EXPECT_EQ(canUnload(), S_FALSE) << "the first object is still alive";
+    }
+    EXPECT_EQ(canUnload(), S_OK);
+
+    const std::string commandLine = WaitForPrompt(1).commandLine;
+    const std::string initialize =
+        "Initialize ok selected=C:\\Apps\\Tool.exe target=C:\\Apps\\Tool.exe locked=0";
+    const std::string query = "QueryContextMenu add item locked=0";
+    EXPECT_EQ(Messages(),
+              (Strings{initialize, query, initialize, query,
+                       "InvokeCommand start selected=C:\\Apps\\Tool.exe",
+                       "CreateProcess: " + commandLine, "CreateProcess started (non-blocking)"}));
 }
 
 TEST_F(EndToEnd, ShowsChineseTexts) {

@@ -1,5 +1,8 @@
 #include "rightclick/explain.h"
 
+#include <nlohmann/json.hpp>
+
+#include "rightclick/explain_report.h"
 #include "rules/lock_lookup.h"
 #include "rules/path_normalizer.h"
 #include "support/fixture.h"
@@ -7,36 +10,212 @@
 namespace rightclick {
 namespace {
 
-// What a supporter asks about on the telephone.
-TEST(Explain, NamesTheRuleOrWhatIsWrongWithIt) {
-    const struct {
-        const char *rules, *expected;
-    } cases[] = {
-        {"", "missing, empty"},
-        {"\xFF\xFE{", "UTF-16"},
-        {"[]", "none of the 0 rules"},
-        {R"([{"type":"exe","target":"D:\\x.exe"}])", "none of the 1 rules"},
-        {"[\n {\"type\":\"exe\",\"target\":\"c:/apps/TOOL.exe\"}]", "line 2: this rule locks it"},
-        {"{\n  \"type\":\"exe\",\n  \"target\":\"C:\\\\Apps\\\\Tool.exe\"\n}", "line 2: this rule"},
-        {R"({"type":"exe","enabled":false,"target":"C:\\Apps\\Tool.exe"})", "switched off"},
-        {R"({"type":"folder","target":"C:\\Apps\\Tool.exe"})", "its type is \"folder\""},
-        {R"({"target":"C:\\Apps\\Tool.exe"})", "its type is \"\""},
-        {R"({"type":"exe","target":"C:\Apps\Tool.exe"})", "not doubled"},
-        {R"({"type":"exe","target":"C:\\Apps\\T\u006Fol.exe"})", "\\u"},
-        {R"({"type":"exe","target":"C:\\Old\\Tool.exe"})", "another path, c:\\old\\tool.exe"},
-        {R"({"type":"exe","target":"%ProgramFiles%\\Tool.exe"})", "nothing is expanded"},
-        {R"({"type":"exe","target":"C:\\Apps\\Tool.exe","options":{}})", "a brace inside"},
-        {R"({"type":"exe","target":"C:\\Apps\\Tool.exe")", "no brace closes it"},
-        {R"("type":"exe","target":"C:\\Apps\\Tool.exe"})", "no brace opens it"},
+constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+// The reason, which is all that many users read. Checks the verdict against the lookup.
+std::string Reason(std::string_view rules, const std::wstring& path = kTool) {
+    const Explanation explanation = ExplainLock(rules, path);
+    const bool locked = kelvaro::AnyRuleLocks(rules, kelvaro::NormalizePath(path));
+    EXPECT_EQ(explanation.state, locked ? LockState::locked : LockState::notLocked) << rules;
+    return std::to_string(explanation.reason.line) + ": " + explanation.reason.text;
+}
+
+struct Case {
+    std::string rules;
+    const char* reason;
+};
+
+TEST(Explain, NamesTheRuleThatLocks) {
+    const std::string rule = R"("type":"exe","target":"C:\\Apps\\Tool.exe")";
+    const Case cases[] = {
+        {"[\n {\"type\":\"exe\",\"target\":\"c:/apps/TOOL.exe\"}]", "2: this rule locks it"},
+        {"{\n\n" + rule + "}", "3: this rule locks it"},
+        {"[{" + rule + ",\"enabled\":false},\n{" + rule + "}]", "2: this rule locks it"},
+        {"{\"enabled\":\"false\"," + rule + "}", "has the value false, which does not switch"},
+        {"{\"enabled\":0," + rule + "}", "has the value 0, which does not switch"},
+        {"{\"Enabled\":false," + rule + "}", "case-sensitive, so \"Enabled\" has no effect: write"},
+        {"{\"disabled\":true," + rule + "}", "the key \"disabled\" has no effect"},
+        {"// {" + rule + "}", "in a comment, and comments are not skipped"},
+        {"/* old:\n {" + rule + "} */", "in a comment"},
+        {"/* new */ {" + rule + "}", "1: this rule locks it"},
     };
-    for (const auto& [rules, expected] : cases) {
-        const std::string text = ExplainLock(rules, L"C:\\Apps\\Tool.exe");
-        EXPECT_NE(text.find(expected), std::string::npos) << rules << "\n" << text;
-        const bool locked =
-            kelvaro::AnyRuleLocks(rules, kelvaro::NormalizePath(L"C:\\Apps\\Tool.exe"));
-        EXPECT_EQ(text.find(" is locked") != std::string::npos, locked) << rules;
+    for (const auto& [rules, reason] : cases) {
+        EXPECT_PRED2(Contains, Reason(rules), reason);
     }
-    EXPECT_NE(ExplainLock("{}", L"C:\\{App}\\Tool.exe").find("has a brace"), std::string::npos);
+}
+
+TEST(Explain, ExplainsTheFile) {
+    const std::string utf16("{\0\"\0t\0", 6);
+    const Case cases[] = {
+        {"", "0: the rule file is empty"},
+        {" \r\n", "0: the rule file is empty"},
+        {"[]", "0: the rule file contains no JSON object"},
+        {"type: exe\ntarget: C:\\Apps\\Tool.exe", "0: the rule file contains no JSON object"},
+        {R"([{"type":"exe","target":"C:\\App)", "ends before the closing brace"},
+        {"\xFF\xFE{", "UTF-16: save it as UTF-8"},
+        {utf16, "UTF-16: save it as UTF-8"},
+        {std::string("\0{", 2), "UTF-16: save it as UTF-8"},
+        {R"([{"a":1},{"b":2}])", "0: none of the 2 rules in the file is for it"},
+        {R"([{"type":"exe","target":"D:\\x.exe"}])", "0: the only rule in the file is not for it"},
+        {R"({"type":"exe","target":"C:\\Apps\\Tool.exe","options":{}})", "contains an object"},
+        {R"({"type":"exe","target":"C:\Apps\Tool.exe","x":"{"})", "contains an object or a brace"},
+        {R"({"type":"exe","target":"C:\\Apps\\Tool.exe")", "no closing brace: write }"},
+        {R"("type":"exe","target":"C:\\Apps\\Tool.exe"})", "no opening brace: write {"},
+    };
+    for (const auto& [rules, reason] : cases) {
+        EXPECT_PRED2(Contains, Reason(rules), reason);
+    }
+    EXPECT_PRED2(Contains, Reason("{}", L"C:\\{App}\\Tool.exe"), "contains a brace");
+}
+
+// Every message says what to write instead.
+TEST(Explain, ExplainsNearMisses) {
+    const std::string write = R"(write "C:\\Apps\\Tool.exe")";
+    const auto with = [](const std::string& field) { return R"({"type":"exe",)" + field + "}"; };
+    const struct {
+        std::string rules;
+        std::string reason;
+    } cases[] = {
+        {with(R"("enabled":false,"target":"C:\\Apps\\Tool.exe")"), "write \"enabled\": true"},
+        {R"({"type":"folder","target":"C:\\Apps\\Tool.exe"})",
+         "\"folder\"; only \"type\": \"exe\""},
+        {R"({"type":"EXE","target":"C:\\Apps\\Tool.exe"})", "\"EXE\"; only \"type\": \"exe\""},
+        {R"({"Type":"exe","target":"C:\\Apps\\Tool.exe"})", "write \"type\" instead of \"Type\""},
+        {R"({"type":'exe',"target":"C:\\Apps\\Tool.exe"})", "no double quotation marks: write"},
+        {R"({"target":"C:\\Apps\\Tool.exe"})", "it has no type: add \"type\": \"exe\""},
+        {with(R"("Target":"C:\\Apps\\Tool.exe")"), "write \"target\" instead of \"Target\""},
+        {with(R"("path":"C:\\Apps\\Tool.exe")"), "write the key \"target\" instead of \"path\""},
+        {with(R"('target':'C:\\Apps\\Tool.exe')"),
+         R"(single quotation marks: write "target": "C:)"},
+        {with(R"(target:"C:\\Apps\\Tool.exe")"), "no quotation marks: write \"target\""},
+        {with("\"target\":\xE2\x80\x9C"
+              "C:\\\\Apps\\\\Tool.exe\xE2\x80\x9D"),
+         "typographic quotation marks: write \"target\""},
+        {with(R"("target":"\"C:\\Apps\\Tool.exe\"")"), "quotation marks inside, and the first"},
+        {with(R"("target":"C:\Apps\Tool.exe")"), "not doubled, so they are lost: " + write},
+        {with(R"("target":"C:\\Apps\\T\u006Fol.exe")"), "not decoded: write the characters"},
+        {with(R"("target":"C:\\Apps\\Tool.exe\\")"), "ends with a backslash: " + write},
+        {with("\"target\":\"\xE2\x80\xAA"
+              "C:\\\\Apps\\\\Tool.exe\""),
+         "an invisible character (U+202A): type the path again"},
+        {with(R"("target":"D:\\x.exe","target":"C:\\Apps\\Tool.exe")"),
+         "only the first \"target\""},
+        {with(R"("Path":"C:\Apps\Tool.exe\")"), "instead of \"Path\"; the backslashes are not"},
+        {with(R"("target":"\\\\?\\C:\\Apps\\Tool.exe")"), R"(the prefix \\?\ counts: )" + write},
+        {with(R"("target":"file:///C:/Apps/Tool.exe")"), "a URL is not a path: " + write},
+        {with(R"("target":"%ProgramFiles%\\Tool.exe")"), "variables are not expanded: " + write},
+        {with(R"("target":"C:\\Old\\..\\Apps\\Tool.exe")"), "are not resolved: " + write},
+        {with(R"("target":"C:\\Apps\\*.exe")"), "wildcards are not supported: " + write},
+        {with(R"("target":"C:\\APPS~1\\Tool.exe")"), "short names are not expanded: " + write},
+        {with(R"("target":"C:\\Apps\\")"), "a folder, and rules lock single programs: " + write},
+        {with(R"("target":"Tool.exe")"), "a file name is not enough: " + write},
+        {with(R"("target":"C:\\Apps\\Tool")"), "the extension is missing: " + write},
+        {with(R"("target":"C:\\Apps\\Tool.exe.exe")"), "the extension is there twice: " + write},
+        {with(R"("target":"C:\\Apps\\Tool.exe --level 3")"), "a rule has no arguments: " + write},
+        {with(R"("target":"\"C:\\Apps\\Tool.exe\" -x")"), "a rule has no arguments: " + write},
+        {with(R"("targets": [ "C:\\Apps\\Tool.exe" ])"), "in a list; a rule has one path: write"},
+        {with(R"("target":"C:\\Users\\Public\\Tool.lnk")"), "names a shortcut: write the path"},
+        {with(R"("target":"C:\\Old\\Tool.exe")"), "for another path, c:\\old\\tool.exe: " + write},
+        {with(R"("target":"C:\Old\Tool.exe")"), "for another path, c:\\old\\tool.exe: " + write},
+    };
+    for (const auto& [rules, reason] : cases) {
+        EXPECT_PRED2(Contains, Reason("[\n" + rules + "]"), "2: ") << rules;
+        EXPECT_PRED2(Contains, Reason("[\n" + rules + "]"), reason) << rules;
+    }
+}
+
+TEST(Explain, ExplainsLettersOfOtherAlphabets) {
+    const auto rule = [](const std::string& path) {
+        return R"({"type":"exe","target":"C:\\)" + path + "\"}";
+    };
+    const struct {
+        std::string rules;
+        const wchar_t* path;
+        const char* reason;
+    } cases[] = {
+        {rule("\xC3\x84rger.exe"), L"C:\\\u00E4rger.exe", "case of letters other than A to Z"},
+        {rule("\xD0\x9C\xD0\xB8\xD1\x80.exe"), L"C:\\\u043C\u0438\u0440.exe", "case of letters"},
+        {rule("A\xCC\x88rger.exe"), L"C:\\\u00C4rger.exe", "composed or decomposed"},
+        {rule("\xC3\x84rger.exe"), L"C:\\A\u0308rger.exe", "composed or decomposed"},
+        {rule("\xC4rger.exe"), L"C:\\\u00C4rger.exe", "not in UTF-8, but in an ANSI code page"},
+        {R"({"type":"exe","target":"C:\new\tool.exe"})", L"C:\\new\\tool.exe",
+         R"(\n, \r and \t are control characters): write "C:\\new\\tool.exe")"},
+        {rule("\\u00C4rger.exe"), L"C:\\\u00C4rger.exe", "\\u escapes are not decoded"},
+    };
+    for (const auto& [rules, path, reason] : cases) {
+        EXPECT_PRED2(Contains, Reason(rules, path), reason);
+    }
+}
+
+TEST(Explain, OrdersAndLimitsTheRemarks) {
+    std::string rules = R"([{"type":"exe","target":"C:\\Old\\Tool.exe"},)";
+    rules +=
+        "\n"
+        R"({"type":"exe","target":"C:\Apps\Tool.exe"},)";
+    for (int count = 0; count < 20; ++count) {
+        rules +=
+            "\n"
+            R"({"type":"exe","target":"D:\\Tool.exe"},)";
+    }
+    const Explanation explanation = ExplainLock(rules, kTool);
+    EXPECT_EQ(explanation.rules, 22U);
+    EXPECT_EQ(explanation.reason.line, 2U) << "the nearest rule";
+    ASSERT_EQ(explanation.remarks.size(), 11U);
+    EXPECT_EQ(explanation.remarks[0].line, 1U);
+    EXPECT_EQ(explanation.remarks[9].line, 11U);
+    EXPECT_EQ(explanation.remarks[10].text, "12 more remarks are not shown");
+    const Explanation invalid = ExplainLock(R"([{"a":1},])", kTool);
+    ASSERT_EQ(invalid.remarks.size(), 1U);
+    EXPECT_PRED2(Contains, invalid.remarks[0].text, "not valid JSON (at line 1, column 10)");
+}
+
+using ExplainFileTest = DriveTest;
+
+TEST_F(ExplainFileTest, TellsLockedNotLockedAndUnknownApart) {
+    const auto state = [](const std::wstring& file) { return ExplainFile(file).explanation.state; };
+    const std::wstring shortcuts = platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\";
+    EXPECT_EQ(state(kTool), LockState::notLocked) << "no rule file";
+    WriteRules(R"({"type":"exe","target":"C:\\Apps\\Tool.exe"})");
+    EXPECT_EQ(state(kTool), LockState::locked);
+    EXPECT_EQ(state(shortcuts + L"tool.lnk"), LockState::locked);
+    EXPECT_EQ(state(L"C:\\Other.exe"), LockState::notLocked);
+    EXPECT_EQ(ExplainFile(L"C:\\Other.exe").explanation.reason.text,
+              "the only rule in the file is not for it; Other.exe does not exist");
+    EXPECT_EQ(state(shortcuts + L"document.lnk"), LockState::unknown);
+    EXPECT_EQ(state(L"C:\\readme.txt"), LockState::unknown);
+    DeleteFileW(kRules);
+    MakeDirectory(kRules);
+    EXPECT_EQ(state(kTool), LockState::unknown) << "the rule file cannot be read";
+}
+
+TEST_F(ExplainFileTest, PrintsTextAndJson) {
+    const std::wstring shortcut = platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\tool.lnk";
+    const std::string rules = R"({"type":"exe","target":"C:\\Apps\\Tool.exe"})";
+    WriteRules(rules);
+    const ExplainReport report = ExplainFile(shortcut);
+    EXPECT_EQ(report.ruleFileTime.size(), std::string("2026-11-24 18:06:33").size());
+    EXPECT_EQ(ReportAsText(report),
+              "C:\\Apps\\Tool.exe is locked: line 1: this rule locks it\n"
+              "  shortcut    " +
+                  Utf8(shortcut) +
+                  "\n"
+                  "  target      C:\\Apps\\Tool.exe\n"
+                  "  compared as c:\\apps\\tool.exe\n"
+                  "  rule file   " +
+                  Utf8(kRules) + ", " + std::to_string(rules.size()) + " bytes, changed " +
+                  report.ruleFileTime + "\n");
+    const auto json = nlohmann::json::parse(ReportAsJson(report));
+    EXPECT_EQ(json["target"], "C:\\Apps\\Tool.exe");
+    EXPECT_EQ(json["locked"], true);
+    EXPECT_EQ(json["reason"]["line"], 1);
+    EXPECT_EQ(json["rule_file"]["size"], rules.size());
+    EXPECT_EQ(json["rule_file"]["rules"], 1);
+    const auto unknown = nlohmann::json::parse(ReportAsJson(ExplainFile(L"C:\\readme.txt")));
+    EXPECT_TRUE(unknown["locked"].is_null() && unknown["target"].is_null());
 }
 
 }  // namespace

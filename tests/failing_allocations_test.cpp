@@ -92,12 +92,12 @@ class FailingAllocations : public DriveTest {
     MessageBoxes boxes_;
 };
 
-TEST_F(FailingAllocations, WhenThePromptStarts) {
+TEST_F(FailingAllocations, RightClickSurvivesIfThePromptStarts) {
     Copy(platform::BuiltFile("/bin/true"), kPrompt);
     RefuseEach("prompt starts");
 }
 
-TEST_F(FailingAllocations, WhenThePromptDoesNotStart) {
+TEST_F(FailingAllocations, RightClickSurvivesIfThePromptDoesNotStart) {
     RefuseEach("prompt does not start");
 }
 
@@ -129,7 +129,7 @@ TEST_F(FailingAllocations, ChangeNothingOutsideTheLibrary) {
     }
 }
 
-TEST_F(FailingAllocations, WhenThePromptIsMissing) {
+TEST_F(FailingAllocations, RightClickSurvivesIfThePromptIsMissing) {
     DeleteFileW(kPrompt);
     RefuseEach("prompt missing");
 }

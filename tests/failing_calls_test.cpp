@@ -28,7 +28,7 @@ class FailingCalls : public DriveTest {
     MessageBoxes boxes_;
 };
 
-TEST_F(FailingCalls, EachCallAndEachPairInTurn) {
+TEST_F(FailingCalls, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
     ExerciseEveryEntryPoint(LinkedExports(), kShortcut);
     size_t calls = 0;
     {
@@ -71,7 +71,7 @@ TEST_F(FailingCalls, EachCallAndEachPairInTurn) {
     }
 }
 
-TEST_F(FailingCalls, SelectionCannotBeRead) {
+TEST_F(FailingCalls, LogsWhyTheSelectionCannotBeRead) {
     const struct {
         const char *call, *message;
         size_t skip;
@@ -96,7 +96,7 @@ TEST_F(FailingCalls, SelectionCannotBeRead) {
     }
 }
 
-TEST_F(FailingCalls, PromptCannotBeStarted) {
+TEST_F(FailingCalls, LogsAndShowsWhyThePromptDoesNotStart) {
     Extension extension;
     extension.Select({kShortcut});
     const std::string box = "Vorandel Kelvaro: Failed to launch Kelvaro command.";
@@ -139,7 +139,7 @@ TEST_F(FailingCalls, UnreadableLanguageSettingCountsAsMissing) {
     }
 }
 
-TEST_F(FailingCalls, RegistrationNeedsModulePathAndClsid) {
+TEST_F(FailingCalls, RegistrationFailsWithoutModulePathOrClsid) {
     DeleteFileW(L"C:\\registry.reg");
     for (const DWORD error : {DWORD{ERROR_GEN_FAILURE}, DWORD{ERROR_SUCCESS}}) {
         const FailingCall failing("GetModuleFileNameW", error);

@@ -36,7 +36,7 @@ class Hostile : public DriveTest {
     }
 };
 
-TEST_F(Hostile, DirectoriesInPlaceOfFiles) {
+TEST_F(Hostile, DirectoriesInPlaceOfFilesGiveDefaultTexts) {
     for (const wchar_t* const path : {kRules, kEnglishFile, kLog}) {
         DeleteFileW(path);
         MakeDirectory(path);
@@ -44,7 +44,7 @@ TEST_F(Hostile, DirectoriesInPlaceOfFiles) {
     EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
 }
 
-TEST_F(Hostile, FilesOpenedExclusively) {
+TEST_F(Hostile, FilesOpenedExclusivelyGiveDefaultTexts) {
     Write(kLog, "");
     HANDLE holders[3] = {};
     size_t held = 0;
@@ -60,7 +60,7 @@ TEST_F(Hostile, FilesOpenedExclusively) {
     EXPECT_TRUE(IsTargetLocked(kTool));
 }
 
-TEST_F(Hostile, LanguageFilesWithoutUsableTexts) {
+TEST_F(Hostile, UnusableLanguageFilesGiveDefaultTexts) {
     const struct {
         const char* what;
         std::string bytes;
@@ -86,7 +86,7 @@ TEST_F(Hostile, LanguageFilesWithoutUsableTexts) {
     EXPECT_EQ(RightClick(), std::string(511, 'y')) << "cut by GetMenuStringW";
 }
 
-TEST_F(Hostile, ShortcutsWithWrongLengths) {
+TEST_F(Hostile, ShortcutsWithWrongLengthsDoNotCrash) {
     const std::string good = Read(SavedShortcut(L"tool.lnk"));
     const std::wstring path = L"C:\\Test\\bad.lnk";
     // The lengths of the item list, of its first item and of the link information.
@@ -108,7 +108,7 @@ TEST_F(Hostile, ShortcutsWithWrongLengths) {
 
 #ifndef _WIN32
 
-TEST_F(Hostile, FilesTruncatedWhileTheyAreRead) {
+TEST_F(Hostile, SurvivesFilesTruncatedDuringReading) {
     std::atomic<bool> done = false;
     std::thread writer([&done] {
         const auto native = platform::NativePath(kRules);
@@ -140,7 +140,7 @@ TEST_F(Hostile, FilesOfTwoGibibytes) {
 #endif
 }
 
-TEST_F(Hostile, LinksToThemselves) {
+TEST_F(Hostile, LinksToThemselvesGiveDefaultTexts) {
     for (const wchar_t* const path : {kRules, kEnglishFile, kLog}) {
         const auto native = platform::NativePath(path);
         DeleteFileW(path);
@@ -150,7 +150,7 @@ TEST_F(Hostile, LinksToThemselves) {
     EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
 }
 
-TEST_F(Hostile, FilesWithoutReadPermission) {
+TEST_F(Hostile, FilesWithoutReadPermissionGiveDefaultTexts) {
     for (const wchar_t* const path : {kRules, kEnglishFile}) {
         chmod(platform::NativePath(path).c_str(), 0);
     }

@@ -36,7 +36,7 @@ TEST(DecodeText, DetectsTheEncoding) {
     }
 }
 
-TEST(FindIniValue, FollowsTheGrammar) {
+TEST(FindIniValue, ReturnsTheFirstValueOfTheKeyInItsSection) {
     const struct {
         const wchar_t *text, *value;  // null: not found
     } cases[] = {

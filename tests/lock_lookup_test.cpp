@@ -18,7 +18,7 @@ const std::string kRule = R"({"type":"exe","enabled":true,"target":"C:\\Apps\\To
 
 using LockLookup = DriveTest;
 
-TEST_F(LockLookup, DecidesByTheRuleFile) {
+TEST_F(LockLookup, LocksOnlyProgramsWithAnEnabledMatchingRule) {
     const struct {
         std::string rules;
         bool locked;
@@ -82,7 +82,7 @@ TEST_F(LockLookup, ComparesNormalisedPaths) {
     EXPECT_FALSE(IsTargetLocked(L"C:\\{App}\\Tool.exe")) << "a rule has no brace inside";
 }
 
-TEST_F(LockLookup, PathsOfAnyScriptAndLength) {
+TEST_F(LockLookup, LocksPathsOfAnyScriptAndLength) {
     const struct {
         const wchar_t* path;
         std::string target;
@@ -131,7 +131,7 @@ std::string Repeat(std::string_view piece, size_t size) {
 }
 
 // None of these may take quadratic time or stack that grows with the file.
-TEST_F(LockLookup, ReadsLargeAndAdverseFilesInOnePass) {
+TEST_F(LockLookup, ReadsAdversarialFilesOnASmallStack) {
     constexpr size_t kSize = size_t{64} << 20;
     const std::string objectStart = R"({"type":"exe","target":"C:\\Apps\\Tool.exe","x":")";
     const struct {

@@ -5,7 +5,7 @@
 namespace kelvaro {
 namespace {
 
-TEST(NormalizePath, ReturnsTheCanonicalForm) {
+TEST(NormalizePath, LowersTrimsUnquotesAndMergesSeparators) {
     const struct {
         const wchar_t *path, *canonical;
     } cases[] = {

@@ -1,14 +1,24 @@
+#include <csignal>
+
+#include "common/file.h"
 #include "registration/registration.h"
 #include "rightclick/handler.h"
 #include "rightclick/options.h"
+#include "rightclick/reason.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
+#include "rightclick/target.h"
+#include "rightclick/watch.h"
 #include "support/fixture.h"
 
 namespace rightclick {
 namespace {
 
-TEST(Options, AreRead) {
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+TEST(Options, ParsesEveryOption) {
     const Options options =
         ParseOptions({L"--choose", L"--json", L"--log", L"--flags", L"1a", L"--verb", L"x",
                       L"--library", L"C:\\l.dll", L"C:/Apps\\a.exe", L"--", L"C:\\--b.exe"});
@@ -19,35 +29,114 @@ TEST(Options, AreRead) {
     EXPECT_EQ(options.library, L"C:\\l.dll");
     EXPECT_EQ(options.files, (std::vector<std::wstring>{L"C:\\Apps\\a.exe", L"C:\\--b.exe"}));
     EXPECT_EQ(options.action, Action::rightClick);
-    EXPECT_EQ(ParseOptions({L"--register", L"C:\\l.dll"}).action, Action::registerLibrary);
-    EXPECT_EQ(ParseOptions({L"--help"}).action, Action::help);
+    EXPECT_EQ(ParseOptions({L"[x]", L"/y"}).files.size(), 2U) << "not a list, not an option";
 }
 
-TEST(Options, WrongOnesAreNamed) {
+TEST(Options, ChooseTheAction) {
+    const struct {
+        std::vector<std::wstring> arguments;
+        Action action;
+    } cases[] = {{{L"--register", L"C:\\l.dll"}, Action::registerLibrary},
+                 {{L"--unregister", L"C:\\l.dll"}, Action::unregisterLibrary},
+                 {{L"--explain", L"C:\\\u5DE5.exe"}, Action::explain},
+                 {{L"--watch"}, Action::watch},
+                 {{L"--version", L"--explain"}, Action::version},
+                 {{L"--help", L"--version"}, Action::help}};
+    for (const auto& [arguments, action] : cases) {
+        const Options options = ParseOptions(arguments);
+        EXPECT_EQ(options.error, "");
+        EXPECT_EQ(options.action, action) << Utf8(arguments[0]);
+    }
+    EXPECT_EQ(ParseOptions(cases[0].arguments).library, L"C:\\l.dll");
+    EXPECT_EQ(ParseOptions(cases[2].arguments).files[0], L"C:\\\u5DE5.exe");
+}
+
+TEST(Options, ReportsWrongUsage) {
     const struct {
         std::vector<std::wstring> arguments;
         const char* error;
-    } cases[] = {{{}, "which file?"},
-                 {{L"--json"}, "which file?"},
-                 {{L"--wrong", L"C:\\a.exe"}, "unknown option --wrong"},
-                 {{L"C:\\a.exe", L"--verb"}, "--verb needs a value"},
-                 {{L"C:\\a.exe", L"--flags", L"xyz"}, "--flags takes a hexadecimal number"},
-                 {{L"C:\\a.exe", L"--flags", L""}, "--flags takes a hexadecimal number"},
-                 {{L"--register"}, "--register needs a value"}};
+    } cases[] = {{{}, "no FILE is given"},
+                 {{L"--json"}, "no FILE is given"},
+                 {{L"--wrong", L"C:\\a.exe"}, "--wrong"},
+                 {{L"C:\\a.exe", L"--verb"}, "--verb: 1 required NAME missing"},
+                 {{L"C:\\a.exe", L"--flags", L"xyz"}, "--flags: \"xyz\" is not a hexadecimal"},
+                 {{L"C:\\a.exe", L"--flags", L""}, "--flags: \"\" is not a hexadecimal number"},
+                 {{L"C:\\a.exe", L"--flags", L"100000000"}, "is not a hexadecimal number"},
+                 {{L"--explain", L"C:\\a.exe", L"C:\\b.exe"}, "--explain takes one FILE"},
+                 {{L"--explain", L"C:\\a.exe", L"--register", L"C:\\l.dll"}, "excludes"},
+                 {{L"--explain"}, "--explain takes one FILE"},
+                 {{L"--watch", L"C:\\a.exe"}, "FILE is only for right-clicks"},
+                 {{L"--register"}, "--register: 1 required LIBRARY missing"}};
     for (const auto& [arguments, error] : cases) {
-        EXPECT_EQ(ParseOptions(arguments).error, error);
+        EXPECT_PRED2(Contains, ParseOptions(arguments).error, error);
     }
 }
 
-TEST(Results, AreExplained) {
+TEST(ResultText, NamesKnownResults) {
     EXPECT_EQ(DescribeResult(E_FAIL), "0x80004005 (E_FAIL: failed)");
-    EXPECT_EQ(DescribeResult(HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)),
-              "0x80070005 (access is denied)");
-    EXPECT_EQ(DescribeResult(HRESULT_FROM_WIN32(1234)), "0x800704D2 (system error 1234)");
     EXPECT_EQ(DescribeResult(static_cast<HRESULT>(0x80040999)), "0x80040999");
+    const HRESULT denied = HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED);
+    EXPECT_PRED2(Contains, SystemText(denied), "denied");
+    EXPECT_EQ(DescribeResult(denied), "0x80070005 (" + SystemText(denied) + ")");
+    EXPECT_EQ(SystemText(static_cast<HRESULT>(0x80040999)), "");
 }
 
-TEST(Report, SaysTheSameForPeopleAndPrograms) {
+TEST(Reason, IsInTheUsersTerms) {
+    const std::wstring tool = L"C:\\Apps\\Tool.exe";
+    Outcome notLoaded;
+    notLoaded.library = L"C:\\x.dll";
+    notLoaded.load = HRESULT_FROM_WIN32(ERROR_BAD_EXE_FORMAT);
+    const auto failedAt = [&notLoaded](LoadStep step) {
+        Outcome outcome = notLoaded;
+        outcome.loadStep = step;
+        return outcome;
+    };
+    Outcome refused;
+    refused.load = S_OK;
+    refused.initialize = E_INVALIDARG;
+    Outcome noQuery = refused;
+    noQuery.initialize = S_OK;
+    Outcome nothing = noQuery;
+    nothing.query = S_OK;
+    const struct {
+        std::vector<std::wstring> files;
+        Outcome outcome;
+        std::string reason;
+    } cases[] = {
+        {{tool}, notLoaded, "the registered library C:\\x.dll does not exist (0x800700C1)"},
+        {{tool},
+         failedAt(LoadStep::loadLibrary),
+         "the registered library C:\\x.dll cannot be loaded: "},
+        {{tool}, failedAt(LoadStep::findExport), "does not export DllGetClassObject"},
+        {{tool}, failedAt(LoadStep::createObject), "does not create the extension: "},
+        {{tool, tool},
+         refused,
+         "2 files are selected; the extension takes exactly one (0x80070057)"},
+        {{L"C:\\Apps\\readme.txt"},
+         refused,
+         "readme.txt is neither a program (.exe) nor a shortcut (.lnk) (0x80070057)"},
+        {{L"C:\\" + std::wstring(260, L'x') + L".exe"},
+         refused,
+         "the path has 267 characters; the extension reads at most 259 (0x80070057)"},
+        {{tool}, refused, "the extension refuses the selection: " + SystemText(E_INVALIDARG)},
+        {{tool}, noQuery, "the extension fails to build its item: " + SystemText(E_FAIL)},
+        {{tool}, nothing, "the extension adds nothing to the menu (0x00000000)"},
+    };
+    for (const auto& [files, outcome, reason] : cases) {
+        Options options;
+        options.files = files;
+        EXPECT_PRED2(Contains, ExplainNoItem(options, outcome), reason);
+    }
+    Options options;
+    options.files = {tool};
+    options.flags = 1;
+    options.library = L"C:\\x.dll";
+    EXPECT_PRED2(Contains, ExplainNoItem(options, nothing), "only the default item");
+    EXPECT_TRUE(ExplainNoItem(options, notLoaded).starts_with("the library C:\\x.dll"));
+    EXPECT_FALSE(Contains(ExplainNoItem(options, failedAt(LoadStep::loadLibrary)), "%1"));
+}
+
+TEST(Report, PrintsTextAndJson) {
     Options options;
     options.files = {L"C:\\\u5DE5\"\t.exe"};
     options.log = true;
@@ -56,26 +145,69 @@ TEST(Report, SaysTheSameForPeopleAndPrograms) {
     outcome.query = 1;
     outcome.item = {L"Lock", L"verb", L"Help"};
     outcome.invoke = E_FAIL;
-    EXPECT_EQ(ReportAsText(options, outcome, {"a note", false, {"line"}}),
-              "C:\\\xE5\xB7\xA5\"\t.exe\n  note    a note\n  item    Lock\n  verb    verb\n"
+    Surroundings surroundings;
+    surroundings.logLines = {"line"};
+    surroundings.notes = {"a note", "another"};
+    EXPECT_EQ(ReportAsText(options, outcome, surroundings),
+              "C:\\\xE5\xB7\xA5\"\t.exe\n  note    a note\n  note    another\n  item    Lock\n  "
+              "verb    verb\n"
               "  help    Help\n  chosen  0x80004005 (E_FAIL: failed)\n  log     line\n");
-    EXPECT_NE(ReportAsText(options, outcome, {"", true, {}}).find("\033[1;32mLock\033[0m"),
-              std::string::npos);
-    EXPECT_EQ(ReportAsJson(options, outcome, {"", false, {"line"}}),
-              "{\"files\": [\"C:\\\\\xE5\xB7\xA5\\\"\\u0009.exe\"], \"offered\": true, "
-              "\"text\": \"Lock\", \"verb\": \"verb\", \"help\": \"Help\", "
-              "\"selection\": \"drop list\", "
-              "\"load\": \"0x00000000\", \"initialize\": \"0x00000000\", \"query\": "
-              "\"0x00000001\", \"unloadable\": true, \"invoke\": \"0x80004005\", "
-              "\"log\": [\"line\"]}\n");
-    outcome = {};
-    EXPECT_NE(ReportAsText(options, outcome, {}).find("could not be used"), std::string::npos);
+    EXPECT_EQ(ReportAsJson(options, outcome, surroundings),
+              "{\"files\":[\"C:\\\\\xE5\xB7\xA5\\\"\\t.exe\"],\"offered\":true,"
+              "\"text\":\"Lock\",\"verb\":\"verb\",\"help\":\"Help\","
+              "\"selection\":\"drop list\",\"load\":\"0x00000000\",\"initialize\":\"0x00000000\","
+              "\"query\":\"0x00000001\",\"unloadable\":true,\"invoke\":\"0x80004005\","
+              "\"log\":[\"line\"],\"note\":\"a note; another\"}\n");
+    surroundings.colour = true;
+    EXPECT_PRED2(Contains, ReportAsText(options, outcome, surroundings), "\033[1;32mLock\033[0m");
+    surroundings.problem = "nothing is registered";
+    options.log = false;
+    surroundings.notes.clear();
+    EXPECT_EQ(ReportAsJson(options, {}, surroundings),
+              "{\"files\":[\"C:\\\\\xE5\xB7\xA5\\\"\\t.exe\"],\"offered\":false,"
+              "\"reason\":\"nothing is registered\"}\n");
+}
+
+TEST_F(DriveTest, ReportShowsTheTargetAndTheLock) {
+    const std::wstring shortcuts = platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\";
+    Write(L"C:\\Test\\broken.lnk", "no shortcut");
+    const struct {
+        std::wstring file;
+        bool locked;
+        const char* lines;
+    } cases[] = {
+        {L"C:\\Apps\\Tool.exe", true, "\n  locked  yes\n"},
+        {shortcuts + L"tool.lnk", false,
+         "\n  target  C:\\Apps\\Tool.exe (does not exist)\n  locked  no\n"},
+        {shortcuts + L"document.lnk", false,
+         "\n  target  none: document.lnk leads to C:\\Apps\\readme.txt, which is not a program "
+         "(.exe); the item is offered as for an unlocked program, and the prompt gets the path of "
+         "the shortcut\n  locked  no\n"},
+        {shortcuts + L"control_panel.lnk", false, "it does not lead to a file; the item"},
+        {L"C:\\Test\\broken.lnk", false, "broken.lnk is not a readable shortcut"},
+        {L"C:\\Test\\missing.lnk", false, "missing.lnk does not exist; the item"},
+    };
+    for (const auto& [file, locked, lines] : cases) {
+        Options options;
+        options.files = {file};
+        Surroundings surroundings;
+        surroundings.target = ReadTarget(file);
+        surroundings.locked = locked;
+        EXPECT_PRED2(Contains, ReportAsText(options, {}, surroundings), lines);
+    }
+    Write(L"C:\\Apps\\Tool.exe", "MZ");
+    Options options;
+    options.files = {shortcuts + L"tool.lnk"};
+    Surroundings surroundings;
+    surroundings.target = ReadTarget(options.files[0]);
+    EXPECT_PRED2(Contains, ReportAsText(options, {}, surroundings), "Tool.exe\n  locked  no\n");
 }
 
 using HandlerTest = DriveTest;
 
-TEST_F(HandlerTest, IsFoundThroughTheRegistry) {
-    EXPECT_FALSE(FindHandler(L"exefile"));
+TEST_F(HandlerTest, FindsTheRegisteredLibrary) {
+    const auto problem = [] { return FindRegistration(L"exefile").problem; };
+    EXPECT_PRED2(Contains, problem(), "nothing is registered for exefile for this user; ");
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.EXE"), L"exefile");
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.lnk"), L"lnkfile");
     EXPECT_EQ(ClassOfFile(L"C:\\a.exe\\b"), L"");
@@ -87,12 +219,57 @@ TEST_F(HandlerTest, IsFoundThroughTheRegistry) {
         kelvaro::WriteRegistryString(HKEY_CURRENT_USER, key, L"", data);
     };
     write(handler, L"no class identifier");
-    EXPECT_FALSE(FindHandler(L"exefile"));
+    EXPECT_PRED2(Contains, problem(), "it is not a class identifier");
     write(handler, clsid);
-    EXPECT_FALSE(FindHandler(L"exefile")) << "the class has no library";
+    EXPECT_PRED2(Contains, problem(), "registered for exefile, but without a library");
+    EXPECT_FALSE(FindHandler(L"exefile"));
     write(L"Software\\Classes\\CLSID\\" + clsid + L"\\InprocServer32", L"C:\\x.dll");
     ASSERT_TRUE(FindHandler(L"exefile"));
     EXPECT_EQ(FindHandler(L"exefile")->library, L"C:\\x.dll");
+}
+
+class LogFollowerTest : public DriveTest {
+  public:
+    using Lines = std::vector<std::string>;
+
+    static void Append(const std::string& bytes) { kelvaro::AppendToFile(kLog, bytes); }
+};
+
+TEST_F(LogFollowerTest, ReturnsNewLines) {
+    Write(kLog, "old\r\n");
+    LogFollower follower;
+    EXPECT_EQ(follower.Poll(), Lines());
+    Append("one\r\ntwo \xE4\r\nthr");
+    EXPECT_EQ(follower.Poll(), (Lines{"one", "two \xC3\xA4"}));
+    EXPECT_EQ(follower.Poll(), Lines());
+    Append("ee\r\n");
+    EXPECT_EQ(follower.Poll(), (Lines{"three"}));
+}
+
+TEST_F(LogFollowerTest, CopesWithMissingAndReplacedLogs) {
+    LogFollower follower;
+    EXPECT_EQ(follower.Poll(), Lines()) << "there is no log";
+    Write(kLog, "one\r\ntwo\r\n");
+    EXPECT_EQ(follower.Poll(), (Lines{"one", "two"}));
+    DeleteFileW(kLog);
+    EXPECT_EQ(follower.Poll(), Lines());
+    Write(kLog, "one\r\ntwo\r\n");
+    EXPECT_EQ(follower.Poll(), (Lines{"one", "two"})) << "a new log";
+    Write(kLog, "six\r\n");
+    EXPECT_EQ(follower.Poll(), (Lines{"six"})) << "a shorter log";
+    Write(kLog, "seven\r\neight\r\n");
+    EXPECT_EQ(follower.Poll(), (Lines{"seven", "eight"})) << "a longer log";
+}
+
+TEST_F(LogFollowerTest, CtrlCEndsTheWatch) {
+    {
+        const InterruptCatcher catcher;
+        EXPECT_FALSE(InterruptCatcher::IsInterrupted());
+        std::raise(SIGINT);
+        EXPECT_TRUE(InterruptCatcher::IsInterrupted());
+    }
+    const InterruptCatcher next;
+    EXPECT_FALSE(InterruptCatcher::IsInterrupted());
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "auth_prompt/rule_editor.h"
 
+#include <nlohmann/json.hpp>
+
 #include "rules/lock_lookup.h"
 #include "rules/path_normalizer.h"
 #include "support/fixture.h"
@@ -13,48 +15,68 @@ bool Locks(std::string_view rules) {
     return kelvaro::AnyRuleLocks(rules, kelvaro::NormalizePath(kTool));
 }
 
-TEST(RuleEditor, SwitchesTheLockBackAndForth) {
+TEST(RuleEditor, TogglesTheLock) {
     const std::string rule = R"("type":"exe","target":"C:\\Apps\\Tool.exe")";
     const std::string files[] = {
         "",
-        " \n",
+        "\xEF\xBB\xBF \n",
         "[]",
         R"({"rules":[ ]})",
-        R"({"rules":[{"type":"exe","target":"D:\\x.exe"}]})",
+        R"({"groups":[], "rules":[{"type":"exe","target":"D:\\x.exe"}]})",
+        R"({"other":[{"type":"folder","target":"C:\\Apps\\Tool.exe"}]})",
         "[{" + rule + "}]",
         "[{" + rule + R"(,"enabled":false}])",
         R"([{"enabled":1,)" + rule + "}]",
+        R"([{"enabled":"false",)" + rule + "}]",
         "[{" + rule + "},{" + rule + "}]",
+        R"([{"enabled":false,)" + rule + "},{" + rule + "}]",
+        R"([{"enabled":false,)" + rule + "},{" + rule + R"(,"enabled":false}])",
+        "[{" + rule + R"(,"options":{"a":1}}])",
+        R"({"nested":{"deep":[{)" + rule + R"(}]},"rules":[{)" + rule + "}]}",
+        R"([{"type":"exe","target":"C:\\Apps\\T\u006Fol.exe"}])",
+        R"([{"type":"exe","target":"C:\\Apps\\T\u006Fol.exe"},{)" + rule + "}]",
     };
     for (const std::string& rules : files) {
         bool locked = Locks(rules);
         std::string now = rules;
         for (int toggles = 0; toggles < 3; ++toggles) {
-            const auto changed = ToggleRule(now, kTool);
-            ASSERT_TRUE(changed) << now;
-            EXPECT_NE(Locks(*changed), locked) << *changed;
-            now = *changed;
+            const auto [changed, error] = ToggleRule(now, kTool);
+            ASSERT_EQ(error, "") << now;
+            EXPECT_NE(Locks(changed), locked) << changed;
+            now = changed;
             locked = !locked;
         }
     }
 }
-
-TEST(RuleEditor, LeavesEverythingElseAsItIs) {
-    const std::string before = "{\n  \"note\": \"x\",\n  \"rules\": [\n    ";
-    const std::string other = R"({ "type": "exe", "enabled": false, "target": "D:\\x.exe" })";
-    const std::string after = "\n  ],\n  \"more\": 1\n}\n";
-    EXPECT_EQ(*ToggleRule(before + other + after, kTool),
-              before + other +
-                  ",\n    { \"type\": \"exe\", \"enabled\": true, \"target\": "
-                  "\"C:\\\\Apps\\\\Tool.exe\" }" +
-                  after);
-    EXPECT_EQ(*ToggleRule(before + other + after, L"d:/X.exe"),
-              before + R"({ "type": "exe", "enabled": true, "target": "D:\\x.exe" })" + after);
+TEST(RuleEditor, KeepsOtherKeysAndTheirOrder) {
+    const std::string before =
+        R"({"z":1.5,"rules":[{"note":"工","target":"D:\\x.exe","type":"exe")";
+    const std::string after = R"(}],"a":[null,{}]})";
+    const std::string added = R"(},{"type":"exe","enabled":true,"target":"C:\\Apps\\Tool.exe")";
+    const auto compact = [](const std::string& rules) {
+        return nlohmann::ordered_json::parse(rules).dump();
+    };
+    EXPECT_EQ(compact(ToggleRule(before + after, kTool).rules), before + added + after);
+    EXPECT_EQ(compact(ToggleRule(before + after, L"d:/X.exe").rules),
+              before + R"(,"enabled":false)" + after);
 }
 
-TEST(RuleEditor, RefusesWhatHasNoList) {
-    EXPECT_FALSE(ToggleRule("no rules", kTool));
-    EXPECT_FALSE(ToggleRule("]", kTool));
+TEST(RuleEditor, RefusesWhatItCannotChange) {
+    const struct {
+        const char *rules, *error;
+    } cases[] = {{"no rules", "not valid JSON"},
+                 {"[{\"type\":\"exe\",}]", "not valid JSON"},
+                 {R"(["C:\Apps"])", "not valid JSON"},
+                 {"[\"\xFF\"]", "not valid JSON"},
+                 {"5", "no list"},
+                 {"{\"version\":1}", "no list"}};
+    for (const auto& [rules, error] : cases) {
+        const ToggleResult result = ToggleRule(rules, kTool);
+        EXPECT_NE(result.error.find(error), std::string::npos) << rules << "\n" << result.error;
+        EXPECT_EQ(result.rules, "");
+    }
+    EXPECT_EQ(ToggleRule("[]", L"C:\\{App}\\Tool.exe").error,
+              "a rule for C:\\{App}\\Tool.exe has no effect");
 }
 
 }  // namespace

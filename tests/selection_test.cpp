@@ -88,7 +88,7 @@ TEST_F(Selection, AcceptsOneProgramOrShortcut) {
     }
 }
 
-TEST_F(Selection, AcceptsExactlyOneFile) {
+TEST_F(Selection, RejectsAnyCountOtherThanOne) {
     Extension extension;
 #ifndef _WIN32
     // Wine counts one file in an empty list.

@@ -15,7 +15,7 @@ void* const kUntouched = reinterpret_cast<void*>(uintptr_t{0x5A5A});
 
 using Server = DriveTest;
 
-TEST_F(Server, OffersOneClass) {
+TEST_F(Server, RejectsUnknownClassesAndInterfaces) {
     void* object = kUntouched;
     EXPECT_EQ(DllGetClassObject(IID_IUnknown, IID_IClassFactory, &object),
               CLASS_E_CLASSNOTAVAILABLE);

@@ -99,7 +99,7 @@ TEST_F(MenuItem, CutsTextsThatDoNotFit) {
     ExpectCut<wchar_t>(Menu(), GCS_HELPTEXTW, L"Toggle lock state via Vorandel Kelvaro");
 }
 
-TEST_F(MenuItem, IgnoresOtherQueries) {
+TEST_F(MenuItem, LeavesTheBufferUnchangedForUnsupportedQueries) {
     char text[] = "untouched";
     for (const UINT kind :
          std::vector<UINT>{GCS_VALIDATEA, GCS_VALIDATEW, 3, 7, 0x10000, 0xFFFFFFFF}) {
@@ -162,7 +162,7 @@ TEST_F(MenuItem, RecognisesItsCommand) {
     }
 }
 
-TEST_F(MenuItem, RequiresARequestAndASelection) {
+TEST_F(MenuItem, InvokeFailsWithoutARequestOrSelection) {
     EXPECT_EQ(Menu().InvokeCommand(nullptr), E_INVALIDARG);
     EXPECT_EQ(Messages(), Strings());
     Extension fresh;
@@ -180,7 +180,7 @@ TEST_F(MenuItem, StartsThePromptWithTheSelectedPath) {
     }
 }
 
-TEST_F(MenuItem, ShowsErrorsInTheShellsWindow) {
+TEST_F(MenuItem, UsesTheShellsWindowAsOwnerOfErrorBoxes) {
     const MessageBoxes boxes;
     CMINVOKECOMMANDINFO request = {};
     request.hwnd = reinterpret_cast<HWND>(uintptr_t{0x1234});

@@ -39,7 +39,7 @@ TEST_F(Texts, FallBackToTheDefaults) {
     }
 }
 
-TEST_F(Texts, ComeFromTheCurrentFile) {
+TEST_F(Texts, ReflectChangesOfTheLanguageFile) {
     WriteEnglish("[product]\nPRODUCT SHORT NAME=Kel\n[shellext]\nmenu.lock={product}: lock\n");
     EXPECT_EQ(GetMenuText(false), L"Kel: lock");
     EXPECT_EQ(GetMenuText(true), L"Unlock with Kel");

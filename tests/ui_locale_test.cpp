@@ -6,7 +6,7 @@
 namespace kelvaro {
 namespace {
 
-TEST(NormalizeLocale, ReturnsOneOfTwoTags) {
+TEST(NormalizeLocale, SelectsTheTagByThePrefix) {
     for (const wchar_t* const tag :
          {L"zh-CN", L"zh-TW", L"ZH_cn", L"zh", L"Zh-Hans", L"  zh-HK\t", L"zhuang"}) {
         EXPECT_EQ(NormalizeLocale(tag), L"zh-CN") << Utf8(tag);
@@ -33,7 +33,7 @@ TEST_F(UiLocale, FollowsTheSetting) {
                  {L"", L"en-US"},
                  {L"%LANG%", L"en-US"}};
     for (const auto& [setting, locale] : cases) {
-        for (const DWORD type : {REG_SZ, REG_EXPAND_SZ}) {
+        for (const DWORD type : std::initializer_list<DWORD>{REG_SZ, REG_EXPAND_SZ}) {
             SetLocale(setting, type);
             EXPECT_EQ(ReadRegistryLocale(), locale) << Utf8(setting);
             EXPECT_EQ(GetUiLocale(), locale) << Utf8(setting);
@@ -42,7 +42,8 @@ TEST_F(UiLocale, FollowsTheSetting) {
 }
 
 TEST_F(UiLocale, IgnoresUnusableSettings) {
-    for (const DWORD type : {REG_DWORD, REG_MULTI_SZ, REG_BINARY, REG_NONE}) {
+    for (const DWORD type :
+         std::initializer_list<DWORD>{REG_DWORD, REG_MULTI_SZ, REG_BINARY, REG_NONE}) {
         SetLocale(L"zh", type);
         EXPECT_EQ(ReadRegistryLocale(), L"") << type;
     }

@@ -103,7 +103,7 @@ TEST_F(WindowsShell, RegistersAndUnregistersWithRegsvr32) {
     }
 }
 
-TEST_F(WindowsShell, WorksWithTheShellsOwnObjects) {
+TEST_F(WindowsShell, HandlesTheShellsDataObjectsAndShortcuts) {
     ASSERT_EQ(RegSvr32(L"/s"), 0U);
     EXPECT_EQ(RightClick(kTool, true),
               "Initialize ok selected=C:\\Apps\\Tool.exe target=C:\\Apps\\Tool.exe locked=0");

@@ -10,11 +10,11 @@
 namespace kelvaro {
 namespace {
 
-// Sharing includes deletion, so that another program can rename or delete the file while a menu is
-// being built. Replacing it by renaming another file over it can still fail until it is closed.
+// Sharing includes deletion: another program can rename or delete the file while a menu is being
+// built. Renaming another file over it can fail with ERROR_ACCESS_DENIED until it is closed.
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-// ReadFile and WriteFile take 32-bit sizes.
+// ReadFile takes a 32-bit size.
 constexpr size_t kLargestTransfer = size_t{1} << 30;
 
 HANDLE OpenExisting(const wchar_t* path, DWORD access, DWORD flags) noexcept {
@@ -63,10 +63,10 @@ bool AppendToFile(const wchar_t* path, std::string_view bytes) noexcept {
     // concurrent processes never overwrite each other.
     const ScopedHandle file(CreateFileW(path, FILE_APPEND_DATA, kShareAll, nullptr, OPEN_ALWAYS,
                                         FILE_ATTRIBUTE_NORMAL, nullptr));
-    const auto size = static_cast<DWORD>(std::min(bytes.size(), kLargestTransfer));
+    // To a file on a disk, the system writes everything or fails.
     DWORD written = 0;
-    return file && WriteFile(file.Get(), bytes.data(), size, &written, nullptr) &&
-           written == bytes.size();
+    return file &&
+           WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }
 
 bool CreateDirectories(const std::wstring& path) {
@@ -75,8 +75,7 @@ bool CreateDirectories(const std::wstring& path) {
         return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     }
     const std::wstring_view parent = ParentPath(path);
-    if (parent.empty() || parent.size() == path.size() ||
-        !CreateDirectories(std::wstring(parent))) {
+    if (parent.size() == path.size() || !CreateDirectories(std::wstring(parent))) {
         return false;
     }
     // Another process may have created it since the check above.

@@ -30,8 +30,8 @@ FileBytes ReadFileBytes(const wchar_t* path, uint64_t limit = UINT64_MAX);
 // as absent.
 bool PathExists(const wchar_t* path) noexcept;
 
-// Appends `bytes` to the file at `path` in one write; creates the file if it is missing. Returns
-// false if the file cannot be opened or not all bytes are written.
+// Appends `bytes` (less than 4 GiB) to the file at `path` in one write. Creates the file if it is
+// missing. Returns false if the file cannot be opened or written.
 bool AppendToFile(const wchar_t* path, std::string_view bytes) noexcept;
 
 // Creates the directory `path` and its missing parents. Returns true if the directory exists

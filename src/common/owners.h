@@ -78,7 +78,7 @@ class ComPtr : public Scoped<Interface*, InterfaceReleaser> {
     using Scoped<Interface*, InterfaceReleaser>::Scoped;
 
     Interface* operator->() const noexcept { return this->Get(); }
-    // For calls that return an interface, which take the address of the pointer as void**.
+    // Returns the address of the pointer as void**, for calls such as QueryInterface.
     void** Put() noexcept {
         return reinterpret_cast<void**>(Scoped<Interface*, InterfaceReleaser>::Put());
     }

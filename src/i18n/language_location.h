@@ -11,9 +11,10 @@ namespace kelvaro {
 // obtained. Throws std::bad_alloc, like the functions below.
 std::wstring GetModuleDirectory(HMODULE module);
 
-// Returns the folder beside the library to read the language file from: the first one that contains
-// the file of the interface language, or else the first one that exists; the special-offer folder
-// precedes the standard one. Empty if the library's directory is unknown.
+// Returns the directory of the language file: the first of the special-offer and the standard one
+// that contains the file of the interface language; otherwise the special-offer directory if it
+// exists, otherwise the standard one, which may be missing. Empty if the library's directory is
+// unknown.
 std::wstring FindLanguageDirectory();
 
 // Returns the name of the language file for the interface language.

@@ -12,7 +12,7 @@ struct TextKey {
     std::wstring_view defaultText;
 };
 
-// All texts that the extension shows, except for the help text of 8-bit hosts.
+// All texts that the extension shows, except for the help text of ANSI hosts.
 inline constexpr TextKey kProductName = {L"Product", L"Product short Name", L"Vorandel Kelvaro"};
 inline constexpr TextKey kMenuLock = {L"ShellExt", L"menu.lock", L"Lock with {product}"};
 inline constexpr TextKey kMenuUnlock = {L"ShellExt", L"menu.unlock", L"Unlock with {product}"};

@@ -19,7 +19,15 @@ bool IsProgram(const std::wstring& path) {
     return MatchesPattern(path, L"*.exe");
 }
 
-// Returns the target stored in the shortcut at `path`. Empty if there is none or a call fails.
+}  // namespace
+
+FileKind KindOfFile(const std::wstring& path) {
+    if (IsProgram(path)) {
+        return FileKind::program;
+    }
+    return MatchesPattern(path, L"*.lnk") ? FileKind::shortcut : FileKind::other;
+}
+
 std::wstring ReadStoredTarget(const std::wstring& path) {
     // The interfaces are adopted only after a success: a failing call may leave an invalid pointer.
     void* created = nullptr;
@@ -45,15 +53,6 @@ std::wstring ReadStoredTarget(const std::wstring& path) {
     return target;
 }
 
-}  // namespace
-
-FileKind KindOfFile(const std::wstring& path) {
-    if (IsProgram(path)) {
-        return FileKind::program;
-    }
-    return MatchesPattern(path, L"*.lnk") ? FileKind::shortcut : FileKind::other;
-}
-
 std::wstring ResolveShortcutTarget(const std::wstring& path) {
     switch (KindOfFile(path)) {
         case FileKind::program:
@@ -64,7 +63,10 @@ std::wstring ResolveShortcutTarget(const std::wstring& path) {
             return {};
     }
     std::wstring target = ReadStoredTarget(path);
-    return !target.empty() && IsProgram(target) ? target : std::wstring();
+    if (target.empty() || !IsProgram(target)) {
+        return {};
+    }
+    return target;
 }
 
 }  // namespace kelvaro

@@ -2,31 +2,30 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <map>
 #include <regex>
 
 #include "common/code_page.h"
+#include "oracle/rule_patterns.h"
 #include "rules/path_normalizer.h"
 #include "rules/rule_fields.h"
 
 namespace oracle {
 namespace {
 
-bool Search(const std::string& text, const std::string& key, const std::string& value,
-            std::smatch& match) {
+bool Search(const std::string& text, const std::string& pattern, std::smatch& match) {
     static std::map<std::string, std::regex> compiled;
-    const std::string pattern = "\"" + key + value;
     return std::regex_search(text, match, compiled.try_emplace(pattern, pattern).first->second);
 }
 
-bool Locks(const std::string& object, std::wstring_view canonicalPath) {
+// Returns the normalised path that `object` locks. Empty if it locks none.
+std::wstring LockedPath(const std::string& object) {
     if (StringField(object, "type", "") != "exe" || !BoolField(object, "enabled", true)) {
-        return false;
+        return {};
     }
-    const std::string target = StringField(object, "target", "");
-    const std::wstring canonical =
-        kelvaro::NormalizePath(kelvaro::WideFromBytes(CP_UTF8, 0, target));
-    return !canonical.empty() && canonical == canonicalPath;
+    return kelvaro::NormalizePath(
+        kelvaro::WideFromBytes(CP_UTF8, 0, StringField(object, "target", "")));
 }
 
 }  // namespace
@@ -34,25 +33,30 @@ bool Locks(const std::string& object, std::wstring_view canonicalPath) {
 std::string StringField(const std::string& objectText, const std::string& key,
                         const std::string& defaultValue) {
     std::smatch match;
-    return Search(objectText, key, R"re("\s*:\s*"([^"]*)")re", match)
+    return Search(objectText, StringFieldPattern(key), match)
                ? kelvaro::UnescapeJsonString(match[1].str())
                : defaultValue;
 }
 
 bool BoolField(const std::string& objectText, const std::string& key, bool defaultValue) {
     std::smatch match;
-    return Search(objectText, key, R"re("\s*:\s*(true|false))re", match) ? match[1] == "true"
-                                                                         : defaultValue;
+    return Search(objectText, BoolFieldPattern(key), match) ? match[1] == "true" : defaultValue;
+}
+
+std::vector<std::wstring> LockedPaths(const std::string& rules) {
+    static const std::regex object(kObjectPattern);
+    std::vector<std::wstring> paths;
+    for (std::sregex_iterator at(rules.begin(), rules.end(), object), end; at != end; ++at) {
+        if (std::wstring path = LockedPath(at->str()); !path.empty()) {
+            paths.push_back(std::move(path));
+        }
+    }
+    return paths;
 }
 
 bool AnyRuleLocks(const std::string& rules, std::wstring_view canonicalPath) {
-    static const std::regex object(R"(\{[^\{\}]*\})");
-    for (std::sregex_iterator at(rules.begin(), rules.end(), object), end; at != end; ++at) {
-        if (Locks(at->str(), canonicalPath)) {
-            return true;
-        }
-    }
-    return false;
+    const std::vector<std::wstring> paths = LockedPaths(rules);
+    return std::find(paths.begin(), paths.end(), canonicalPath) != paths.end();
 }
 
 }  // namespace oracle

@@ -47,7 +47,7 @@ void UseObject(IShellExtInit& object, IDataObject* selection, LibraryCallHook ho
         EXPECT_LE(popup.Count(), 0) << "an item was left in the menu";
     }
     wchar_t text[80] = {};
-    for (const UINT kind : {GCS_VERBW, GCS_HELPTEXTW}) {
+    for (const UINT kind : std::initializer_list<UINT>{GCS_VERBW, GCS_HELPTEXTW}) {
         CallLibrary(hook, "GetCommandString", {S_OK, E_OUTOFMEMORY}, [&] {
             return menu->GetCommandString(0, kind, nullptr, reinterpret_cast<LPSTR>(text), 80);
         });

@@ -1,5 +1,5 @@
-// A stand-in for the application's authorisation prompt, for trying the extension out: asks nothing
-// and switches the lock of the program that it is given.
+// A stand-in for the application's authorisation prompt, for demos and tests. Toggles the lock of
+// the given program without authorisation.
 
 #include <windows.h>
 
@@ -18,7 +18,7 @@ constexpr wchar_t kRecordPath[] =
 constexpr std::wstring_view kSwitches[] = {L"--auth-only", L"--startup-gate", L"--shell-toggle"};
 constexpr char kUsage[] =
     "usage: KelvaroAuthPrompt --auth-only --startup-gate --shell-toggle PATH\n"
-    "Switches the lock of the program (or of the program behind the shortcut) PATH on or off.\n";
+    "Locks or unlocks the program PATH, or the target of the shortcut PATH.\n";
 
 bool Complain(std::string_view what) {
     console::Print(stderr, "KelvaroAuthPrompt: " + std::string(what) + "\n");
@@ -58,14 +58,14 @@ bool ReplaceRules(std::string_view rules) {
 bool Toggle(const std::wstring& selectedPath) {
     const std::wstring target = kelvaro::ResolveShortcutTarget(selectedPath);
     if (target.empty()) {
-        return Complain("no program behind " + console::Utf8(selectedPath));
+        return Complain("not a program or a shortcut to one: " + console::Utf8(selectedPath));
     }
     const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
-    const auto changed = auth_prompt::ToggleRule(rules.View(), target);
-    if (!changed) {
-        return Complain("the rule file has no list of rules");
+    const auto [changed, error] = auth_prompt::ToggleRule(rules.View(), target);
+    if (!error.empty()) {
+        return Complain(error + "; nothing changed");
     }
-    return ReplaceRules(*changed) || Complain("cannot write the rule file");
+    return ReplaceRules(changed) || Complain("cannot write the rule file");
 }
 
 void RecordCall() {
@@ -80,7 +80,7 @@ void RecordCall() {
 int main() {
     const std::vector<std::wstring> arguments = console::Arguments();
     if (!HasRightShape(arguments)) {
-        Complain("wrong arguments, nothing changed");
+        Complain("invalid arguments; nothing changed");
         console::Print(stderr, kUsage);
         return 2;
     }

@@ -1,89 +1,128 @@
 #include "auth_prompt/rule_editor.h"
 
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <vector>
+
 #include "console/console.h"
 #include "rules/lock_lookup.h"
 #include "rules/path_normalizer.h"
-#include "rules/rule_fields.h"
 
 namespace auth_prompt {
 namespace {
 
-using kelvaro::ExtractBoolField;
-using kelvaro::FindBoolField;
-using kelvaro::IsRuleFor;
+// Keeps the order of keys.
+using Json = nlohmann::ordered_json;
 
-constexpr std::string_view kEnabled = "enabled";
+// A rule of the document, with its text. The extension reads rules as text, so the text decides
+// whether a rule matches.
+struct Rule {
+    Json* object;
+    std::string text;
+};
 
-std::string NewRule(std::wstring_view target) {
-    std::string rule = R"({ "type": "exe", "enabled": true, "target": ")";
-    for (const char byte : console::Utf8(target)) {
-        if (byte == '\\') {
-            rule.push_back('\\');
-        }
-        rule.push_back(byte);
-    }
-    return rule + R"(" })";
-}
-
-// Sets the switch of the rule object at `begin` in `rules`, `length` bytes between its braces.
-// Returns how many bytes the rules grew by.
-ptrdiff_t SetEnabled(std::string& rules, size_t begin, size_t length, bool enabled) {
-    const std::string_view object = std::string_view(rules).substr(begin, length);
-    const size_t before = rules.size();
-    const std::string word = enabled ? "true" : "false";
-    if (const auto old = FindBoolField(object, kEnabled)) {
-        rules.replace(static_cast<size_t>(old->data() - rules.data()), old->size(), word);
-    } else {
-        rules.insert(begin, " \"enabled\": " + word + ",");
-    }
-    return static_cast<ptrdiff_t>(rules.size()) - static_cast<ptrdiff_t>(before);
-}
-
-// Switches the rules for `canonicalPath` from one state to the other: all that lock, or the first
-// that does not. Returns whether there was one.
-bool SwitchRules(std::string& rules, std::wstring_view canonicalPath, bool locked) {
-    bool switched = false;
-    size_t begin = rules.find('{');
-    while (begin != std::string::npos) {
-        ++begin;
-        size_t end = rules.find_first_of("{}", begin);
-        if (end == std::string::npos) {
-            break;
-        }
-        const std::string_view object = std::string_view(rules).substr(begin, end - begin);
-        if (rules[end] == '}' && IsRuleFor(object, canonicalPath) &&
-            ExtractBoolField(object, kEnabled, true) == locked) {
-            end += static_cast<size_t>(SetEnabled(rules, begin, end - begin, !locked));
-            switched = true;
-            if (!locked) {
-                break;
+// Returns the flat objects of `document` in the order of the file.
+std::vector<Rule> FindFlatObjects(Json& document) {
+    std::vector<Rule> found;
+    std::vector<Json*> pending = {&document};
+    while (!pending.empty()) {
+        Json& value = *pending.back();
+        pending.pop_back();
+        if (value.is_object()) {
+            std::string text = value.dump();
+            if (text.find_first_of("{}", 1) == text.size() - 1) {
+                found.push_back({&value, std::move(text)});
+                continue;
             }
         }
-        begin = rules.find('{', end);
+        const auto first = static_cast<ptrdiff_t>(pending.size());
+        for (Json& child : value) {
+            if (child.is_structured()) {
+                pending.push_back(&child);
+            }
+        }
+        std::reverse(pending.begin() + first, pending.end());
     }
-    return switched;
+    return found;
+}
+
+// Returns the list of rules of `document`: itself, its member "rules" or its first list. Null if
+// there is none.
+Json* FindList(Json& document) {
+    if (document.is_array()) {
+        return &document;
+    }
+    if (!document.is_object()) {
+        return nullptr;
+    }
+    if (const auto rules = document.find("rules"); rules != document.end() && rules->is_array()) {
+        return &*rules;
+    }
+    for (Json& member : document) {
+        if (member.is_array()) {
+            return &member;
+        }
+    }
+    return nullptr;
+}
+
+void SwitchOff(Json& document, std::wstring_view canonicalPath) {
+    for (const Rule& rule : FindFlatObjects(document)) {
+        if (kelvaro::RuleLocks(rule.text, canonicalPath)) {
+            (*rule.object)["enabled"] = false;
+        }
+    }
+}
+
+// Switches on the first rule for the path. Returns false if there is none.
+bool SwitchOn(Json& document, std::wstring_view canonicalPath) {
+    for (const Rule& rule : FindFlatObjects(document)) {
+        if (kelvaro::IsRuleFor(rule.text, canonicalPath)) {
+            (*rule.object)["enabled"] = true;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Append(Json& document, std::wstring_view target) {
+    Json* const list = FindList(document);
+    if (list != nullptr) {
+        list->push_back({{"type", "exe"}, {"enabled", true}, {"target", console::Utf8(target)}});
+    }
+    return list != nullptr;
+}
+
+bool IsBlank(std::string_view rules) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    rules.remove_prefix(rules.starts_with(kMark) ? kMark.size() : 0);
+    return rules.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
 }  // namespace
 
-std::optional<std::string> ToggleRule(std::string_view rules, std::wstring_view target) {
-    std::string changed(rules);
+ToggleResult ToggleRule(std::string_view rules, std::wstring_view target) {
+    Json document = {{"rules", Json::array()}};
+    if (!IsBlank(rules)) {
+        try {
+            document = Json::parse(rules);
+        } catch (const Json::exception& error) {
+            return {{}, std::string("the rule file is not valid JSON: ") + error.what()};
+        }
+    }
     const std::wstring canonicalPath = kelvaro::NormalizePath(target);
-    if (SwitchRules(changed, canonicalPath, kelvaro::AnyRuleLocks(rules, canonicalPath))) {
-        return changed;
+    const bool locked = kelvaro::AnyRuleLocks(rules, canonicalPath);
+    if (locked) {
+        SwitchOff(document, canonicalPath);
+    } else if (!SwitchOn(document, canonicalPath) && !Append(document, target)) {
+        return {{}, "the rule file has no list of rules"};
     }
-    if (rules.find_first_not_of(" \t\r\n") == std::string_view::npos) {
-        return "{\n  \"rules\": [\n    " + NewRule(target) + "\n  ]\n}\n";
+    std::string changed = document.dump(2) + "\n";
+    // Fails for a path with a brace in it, which no rule can lock.
+    if (kelvaro::AnyRuleLocks(changed, canonicalPath) == locked) {
+        return {{}, "a rule for " + console::Utf8(target) + " has no effect"};
     }
-    const size_t listEnd = changed.rfind(']');
-    const size_t last = listEnd == 0 || listEnd == std::string::npos
-                            ? std::string::npos
-                            : changed.find_last_not_of(" \t\r\n", listEnd - 1);
-    if (last == std::string::npos) {
-        return std::nullopt;
-    }
-    changed.insert(last + 1, (changed[last] == '[' ? "\n    " : ",\n    ") + NewRule(target));
-    return changed;
+    return {std::move(changed), {}};
 }
 
 }  // namespace auth_prompt

@@ -1,15 +1,19 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 
 namespace auth_prompt {
 
-// `rules` (the bytes of a rule file, perhaps none) with the lock of the program at `target`
-// switched the other way: a rule that locks it is switched off, one that is off comes on again, and
-// where there is none a new one joins the list. Nothing when `rules` has no list that it could
-// join.
-std::optional<std::string> ToggleRule(std::string_view rules, std::wstring_view target);
+struct ToggleResult {
+    std::string rules;  // the new content of the rule file
+    std::string error;  // why the lock cannot be toggled; empty on success
+};
+
+// Toggles the lock of the program at `target` in `rules`, the content of a rule file: switches off
+// all rules that lock it; if there are none, switches on the first rule for it; if there is none
+// either, appends a new rule to the list. Keeps unknown keys and the order of keys, but not the
+// format of the text. Fails if `rules` is neither blank nor JSON, or has no list to append to.
+ToggleResult ToggleRule(std::string_view rules, std::wstring_view target);
 
 }  // namespace auth_prompt

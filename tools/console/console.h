@@ -7,19 +7,19 @@
 
 namespace console {
 
-// The arguments of the running program, its name first.
+// Returns the arguments of this program. The first is its name.
 std::vector<std::wstring> Arguments();
 
-// `text` in UTF-8.
+// Returns `text` as UTF-8. Invalid UTF-16 becomes U+FFFD.
 std::string Utf8(std::wstring_view text);
 
-// The system's text for bytes of one character each, as the log has them.
+// Returns Latin-1 `bytes`, the encoding of the log, as UTF-16.
 std::wstring FromLatin1(std::string_view bytes);
 
-// Writes `text` to a stream of the program as UTF-8, line feeds as they are.
+// Writes `text` to `stream` and flushes it.
 void Print(std::FILE* stream, std::string_view text);
 
-// Whether `stream` is a terminal that understands colours; it is made ready for them then.
+// Returns whether `stream` is a terminal that supports colours, and switches them on.
 bool IsTerminal(std::FILE* stream);
 
 }  // namespace console

@@ -1,6 +1,6 @@
-// Makes the shortcuts of tests/data/shortcuts with the shell's own link object, on Windows or Wine:
+// Creates the shortcuts of tests/data/shortcuts with the shell's link object, on Windows or Wine:
 //   make_shortcuts DIRECTORY
-// C:\Apps and the files that the links name are made first, for the shell stores what it finds.
+// Creates C:\Apps and the targets first, because a shortcut stores properties of its target.
 
 #include <windows.h>
 
@@ -63,8 +63,7 @@ bool MakeControlPanelShortcut(const std::wstring& directory) {
     return made;
 }
 
-// The form of a target with environment variables that Windows keeps beside the plain one. Wine's
-// link object does not write it, so it is appended here.
+// The data block for a target with environment variables. Wine's link object does not write it.
 struct EnvironmentBlock {
     DWORD size = 0;
     DWORD signature = 0xA0000001;

@@ -8,7 +8,7 @@
 
 namespace rightclick {
 
-// A data object that counts its references and offers nothing; a derived one overrides GetData.
+// Base of data objects: counts references and offers no data. A derived class overrides GetData.
 class DataObject : public IDataObject {
   public:
     DataObject() = default;

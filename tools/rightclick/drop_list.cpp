@@ -58,7 +58,7 @@ HGLOBAL MakeDropList(const std::vector<std::wstring>& files) {
     header.pFiles = sizeof header;
     header.fWide = TRUE;
     std::memcpy(block, &header, sizeof header);
-    // NOLINTNEXTLINE(bugprone-not-null-terminated-result): the names hold their nulls
+    // NOLINTNEXTLINE(bugprone-not-null-terminated-result): `names` includes the terminators
     std::memcpy(block + sizeof header, names.data(), size);
     GlobalUnlock(memory);
     return memory;

@@ -9,12 +9,12 @@
 
 namespace rightclick {
 
-// A block of global memory with a file-drop list of `files`, to be freed by the caller; null when
-// there is no memory.
+// Returns a block of global memory with a file-drop list of `files`, which the caller frees. Null
+// if there is not enough memory.
 HGLOBAL MakeDropList(const std::vector<std::wstring>& files);
 
-// A data object that holds a file-drop list of `files` and nothing else, as a program may hand one
-// to the shell. The caller has one reference.
+// Returns a data object that offers a file-drop list of `files` and no other format. The caller
+// owns one reference.
 IDataObject* MakeDropListObject(std::vector<std::wstring> files);
 
 }  // namespace rightclick

@@ -1,183 +1,194 @@
 #include "rightclick/explain.h"
 
-#include <windows.h>
-
 #include <algorithm>
-#include <charconv>
-#include <optional>
+#include <nlohmann/json.hpp>
 
-#include "common/code_page.h"
-#include "console/console.h"
+#include "rightclick/explain_near_miss.h"
 #include "rules/lock_lookup.h"
-#include "rules/path_normalizer.h"
-#include "rules/rule_fields.h"
+#include "rules/rule_pieces.h"
 
 namespace rightclick {
 namespace {
 
-using console::Utf8;
-using kelvaro::ExtractStringField;
-using kelvaro::NormalizePath;
+using kelvaro::RulePiece;
 
-// A run of bytes between two braces, or between a brace and the file's beginning or end.
-struct Piece {
-    std::string_view text;
-    bool opened;  // by an opening brace before it
-    bool closed;  // by a closing brace behind it
-    bool first;   // in the file
-    bool last;
-    size_t line;
+// More remarks hide the important ones.
+constexpr size_t kMaxRemarks = 10;
 
-    bool IsFlatObject() const { return opened && closed; }
+// The most important kind first.
+enum class Kind { locks, switchedOff, nearMiss, ignored, otherPath, file };
+
+struct Finding {
+    Kind kind;
+    Remark remark;
 };
 
-std::optional<Piece> NextPiece(std::string_view rules, size_t& at) {
-    if (at > rules.size()) {
-        return std::nullopt;
-    }
-    const size_t end = std::min(rules.find_first_of("{}", at), rules.size());
-    const bool opened = at > 0 && rules[at - 1] == '{';
-    const bool closed = end < rules.size() && rules[end] == '}';
-    const std::string_view text = rules.substr(at, end - at);
-    // The line of what is written in the piece, not of the brace before it.
-    const size_t first = at + std::min(text.find_first_not_of(" \t\r\n"), text.size());
-    const auto line =
-        1 + std::count(rules.begin(), rules.begin() + static_cast<ptrdiff_t>(first), '\n');
-    const bool firstPiece = at == 0;
-    at = end + 1;
-    return Piece{text, opened, closed, firstPiece, end == rules.size(), static_cast<size_t>(line)};
-}
-
-std::wstring TargetOf(std::string_view text) {
-    return kelvaro::WideFromBytes(CP_UTF8, 0, ExtractStringField(text, "target", {}));
-}
-
-std::wstring FileName(std::wstring_view canonical) {
-    return std::wstring(canonical.substr(canonical.rfind(L'\\') + 1));
-}
-
-// The target as a full JSON reader would take it, \u escapes decoded.
-std::wstring TargetWithCodePoints(std::string_view text) {
-    const auto raw = kelvaro::FindStringField(text, "target");
-    std::wstring target;
-    for (std::wstring units = kelvaro::WideFromBytes(CP_UTF8, 0, raw.value_or(""));
-         !units.empty();) {
-        size_t taken = 1;
-        wchar_t unit = units[0];
-        if (units.size() >= 2 && unit == L'\\') {
-            unit = units[1];
-            taken = 2;
-            const std::string digits = Utf8(units.substr(2, 4));
-            unsigned value = 0;
-            const auto [end, error] =
-                std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
-            if (unit == L'u' && error == std::errc() && end == digits.data() + 4) {
-                unit = static_cast<wchar_t>(value);
-                taken = 6;
-            }
-        }
-        target.push_back(unit);
-        units.erase(0, taken);
-    }
-    return target;
-}
-
-std::wstring WithoutSeparators(std::wstring text) {
-    std::erase(text, L'\\');
-    return text;
-}
-
-// What keeps a rule that is not for `canonical` from being for it; empty when it is about something
-// else altogether.
-std::string NearMiss(std::string_view text, std::wstring_view canonical) {
-    const std::wstring target = TargetOf(text);
-    const std::wstring other = NormalizePath(target);
-    if (other == canonical) {
-        const std::string type = ExtractStringField(text, "type", {});
-        return "its type is \"" + type + "\", and only \"exe\" locks a program";
-    }
-    if (NormalizePath(TargetWithCodePoints(text)) == canonical) {
-        return "a letter of its path is written as \\u and four digits, which are not decoded; "
-               "write "
-               "the letter itself, in UTF-8";
-    }
-    if (!other.empty() && other == WithoutSeparators(std::wstring(canonical))) {
-        return "its backslashes are not doubled, so they are lost: the path is " + Utf8(target);
-    }
-    if (FileName(other) == FileName(canonical)) {
-        return "it names another path, " + Utf8(other) +
-               " (compared as written: nothing is expanded or resolved)";
-    }
-    return {};
-}
-
-std::string InLine(size_t line, std::string_view what) {
-    return "  line " + std::to_string(line) + ": " + std::string(what) + "\n";
-}
-
 bool IsUtf16(std::string_view rules) {
-    return rules.starts_with("\xFF\xFE") || rules.starts_with("\xFE\xFF");
+    return rules.starts_with("\xFF\xFE") || rules.starts_with("\xFE\xFF") ||
+           (rules.size() >= 2 && (rules[0] == '\0') != (rules[1] == '\0'));
 }
 
-// Why a piece that reads like a rule is none.
-const char* WhatIsMissing(const Piece& piece) {
-    if (piece.first) {
-        return "a rule for it is not seen, because no brace opens it";
+// Explains why a piece that means `program` is not a flat object. Empty if it does not mean it.
+std::string ExplainBraces(std::string_view rules, const RulePiece& piece, const Program& program) {
+    const bool hasBrace = piece.opened || piece.closed;
+    const bool means = kelvaro::IsRuleFor(piece.text, program.canonical) ||
+                       !ExplainNearMiss(piece.text, program).empty();
+    if (!hasBrace || !means) {
+        return {};
     }
-    if (piece.last) {
-        return "a rule for it is not seen, because no brace closes it";
+    const auto begin = static_cast<size_t>(piece.text.data() - rules.data());
+    if (begin == 0 && !piece.opened) {
+        return "a rule for it has no opening brace: write { before it";
     }
-    return "a rule for it is not seen, because there is a brace inside (an object in the rule, or "
-           "a "
-           "brace in a text)";
+    if (begin + piece.text.size() == rules.size() && !piece.closed) {
+        return "a rule for it has no closing brace: write } after it";
+    }
+    return "a rule for it is ignored, because it contains an object or a brace: remove that from "
+           "the rule";
 }
 
-std::string ExplainPiece(const Piece& piece, std::wstring_view canonical) {
-    if (!piece.IsFlatObject()) {
-        const bool named = NormalizePath(TargetOf(piece.text)) == canonical;
-        return named ? InLine(piece.line, WhatIsMissing(piece)) : std::string();
+class Explainer {
+  public:
+    Explainer(std::string_view rules, const std::wstring& target)
+        : rules_(rules), program_(target) {}
+
+    Explanation Run() {
+        kelvaro::RulePieces pieces(rules_);
+        while (const auto piece = pieces.Next()) {
+            explanation_.rules += piece->IsFlatObject() ? 1 : 0;
+            Examine(*piece);
+        }
+        ExamineProgram();
+        ExamineSyntax();
+        explanation_.canonical = program_.canonical;
+        Summarise();
+        return std::move(explanation_);
     }
-    if (kelvaro::IsRuleFor(piece.text, canonical)) {
-        return InLine(piece.line, "a rule for it is switched off (\"enabled\" is false)");
+
+  private:
+    void Examine(const RulePiece& piece) {
+        const std::string_view text = piece.text;
+        if (!piece.IsFlatObject()) {
+            Add(Kind::ignored, text, ExplainBraces(rules_, piece, program_));
+        } else if (kelvaro::RuleLocks(text, program_.canonical)) {
+            const auto begin = static_cast<size_t>(text.data() - rules_.data());
+            const std::string surprise = ExplainUnexpectedLock(text, rules_.substr(0, begin));
+            Add(Kind::locks, text,
+                surprise.empty() ? "this rule locks it" : "this rule locks it; " + surprise);
+        } else if (kelvaro::IsRuleFor(text, program_.canonical)) {
+            Add(Kind::switchedOff, text,
+                "the rule for it is switched off: write \"enabled\": true");
+        } else if (const std::string miss = ExplainNearMiss(text, program_); !miss.empty()) {
+            Add(Kind::nearMiss, text, miss);
+        } else {
+            Add(Kind::otherPath, text, ExplainOtherPath(text, program_));
+        }
     }
-    const std::string miss = NearMiss(piece.text, canonical);
-    return miss.empty() ? miss : InLine(piece.line, "a rule nearly fits: " + miss);
-}
+
+    // `text` is the piece of the rule file that the remark is about, after those of earlier calls.
+    void Add(Kind kind, std::string_view text, const std::string& remark) {
+        if (remark.empty()) {
+            return;
+        }
+        const auto begin = static_cast<size_t>(text.data() - rules_.data());
+        // The line of the first field, not of the brace before it.
+        const size_t first = begin + std::min(text.find_first_not_of("{ \t\r\n"), text.size());
+        const std::string_view passed = rules_.substr(counted_, first - counted_);
+        line_ += static_cast<size_t>(std::count(passed.begin(), passed.end(), '\n'));
+        counted_ = first;
+        findings_.push_back({kind, {line_, remark}});
+    }
+
+    void ExamineProgram() {
+        if (program_.canonical.find_first_of(L"{}") != std::wstring::npos) {
+            findings_.push_back({Kind::switchedOff,
+                                 {0,
+                                  "its path contains a brace, and rules with braces inside are "
+                                  "ignored: it cannot be locked"}});
+        }
+        if (program_.canonical.find(L'%') != std::wstring::npos) {
+            findings_.push_back({Kind::file,
+                                 {0,
+                                  "its path is compared as it is written, with the name of the "
+                                  "environment variable"}});
+        }
+    }
+
+    void ExamineSyntax() {
+        if (explanation_.rules == 0) {
+            return;
+        }
+        try {
+            [[maybe_unused]] const auto document = nlohmann::json::parse(rules_);
+        } catch (const nlohmann::json::exception& error) {
+            const std::string text = error.what();
+            const size_t at = std::min(text.find("at line"), text.size());
+            findings_.push_back({Kind::file,
+                                 {0, "the rule file is not valid JSON (" +
+                                         text.substr(at, text.find(':', at) - at) +
+                                         "); other programs may refuse it"}});
+        }
+    }
+
+    // Explains why no rule is for the program, if no rule nearly is.
+    std::string ExplainNoRule() const {
+        if (explanation_.rules == 1) {
+            return "the only rule in the file is not for it";
+        }
+        if (explanation_.rules > 1) {
+            return "none of the " + std::to_string(explanation_.rules) +
+                   " rules in the file is for it";
+        }
+        if (rules_.find_first_not_of(" \t\r\n") == std::string_view::npos) {
+            return "the rule file is empty";
+        }
+        return rules_.find('{') != std::string_view::npos
+                   ? "the rule file ends before the closing brace of a rule"
+                   : "the rule file contains no JSON object";
+    }
+
+    // Takes the most important finding as the reason and the first ones of the others as remarks.
+    void Summarise() {
+        const auto reason = std::min_element(
+            findings_.begin(), findings_.end(),
+            [](const Finding& left, const Finding& right) { return left.kind < right.kind; });
+        const bool locked = reason != findings_.end() && reason->kind == Kind::locks;
+        explanation_.state = locked ? LockState::locked : LockState::notLocked;
+        if (reason == findings_.end() || reason->kind == Kind::file) {
+            explanation_.reason = {0, ExplainNoRule()};
+        } else {
+            explanation_.reason = reason->remark;
+            findings_.erase(reason);
+        }
+        const size_t shown = std::min(findings_.size(), kMaxRemarks);
+        for (size_t at = 0; at < shown; ++at) {
+            explanation_.remarks.push_back(findings_[at].remark);
+        }
+        if (shown < findings_.size()) {
+            explanation_.remarks.push_back(
+                {0, std::to_string(findings_.size() - shown) + " more remarks are not shown"});
+        }
+    }
+
+    std::string_view rules_;
+    Program program_;
+    std::vector<Finding> findings_;
+    size_t counted_ = 0;  // how far the lines are counted
+    size_t line_ = 1;
+    Explanation explanation_;
+};
 
 }  // namespace
 
-std::string ExplainLock(std::string_view rules, const std::wstring& target) {
-    const std::wstring canonical = NormalizePath(target);
-    const std::string program = "The program " + Utf8(target);
-    if (rules.empty()) {
-        return program + " is not locked: the rule file is missing, empty or cannot be read.\n";
-    }
+Explanation ExplainLock(std::string_view rules, const std::wstring& target) {
     if (IsUtf16(rules)) {
-        return program + " is not locked: the rule file is in UTF-16, and only UTF-8 is read.\n";
+        Explanation explanation;
+        explanation.state = LockState::notLocked;
+        explanation.reason = {0, "the rule file is in UTF-16: save it as UTF-8"};
+        explanation.canonical = Program(target).canonical;
+        return explanation;
     }
-    std::string notes;
-    size_t at = 0;
-    size_t objects = 0;
-    while (const auto piece = NextPiece(rules, at)) {
-        objects += piece->IsFlatObject() ? 1 : 0;
-        const bool locks = piece->IsFlatObject() && kelvaro::IsRuleFor(piece->text, canonical) &&
-                           kelvaro::ExtractBoolField(piece->text, "enabled", true);
-        if (locks) {
-            return std::string(program)
-                .append(" is locked:\n")
-                .append(notes)
-                .append(InLine(piece->line, "this rule locks it"));
-        }
-        notes += ExplainPiece(*piece, canonical);
-    }
-    std::string answer = program + " is not locked";
-    if (canonical.find_first_of(L"{}") != std::wstring::npos) {
-        notes += "  its path has a brace in it, and a rule with a brace is never seen\n";
-    }
-    answer += notes.empty() ? ": none of the " + std::to_string(objects) +
-                                  " rules that can be seen is for it.\n"
-                            : ":\n" + notes;
-    return answer + "  compared as " + Utf8(canonical) + "\n";
+    return Explainer(rules, target).Run();
 }
 
 }  // namespace rightclick

@@ -2,12 +2,29 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace rightclick {
 
-// Why the program at `target` counts as locked or not by `rules`, the bytes of the rule file: the
-// rule that locks it, or each rule that nearly does and what keeps it from it. Lines for people, in
-// UTF-8.
-std::string ExplainLock(std::string_view rules, const std::wstring& target);
+enum class LockState { locked, notLocked, unknown };
+
+// A sentence about a rule or, if `line` is 0, about the whole rule file.
+struct Remark {
+    size_t line;
+    std::string text;
+};
+
+// Why a program is locked or not.
+struct Explanation {
+    LockState state = LockState::unknown;
+    Remark reason = {};           // the most important remark
+    std::vector<Remark> remarks;  // the others, in the order of the file
+    std::wstring canonical;       // the path of the program as it is compared
+    size_t rules = 0;             // the number of objects that can be rules
+};
+
+// Explains why `rules`, the content of the rule file, lock the program at `target` or not. Names
+// the rule that locks it, or each rule that nearly does and what to write instead.
+Explanation ExplainLock(std::string_view rules, const std::wstring& target);
 
 }  // namespace rightclick

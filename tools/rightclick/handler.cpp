@@ -6,6 +6,7 @@
 
 #include "common/owners.h"
 #include "common/text.h"
+#include "console/console.h"
 
 namespace rightclick {
 namespace {
@@ -27,8 +28,8 @@ std::wstring ReadDefaultValue(HKEY root, const std::wstring& path) {
     return text;
 }
 
-// The default value of a key of the classes. The user's come first; not every implementation of the
-// platform shows them under the merged root too.
+// Returns the default value of a class key. Reads the user's classes first, because Wine does not
+// merge them into HKEY_CLASSES_ROOT.
 std::wstring ReadClassValue(const std::wstring& path) {
     const std::wstring own = ReadDefaultValue(HKEY_CURRENT_USER, L"Software\\Classes\\" + path);
     return own.empty() ? ReadDefaultValue(HKEY_CLASSES_ROOT, path) : own;
@@ -53,15 +54,32 @@ std::wstring ClassOfFile(const std::wstring& file) {
     return known;
 }
 
-std::optional<Handler> FindHandler(const std::wstring& fileClass) {
+Registration FindRegistration(const std::wstring& fileClass) {
+    const std::string forClass = "registered for " + console::Utf8(fileClass);
     const std::wstring clsid =
         ReadClassValue(fileClass + L"\\shellex\\ContextMenuHandlers\\VorandelKelvaro");
+    if (clsid.empty()) {
+        return {{},
+                "nothing is " + forClass +
+                    " for this user; rightclick --register LIBRARY registers the extension"};
+    }
     Handler handler = {};
-    if (clsid.empty() || FAILED(CLSIDFromString(clsid.c_str(), &handler.clsid))) {
-        return std::nullopt;
+    if (FAILED(CLSIDFromString(clsid.c_str(), &handler.clsid))) {
+        return {
+            {},
+            "\"" + console::Utf8(clsid) + "\" is " + forClass + "; it is not a class identifier"};
     }
     handler.library = ReadClassValue(L"CLSID\\" + clsid + L"\\InprocServer32");
-    return handler.library.empty() ? std::nullopt : std::optional(handler);
+    if (handler.library.empty()) {
+        return {
+            {},
+            "the class " + console::Utf8(clsid) + " is " + forClass + ", but without a library"};
+    }
+    return {handler, {}};
+}
+
+std::optional<Handler> FindHandler(const std::wstring& fileClass) {
+    return FindRegistration(fileClass).handler;
 }
 
 }  // namespace rightclick

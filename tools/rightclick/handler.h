@@ -7,18 +7,26 @@
 
 namespace rightclick {
 
-// Where the registry sends the shell for a file's context menu.
+// A registered context-menu handler: its class and the library that implements it.
 struct Handler {
     CLSID clsid;
     std::wstring library;
 };
 
-// The class that the registry puts a file with the name `file` in: "exefile", "lnkfile", another,
-// or empty.
+// The result of looking for the extension in the registry.
+struct Registration {
+    std::optional<Handler> handler;
+    std::string problem;  // why there is no handler
+};
+
+// Returns the registered class of the file name `file`, such as "exefile" or "lnkfile". Empty if
+// its extension is not registered.
 std::wstring ClassOfFile(const std::wstring& file);
 
-// The extension that is registered for files of `fileClass`; nothing when none is or the entries
-// lead nowhere.
+// Returns the handler of this extension that is registered for `fileClass`.
+Registration FindRegistration(const std::wstring& fileClass);
+
+// Returns the handler of FindRegistration.
 std::optional<Handler> FindHandler(const std::wstring& fileClass);
 
 }  // namespace rightclick

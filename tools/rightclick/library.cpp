@@ -2,6 +2,8 @@
 
 #include <objbase.h>
 
+#include "common/result.h"
+
 namespace rightclick {
 
 Library::~Library() {
@@ -13,10 +15,10 @@ Library::~Library() {
 HRESULT CallRegistration(const std::wstring& file, const char* name) {
     const Library library(file);
     if (!library.IsLoaded()) {
-        return HRESULT_FROM_WIN32(GetLastError());
+        return kelvaro::FailureFromWin32(GetLastError());
     }
     const auto call = library.Export<HRESULT(STDMETHODCALLTYPE*)()>(name);
-    return call == nullptr ? HRESULT_FROM_WIN32(GetLastError()) : call();
+    return call == nullptr ? kelvaro::FailureFromWin32(GetLastError()) : call();
 }
 
 }  // namespace rightclick

@@ -6,7 +6,7 @@
 
 namespace rightclick {
 
-// A loaded library of the extension's kind, freed at the end.
+// Loads a library and frees it at the end of its scope.
 class Library {
   public:
     explicit Library(const std::wstring& file) : module_(LoadLibraryW(file.c_str())) {}
@@ -17,7 +17,7 @@ class Library {
     bool IsLoaded() const { return module_ != nullptr; }
     HMODULE Handle() const { return module_; }
 
-    // The export `name` as a function of type `Function`; null when there is none.
+    // Returns the export `name` as a pointer of type `Function`. Null if there is no such export.
     template <class Function>
     Function Export(const char* name) const {
         return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module_, name)));
@@ -27,8 +27,9 @@ class Library {
     HMODULE module_;
 };
 
-// Does what the platform's registration tool does: loads `file`, calls its export `name`
-// ("DllRegisterServer" or its counterpart) and returns its result, or why it could not be called.
+// Loads the library `file` and calls its export `name` ("DllRegisterServer" or
+// "DllUnregisterServer"), as regsvr32 does. Returns the result of the call, or the error that
+// prevented it.
 HRESULT CallRegistration(const std::wstring& file, const char* name);
 
 }  // namespace rightclick

@@ -6,16 +6,18 @@
 
 #include "common/file.h"
 #include "console/console.h"
-#include "log/log.h"
 #include "menu/shortcut_target.h"
-#include "rightclick/explain.h"
+#include "rightclick/explain_report.h"
 #include "rightclick/handler.h"
 #include "rightclick/library.h"
 #include "rightclick/menu_screen.h"
 #include "rightclick/options.h"
+#include "rightclick/reason.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
 #include "rightclick/right_click.h"
+#include "rightclick/target.h"
+#include "rightclick/watch.h"
 #include "rules/lock_lookup.h"
 #include "server/clsid.h"
 
@@ -26,7 +28,12 @@ constexpr int kOffered = 0;
 constexpr int kNothingOffered = 1;
 constexpr int kWrongUsage = 2;
 
-// Initialises COM for the thread, as the shell has done on its own.
+// The exit status of --explain.
+constexpr int kLocked = 0;
+constexpr int kNotLocked = 1;
+constexpr int kCannotTell = 2;
+
+// Initialises COM for the calling thread, as the shell does for its threads.
 class ComApartment {
   public:
     ComApartment() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
@@ -35,23 +42,9 @@ class ComApartment {
     ComApartment& operator=(const ComApartment&) = delete;
 };
 
-int Complain(const std::string& what) {
+int FailUsage(const std::string& what) {
     console::Print(stderr, "rightclick: " + what + "\n");
     return kWrongUsage;
-}
-
-std::string ReadLog() {
-    return std::string(kelvaro::ReadFileBytes(kelvaro::kLogFilePath).View());
-}
-
-std::vector<std::string> LinesBehind(const std::string& log, size_t begin) {
-    std::vector<std::string> lines;
-    for (size_t at = begin; at < log.size();) {
-        const size_t end = std::min(log.find("\r\n", at), log.size());
-        lines.push_back(console::Utf8(console::FromLatin1(log.substr(at, end - at))));
-        at = end + 2;
-    }
-    return lines;
 }
 
 int ChangeRegistration(const Options& options) {
@@ -62,59 +55,83 @@ int ChangeRegistration(const Options& options) {
     return SUCCEEDED(result) ? kOffered : kNothingOffered;
 }
 
-// The handler to ask: the one that was named, or the registered one.
-std::optional<Handler> ChooseHandler(const Options& options, std::string& note) {
+// Returns the library of the command line, or the registered handler.
+Registration ChooseHandler(const Options& options) {
     if (!options.library.empty()) {
-        return Handler{kelvaro::kShellExtClsid, options.library};
+        return {Handler{kelvaro::kShellExtClsid, options.library}, {}};
     }
-    const std::wstring fileClass = ClassOfFile(options.files.front());
-    auto handler = FindHandler(fileClass);
-    if (!handler) {
-        handler = FindHandler(L"exefile");
-        note = "the shell asks no handler for this kind of file; asked the one for programs";
+    const std::wstring& file = options.files.front();
+    Registration found = FindRegistration(ClassOfFile(file));
+    // The shell does not load the extension for other files. Then the file is the reason, not the
+    // registration.
+    if (!found.handler && kelvaro::KindOfFile(file) == kelvaro::FileKind::other) {
+        found = FindRegistration(L"exefile");
+        found.problem = found.handler ? "" : ExplainSelection(options);
     }
-    return handler;
+    return found;
+}
+
+// Returns notes on selected files that Explorer does not show or does not show as files.
+std::vector<std::string> NotesOnFiles(const std::vector<std::wstring>& files) {
+    std::vector<std::string> notes;
+    for (const std::wstring& file : files) {
+        const DWORD attributes = GetFileAttributesW(file.c_str());
+        if (!kelvaro::PathExists(file.c_str())) {
+            notes.push_back(FileName(file) + " does not exist; Explorer could not have shown it");
+        } else if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+            notes.push_back(FileName(file) + " is a folder; Explorer has no such item for folders");
+        }
+    }
+    return notes;
 }
 
 int ReportRightClick(const Options& options) {
     if (options.popup && !MenuScreen::IsThere()) {
-        return Complain("--popup needs the Windows program and a screen");
+        return FailUsage("--popup needs the Windows program and a screen");
     }
     Surroundings surroundings;
     surroundings.colour = std::getenv("NO_COLOR") == nullptr && console::IsTerminal(stdout);
-    const auto handler = ChooseHandler(options, surroundings.note);
-    if (!handler) {
-        return Complain(
-            "no handler is registered; register one with rightclick --register LIBRARY");
+    surroundings.notes = NotesOnFiles(options.files);
+    if (ExplainSelection(options).empty()) {
+        surroundings.target = ReadTarget(options.files.front());
+        surroundings.locked = kelvaro::IsTargetLocked(surroundings.target->program);
     }
+    const auto [handler, problem] = ChooseHandler(options);
+    surroundings.problem = problem;
     const size_t logBegin = options.log ? ReadLog().size() : 0;
-    const Outcome outcome = RightClick(*handler, options);
+    const Outcome outcome = handler ? RightClick(*handler, options) : Outcome{};
     if (options.log) {
-        surroundings.logLines = LinesBehind(ReadLog(), logBegin);
+        surroundings.logLines = LinesAfter(ReadLog(), logBegin);
     }
     console::Print(stdout, options.json ? ReportAsJson(options, outcome, surroundings)
                                         : ReportAsText(options, outcome, surroundings));
+    if (!handler) {
+        return kWrongUsage;
+    }
     return outcome.item ? kOffered : kNothingOffered;
 }
 
-int Explain(const std::wstring& file) {
-    const std::wstring target = kelvaro::ResolveShortcutTarget(file);
-    if (target.empty()) {
-        console::Print(stdout, "There is no program behind " + console::Utf8(file) + ".\n");
-        return kNothingOffered;
+int Explain(const Options& options) {
+    const ExplainReport report = ExplainFile(options.files.front());
+    console::Print(stdout, options.json ? ReportAsJson(report) : ReportAsText(report));
+    switch (report.explanation.state) {
+        case LockState::locked:
+            return kLocked;
+        case LockState::notLocked:
+            return kNotLocked;
+        case LockState::unknown:
+            break;
     }
-    const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
-    console::Print(stdout, ExplainLock(rules.View(), target));
-    return kOffered;
+    return kCannotTell;
 }
 
 int Run(const Options& options) {
     if (!options.error.empty()) {
-        return Complain(options.error + " (rightclick --help tells how)");
+        return FailUsage(options.error + " (see rightclick --help)");
     }
     switch (options.action) {
         case Action::help:
-            console::Print(stdout, kHelp);
+            console::Print(stdout, HelpText());
             return kOffered;
         case Action::version:
             console::Print(stdout, "rightclick " KELVARO_VERSION "\n");
@@ -123,7 +140,10 @@ int Run(const Options& options) {
         case Action::unregisterLibrary:
             return ChangeRegistration(options);
         case Action::explain:
-            return Explain(options.files.front());
+            return Explain(options);
+        case Action::watch:
+            WatchLog();
+            return kOffered;
         case Action::rightClick:
             break;
     }

@@ -6,22 +6,22 @@
 
 namespace rightclick {
 
-// Where a popup menu is shown to a person.
+// Shows a popup menu on the screen.
 class MenuScreen {
   public:
     MenuScreen() = default;
-    ~MenuScreen();  // NOLINT(performance-trivially-destructible): it is where there is a screen
+    ~MenuScreen();  // NOLINT(performance-trivially-destructible): not trivial on Windows
     MenuScreen(const MenuScreen&) = delete;
     MenuScreen& operator=(const MenuScreen&) = delete;
 
-    // Whether there is a screen at all.
+    // Returns whether there is a screen.
     static bool IsThere();
 
-    // Shows `menu` at the pointer, between an "Open" above and a "Properties" below as the shell
-    // has them, and waits. The identifier of the chosen item, nothing when none was chosen.
+    // Shows `menu` at the pointer, with the shell's "Open" above and "Properties" below, and waits
+    // until it closes. Returns the identifier of the chosen item; std::nullopt if none was chosen.
     std::optional<UINT> Show(HMENU menu);
 
-    // The window that the menu belonged to; null before it is shown.
+    // The owner window of the menu. Null before Show.
     HWND Owner() const { return owner_; }
 
   private:

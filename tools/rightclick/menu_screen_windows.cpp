@@ -3,7 +3,7 @@
 namespace rightclick {
 namespace {
 
-// Below the identifiers that the handler is given.
+// Less than the identifiers that the handler may use.
 constexpr UINT kOpen = 1;
 constexpr UINT kProperties = 2;
 
@@ -30,7 +30,7 @@ std::optional<UINT> MenuScreen::Show(HMENU menu) {
     GetCursorPos(&pointer);
     owner_ = CreateWindowExW(WS_EX_TOOLWINDOW, L"STATIC", L"rightclick", WS_POPUP | WS_VISIBLE,
                              pointer.x, pointer.y, 1, 1, nullptr, nullptr, nullptr, nullptr);
-    // A menu of a window in the background would not close on a click elsewhere.
+    // If its owner is in the background, a menu does not close on a click outside it.
     SetForegroundWindow(owner_);
     const BOOL chosen = TrackPopupMenu(menu, TPM_RETURNCMD | TPM_NONOTIFY, pointer.x, pointer.y, 0,
                                        owner_, nullptr);

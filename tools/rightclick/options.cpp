@@ -1,45 +1,63 @@
 #include "rightclick/options.h"
 
-#include <cwchar>
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <cstdlib>
 
+#include "common/code_page.h"
 #include "console/console.h"
 
 namespace rightclick {
-
-const char* const kHelp =
-    R"(rightclick - does what the desktop shell does when somebody right-clicks a file
-
-usage: rightclick [options] FILE...
-       rightclick --explain FILE
-       rightclick --register LIBRARY | --unregister LIBRARY
-
-FILE... is one selection: Windows paths (C:\Apps\Tool.exe) or paths of this machine. The handler
-that is registered for the first file's class is loaded, asked for its menu item and unloaded.
-
-  --choose              choose the item too
-  --verb NAME           choose the command called NAME, whatever the item
-  --popup               show the menu on the screen, at the pointer, and carry out what is chosen
-                        there (the Windows program only)
-  --flags HEX           menu flags for the handler (1: default item only)
-  --library FILE        ask this library instead of the registered one
-  --log                 print the log lines that this right-click added
-  --json                print one JSON object
-  --explain             say which rule locks the program, or what keeps the nearest ones from it
-  --register LIBRARY    make LIBRARY register itself
-  --unregister LIBRARY  make LIBRARY remove its registration
-  --help, --version
-
-The JSON object has: files, offered, then text, verb and help (or reason), selection (who made the
-data object), load, initialize, query and invoke (results in hex, as far as it came), unloadable, log
-(with --log) and note. Colours are for terminals only, and not where NO_COLOR is set.
-
-exit status: 0 an item was offered (or the registration succeeded), 1 none was, 2 wrong usage or
-nothing registered
-)";
-
 namespace {
 
-std::wstring FullPath(const std::wstring& path) {
+constexpr char kDescription[] =
+    R"(rightclick performs the desktop shell's calls for a right-click on a file.
+
+It loads the handler that is registered for the class of the first FILE, requests its menu item and
+unloads it.)";
+
+constexpr char kUsage[] =
+    R"(
+Usage: rightclick [OPTIONS] FILE...
+       rightclick --explain [--json] FILE
+       rightclick --watch
+       rightclick --register LIBRARY | --unregister LIBRARY
+)";
+
+constexpr char kFooter[] =
+    R"(The JSON object of a right-click has the keys files and offered; text, verb and help, or reason;
+selection (the origin of the data object); load, initialize, query and invoke (results in hexadecimal,
+as far as the calls were made); unloadable; log (with --log); and note. The JSON object of --explain
+has the keys file, target, locked (null: cannot tell), reason, remarks, compared and rule_file.
+
+Colours are used only on a terminal and only if NO_COLOR is not set.
+
+Exit status of a right-click: 0 if an item was offered, 1 if not, 2 if nothing is registered.
+Exit status of --explain: 0 if the program is locked, 1 if not, 2 if rightclick cannot tell.
+Exit status of --register and --unregister: 0 on success, 1 on failure.
+Wrong usage always ends with the exit status 2.
+)";
+
+// Prints the forms of a call instead of one generated line, and no relations between options.
+class HelpFormatter final : public CLI::Formatter {
+  public:
+    HelpFormatter() { column_width(24); }
+
+    std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
+        return kUsage;
+    }
+    std::string make_option_opts(const CLI::Option* option) const override {
+        const std::string type = option->get_type_name();
+        return type.empty() ? type : " " + type;
+    }
+};
+
+std::wstring Wide(std::string_view text) {
+    return kelvaro::WideFromBytes(CP_UTF8, 0, text);
+}
+
+std::wstring FullPath(const std::string& text) {
+    const std::wstring path = Wide(text);
     std::wstring full(32768, L'\0');
     const DWORD length =
         GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
@@ -47,101 +65,144 @@ std::wstring FullPath(const std::wstring& path) {
     return full.empty() ? path : full;
 }
 
-bool ParseFlags(const std::wstring& text, UINT& flags) {
-    wchar_t* end = nullptr;
-    const unsigned long value = std::wcstoul(text.c_str(), &end, 16);
-    flags = static_cast<UINT>(value);
-    return !text.empty() && *end == L'\0' && value <= 0xFFFFFFFFUL;
+UINT ParseFlags(const std::string& text) {
+    char* end = nullptr;
+    const unsigned long long value = std::strtoull(text.c_str(), &end, 16);
+    if (text.empty() || *end != '\0' || value > UINT32_MAX) {
+        throw CLI::ValidationError("--flags", "\"" + text + "\" is not a hexadecimal number");
+    }
+    return static_cast<UINT>(value);
 }
 
-// Walks over the arguments; what is wrong with them ends up in the options.
-class Parser {
+class CommandLine {
   public:
-    explicit Parser(const std::vector<std::wstring>& arguments) : arguments_(arguments) {}
+    CommandLine() : app_(kDescription, "rightclick") {
+        app_.formatter(std::make_shared<HelpFormatter>());
+        app_.footer(kFooter);
+        app_.set_help_flag();
+        app_.allow_windows_style_options(false);  // a path can begin with a slash
+        AddFiles();
+        AddRightClickOptions();
+        AddActions();
+    }
 
-    Options Parse() {
-        while (options_.error.empty() && at_ < arguments_.size()) {
-            TakeOne(arguments_[at_++]);
+    std::string Help() const { return app_.help(); }
+
+    Options Parse(const std::vector<std::wstring>& arguments) {
+        std::vector<std::string> reversed;  // as CLI11 expects them
+        for (auto argument = arguments.rbegin(); argument != arguments.rend(); ++argument) {
+            reversed.push_back(console::Utf8(*argument));
         }
-        const bool needsFile =
-            options_.action == Action::rightClick || options_.action == Action::explain;
-        if (needsFile && options_.error.empty() && options_.files.empty()) {
-            options_.error = "which file?";
+        try {
+            app_.parse(std::move(reversed));
+        } catch (const CLI::ParseError& error) {
+            options_.error = error.what();
+            return options_;
         }
-        return std::move(options_);
+        options_.error = CheckFiles();
+        return options_;
     }
 
   private:
-    void TakeOne(const std::wstring& argument) {
-        if (onlyFiles_ || !argument.starts_with(L"-")) {
-            options_.files.push_back(FullPath(argument));
-        } else if (argument == L"--") {
-            onlyFiles_ = true;
-        } else if (!TakeSwitch(argument) && !TakeSetting(argument)) {
-            options_.error = "unknown option " + console::Utf8(argument);
+    // Returns why the number of files is wrong. Empty if it is right.
+    std::string CheckFiles() const {
+        const size_t count = options_.files.size();
+        switch (options_.action) {
+            case Action::rightClick:
+                return count == 0 ? "no FILE is given" : "";
+            case Action::explain:
+                return count != 1 ? "--explain takes one FILE" : "";
+            case Action::watch:
+            case Action::registerLibrary:
+            case Action::unregisterLibrary:
+                return count != 0 ? "FILE is only for right-clicks and --explain" : "";
+            case Action::help:
+            case Action::version:
+                break;
         }
-    }
-
-    bool TakeSwitch(const std::wstring& name) {
-        if (name == L"--help") {
-            options_.action = Action::help;
-        } else if (name == L"--version") {
-            options_.action = Action::version;
-        } else if (name == L"--choose") {
-            options_.choose = true;
-        } else if (name == L"--explain") {
-            options_.action = Action::explain;
-        } else if (name == L"--popup") {
-            options_.popup = true;
-        } else if (name == L"--json") {
-            options_.json = true;
-        } else if (name == L"--log") {
-            options_.log = true;
-        } else {
-            return false;
-        }
-        return true;
-    }
-
-    bool TakeSetting(const std::wstring& name) {
-        const bool registers = name == L"--register";
-        const bool unregisters = name == L"--unregister";
-        if (registers || unregisters || name == L"--library") {
-            options_.library = FullPath(Value(name));
-            options_.action = registers     ? Action::registerLibrary
-                              : unregisters ? Action::unregisterLibrary
-                                            : options_.action;
-        } else if (name == L"--verb") {
-            options_.verb = Value(name);
-        } else if (name == L"--flags") {
-            if (const std::wstring text = Value(name);
-                options_.error.empty() && !ParseFlags(text, options_.flags)) {
-                options_.error = "--flags takes a hexadecimal number";
-            }
-        } else {
-            return false;
-        }
-        return true;
-    }
-
-    std::wstring Value(const std::wstring& name) {
-        if (at_ < arguments_.size()) {
-            return arguments_[at_++];
-        }
-        options_.error = console::Utf8(name) + " needs a value";
         return {};
     }
 
-    const std::vector<std::wstring>& arguments_;
-    size_t at_ = 0;
-    bool onlyFiles_ = false;
+    void AddFiles() {
+        app_.add_option_function<std::vector<std::string>>(
+                "FILE",
+                [this](const std::vector<std::string>& files) {
+                    for (const std::string& file : files) {
+                        options_.files.push_back(FullPath(file));
+                    }
+                },
+                "one selection: Windows paths (C:\\Apps\\Tool.exe)\nor paths of this machine")
+            ->type_name("");
+    }
+
+    void AddRightClickOptions() {
+        app_.add_flag("--choose", options_.choose, "also choose the item");
+        AddText("--verb", "NAME",
+                "choose the command with the verb NAME,\neven if there is no item",
+                [this](const std::string& verb) { options_.verb = Wide(verb); });
+        app_.add_flag(
+            "--popup", options_.popup,
+            "show the menu at the pointer and run the item\nthat is chosen there (only the "
+            "Windows program)");
+        AddText("--flags", "HEX", "flags for QueryContextMenu (1: default item only)",
+                [this](const std::string& text) { options_.flags = ParseFlags(text); });
+        AddText("--library", "LIBRARY", "use LIBRARY instead of the registered one",
+                [this](const std::string& file) { options_.library = FullPath(file); });
+        app_.add_flag("--log", options_.log, "print the log lines that this right-click added");
+        app_.add_flag("--json", options_.json, "print one JSON object");
+    }
+
+    void AddActions() {
+        AddAction(app_.add_flag_callback(
+            "--explain", [this] { options_.action = Action::explain; },
+            "explain which rule locks the program, or why\nsimilar rules do not match"));
+        AddAction(app_.add_flag_callback(
+            "--watch", [this] { options_.action = Action::watch; },
+            "print new log lines until Ctrl+C is pressed"));
+        AddAction(AddText("--register", "LIBRARY", "call DllRegisterServer of LIBRARY",
+                          [this](const std::string& file) {
+                              options_.action = Action::registerLibrary;
+                              options_.library = FullPath(file);
+                          }));
+        AddAction(AddText("--unregister", "LIBRARY", "call DllUnregisterServer of LIBRARY",
+                          [this](const std::string& file) {
+                              options_.action = Action::unregisterLibrary;
+                              options_.library = FullPath(file);
+                          }));
+        // The callbacks run in this order, so these two override the actions above.
+        app_.add_flag_callback(
+            "--version", [this] { options_.action = Action::version; }, "print the version");
+        app_.add_flag_callback(
+            "--help", [this] { options_.action = Action::help; }, "print this text");
+    }
+
+    CLI::Option* AddText(const std::string& name, const std::string& type,
+                         const std::string& description,
+                         const std::function<void(const std::string&)>& store) {
+        return app_.add_option_function<std::string>(name, store, description)->type_name(type);
+    }
+
+    // At most one action can be given.
+    void AddAction(CLI::Option* action) {
+        for (CLI::Option* const other : actions_) {
+            action->excludes(other);
+        }
+        actions_.push_back(action);
+    }
+
+    CLI::App app_;
     Options options_;
+    std::vector<CLI::Option*> actions_;
 };
 
 }  // namespace
 
 Options ParseOptions(const std::vector<std::wstring>& arguments) {
-    return Parser(arguments).Parse();
+    return CommandLine().Parse(arguments);
+}
+
+std::string HelpText() {
+    return CommandLine().Help();
 }
 
 }  // namespace rightclick

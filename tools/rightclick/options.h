@@ -8,26 +8,26 @@
 
 namespace rightclick {
 
-enum class Action { rightClick, explain, registerLibrary, unregisterLibrary, help, version };
+enum class Action { rightClick, explain, watch, registerLibrary, unregisterLibrary, help, version };
 
-// What the command line asks for.
+// The options of the command line.
 struct Options {
     Action action = Action::rightClick;
     std::vector<std::wstring> files;   // full paths, the selection
-    std::wstring library;              // full path; empty: the registered one
-    bool choose = false;               // choose the item by its place
-    std::optional<std::wstring> verb;  // choose the item by name
+    std::wstring library;              // full path; empty: the registered library
+    bool choose = false;               // choose the item by its position
+    std::optional<std::wstring> verb;  // choose the item with this verb
     UINT flags = 0;                    // for QueryContextMenu
     bool popup = false;                // show the menu on the screen
     bool json = false;
     bool log = false;
-    std::string error;  // not empty: wrong usage, and why
+    std::string error;  // why the usage is wrong; empty if it is right
 };
 
-// Reads the arguments behind the program's name.
+// Parses the arguments after the program's name.
 Options ParseOptions(const std::vector<std::wstring>& arguments);
 
-// What --help prints.
-extern const char* const kHelp;
+// Returns the text of --help.
+std::string HelpText();
 
 }  // namespace rightclick

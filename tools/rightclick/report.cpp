@@ -1,7 +1,10 @@
 #include "rightclick/report.h"
 
-#include "common/text.h"
+#include <nlohmann/json.hpp>
+
+#include "common/file.h"
 #include "console/console.h"
+#include "rightclick/reason.h"
 #include "rightclick/result_text.h"
 
 namespace rightclick {
@@ -9,47 +12,46 @@ namespace {
 
 using console::Utf8;
 
-std::string JsonText(std::string_view text) {
-    std::string quoted = "\"";
-    for (const char byte : text) {
-        if (byte == '"' || byte == '\\') {
-            quoted.push_back('\\');
-            quoted.push_back(byte);
-        } else if (static_cast<unsigned char>(byte) < 0x20) {
-            quoted += "\\u";
-            kelvaro::AppendNumber(quoted, static_cast<unsigned char>(byte), 16, 4);
-        } else {
-            quoted.push_back(byte);
+// Returns why there is no item.
+std::string Reason(const Options& options, const Outcome& outcome,
+                   const Surroundings& surroundings) {
+    return surroundings.problem.empty() ? ExplainNoItem(options, outcome) : surroundings.problem;
+}
+
+std::string DescribeTarget(const Options& options, const Target& target) {
+    if (target.program.empty()) {
+        return "none: " + ExplainNoProgram(options.files.front(), target) +
+               "; the item is offered as for an unlocked program, and the prompt gets the path of "
+               "the shortcut";
+    }
+    const std::string program = Utf8(target.program);
+    if (target.program.find(L'%') != std::wstring::npos) {
+        return program + " (environment variables are not expanded)";
+    }
+    return kelvaro::PathExists(target.program.c_str()) ? program : program + " (does not exist)";
+}
+
+void AddResults(nlohmann::ordered_json& json, const Outcome& outcome) {
+    json["selection"] = outcome.shellSelection ? "shell" : "drop list";
+    json["load"] = HexResult(outcome.load);
+    if (SUCCEEDED(outcome.load)) {
+        json["initialize"] = HexResult(outcome.initialize);
+        if (SUCCEEDED(outcome.initialize)) {
+            json["query"] = HexResult(outcome.query);
         }
+        json["unloadable"] = outcome.canUnload == S_OK;
     }
-    return quoted + "\"";
+    if (outcome.invoke) {
+        json["invoke"] = HexResult(*outcome.invoke);
+    }
 }
 
-std::string JsonText(const std::wstring& text) {
-    return JsonText(Utf8(text));
-}
-
-template <class Texts>
-std::string JsonList(const Texts& texts) {
-    std::string list;
-    for (const auto& text : texts) {
-        list += (list.empty() ? "" : ", ") + JsonText(text);
+std::string Join(const std::vector<std::string>& texts, const char* separator) {
+    std::string joined;
+    for (const std::string& text : texts) {
+        joined += (joined.empty() ? "" : separator) + text;
     }
-    return "[" + list + "]";
-}
-
-// Why no item is there.
-std::string Reason(const Outcome& outcome) {
-    if (FAILED(outcome.load)) {
-        return "the library could not be used: " + DescribeResult(outcome.load);
-    }
-    if (FAILED(outcome.initialize)) {
-        return "the selection was refused: " + DescribeResult(outcome.initialize);
-    }
-    if (FAILED(outcome.query)) {
-        return "the menu was refused: " + DescribeResult(outcome.query);
-    }
-    return "nothing was added to the menu: " + DescribeResult(outcome.query);
+    return joined;
 }
 
 }  // namespace
@@ -67,21 +69,27 @@ std::string ReportAsText(const Options& options, const Outcome& outcome,
     for (const std::wstring& file : options.files) {
         text += paint(kBold, Utf8(file)) + "\n";
     }
-    if (!surroundings.note.empty()) {
-        text += "  note    " + surroundings.note + "\n";
+    for (const std::string& note : surroundings.notes) {
+        text += "  note    " + note + "\n";
+    }
+    if (surroundings.target && surroundings.target->kind == kelvaro::FileKind::shortcut) {
+        text += "  target  " + DescribeTarget(options, *surroundings.target) + "\n";
+    }
+    if (surroundings.target) {
+        text += std::string("  locked  ") + (surroundings.locked ? "yes" : "no") + "\n";
     }
     if (outcome.item) {
         text += "  item    " + paint(kGreen, Utf8(outcome.item->text)) + "\n";
         text += "  verb    " + Utf8(outcome.item->verb) + "\n";
         text += "  help    " + Utf8(outcome.item->help) + "\n";
     } else {
-        text += "  " + paint(kRed, "no item") + " " + Reason(outcome) + "\n";
+        text += "  " + paint(kRed, "no item") + " " + Reason(options, outcome, surroundings) + "\n";
     }
     if (outcome.invoke) {
         text += "  chosen  " + DescribeResult(*outcome.invoke) + "\n";
     }
     if (SUCCEEDED(outcome.load) && outcome.canUnload != S_OK) {
-        text += "  warning the library says that it is still in use\n";
+        text += "  warning the library is still in use\n";
     }
     for (const std::string& line : surroundings.logLines) {
         text += "  log     " + paint(kGrey, line) + "\n";
@@ -91,35 +99,29 @@ std::string ReportAsText(const Options& options, const Outcome& outcome,
 
 std::string ReportAsJson(const Options& options, const Outcome& outcome,
                          const Surroundings& surroundings) {
-    std::string json = "{\"files\": " + JsonList(options.files);
-    json += std::string(", \"offered\": ") + (outcome.item ? "true" : "false");
+    nlohmann::ordered_json json;
+    json["files"] = nlohmann::json::array();
+    for (const std::wstring& file : options.files) {
+        json["files"].push_back(Utf8(file));
+    }
+    json["offered"] = outcome.item.has_value();
     if (outcome.item) {
-        json += ", \"text\": " + JsonText(outcome.item->text);
-        json += ", \"verb\": " + JsonText(outcome.item->verb);
-        json += ", \"help\": " + JsonText(outcome.item->help);
+        json["text"] = Utf8(outcome.item->text);
+        json["verb"] = Utf8(outcome.item->verb);
+        json["help"] = Utf8(outcome.item->help);
     } else {
-        json += ", \"reason\": " + JsonText(Reason(outcome));
+        json["reason"] = Reason(options, outcome, surroundings);
     }
-    json +=
-        std::string(", \"selection\": ") + (outcome.shellSelection ? "\"shell\"" : "\"drop list\"");
-    json += ", \"load\": " + JsonText(HexResult(outcome.load));
-    if (SUCCEEDED(outcome.load)) {
-        json += ", \"initialize\": " + JsonText(HexResult(outcome.initialize));
-        if (SUCCEEDED(outcome.initialize)) {
-            json += ", \"query\": " + JsonText(HexResult(outcome.query));
-        }
-        json += std::string(", \"unloadable\": ") + (outcome.canUnload == S_OK ? "true" : "false");
-    }
-    if (outcome.invoke) {
-        json += ", \"invoke\": " + JsonText(HexResult(*outcome.invoke));
+    if (surroundings.problem.empty()) {
+        AddResults(json, outcome);
     }
     if (options.log) {
-        json += ", \"log\": " + JsonList(surroundings.logLines);
+        json["log"] = surroundings.logLines;
     }
-    if (!surroundings.note.empty()) {
-        json += ", \"note\": " + JsonText(surroundings.note);
+    if (!surroundings.notes.empty()) {
+        json["note"] = Join(surroundings.notes, "; ");
     }
-    return json + "}\n";
+    return json.dump() + "\n";
 }
 
 }  // namespace rightclick

@@ -1,25 +1,30 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "rightclick/options.h"
 #include "rightclick/right_click.h"
+#include "rightclick/target.h"
 
 namespace rightclick {
 
-// What the report says beside the outcome.
+// What the report contains besides the outcome.
 struct Surroundings {
-    std::string note;                   // a word about how the handler was found; may be empty
-    bool colour = false;                // for a terminal
-    std::vector<std::string> logLines;  // that this right-click added, in UTF-8; only on request
+    std::vector<std::string> notes;
+    std::string problem;                // why there is no handler; empty if there is one
+    std::optional<Target> target;       // of the only selected program or shortcut
+    bool locked = false;                // a rule locks its program
+    bool colour = false;                // use terminal colours
+    std::vector<std::string> logLines;  // added by this right-click, in UTF-8
 };
 
-// The outcome for people, several lines.
+// Returns the outcome as lines of text.
 std::string ReportAsText(const Options& options, const Outcome& outcome,
                          const Surroundings& surroundings);
 
-// The same as one JSON object on one line.
+// Returns the same as one JSON object on one line.
 std::string ReportAsJson(const Options& options, const Outcome& outcome,
                          const Surroundings& surroundings);
 

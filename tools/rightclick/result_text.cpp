@@ -1,6 +1,7 @@
 #include "rightclick/result_text.h"
 
 #include "common/text.h"
+#include "console/console.h"
 
 namespace rightclick {
 namespace {
@@ -10,25 +11,17 @@ struct KnownResult {
     const char* words;
 };
 
+// Results that have a name of their own in the SDK.
 constexpr KnownResult kKnown[] = {
     {S_OK, "S_OK: done"},
     {S_FALSE, "S_FALSE: no"},
     {E_FAIL, "E_FAIL: failed"},
-    {E_INVALIDARG, "E_INVALIDARG: not for this selection"},
+    {E_INVALIDARG, "E_INVALIDARG: invalid argument"},
     {E_OUTOFMEMORY, "E_OUTOFMEMORY: not enough memory"},
-    {E_NOINTERFACE, "E_NOINTERFACE: not such an object"},
-    {E_POINTER, "E_POINTER: no place for the answer"},
-    {CLASS_E_NOAGGREGATION, "CLASS_E_NOAGGREGATION: cannot be part of another object"},
-    {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE: the library has no such class"},
-};
-
-constexpr KnownResult kKnownErrors[] = {
-    {ERROR_FILE_NOT_FOUND, "the file does not exist"},
-    {ERROR_PATH_NOT_FOUND, "the folder does not exist"},
-    {ERROR_ACCESS_DENIED, "access is denied"},
-    {ERROR_MOD_NOT_FOUND, "the library, or one that it needs, does not exist"},
-    {ERROR_PROC_NOT_FOUND, "the library has no such export"},
-    {ERROR_BAD_EXE_FORMAT, "the file is no library for this machine"},
+    {E_NOINTERFACE, "E_NOINTERFACE: interface not supported"},
+    {E_POINTER, "E_POINTER: invalid pointer"},
+    {CLASS_E_NOAGGREGATION, "CLASS_E_NOAGGREGATION: aggregation not supported"},
+    {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE: the library does not have this class"},
 };
 
 bool IsSystemError(HRESULT result) noexcept {
@@ -43,22 +36,28 @@ std::string HexResult(HRESULT result) {
     return text;
 }
 
+std::string SystemText(HRESULT result) {
+    const DWORD code =
+        IsSystemError(result) ? DWORD{HRESULT_CODE(result)} : static_cast<DWORD>(result);
+    wchar_t text[512] = {};
+    FormatMessageW(
+        FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
+        nullptr, code, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
+    std::string words = console::Utf8(kelvaro::TrimWhitespace(text));
+    if (words.ends_with('.')) {
+        words.pop_back();
+    }
+    return words;
+}
+
 std::string DescribeResult(HRESULT result) {
     for (const auto& [known, words] : kKnown) {
         if (known == result) {
             return HexResult(result) + " (" + words + ")";
         }
     }
-    if (!IsSystemError(result)) {
-        return HexResult(result);
-    }
-    const DWORD error = HRESULT_CODE(result);
-    for (const auto& [known, words] : kKnownErrors) {
-        if (static_cast<DWORD>(known) == error) {
-            return HexResult(result) + " (" + words + ")";
-        }
-    }
-    return HexResult(result) + " (system error " + std::to_string(error) + ")";
+    const std::string words = SystemText(result);
+    return words.empty() ? HexResult(result) : HexResult(result) + " (" + words + ")";
 }
 
 }  // namespace rightclick

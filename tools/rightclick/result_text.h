@@ -6,10 +6,14 @@
 
 namespace rightclick {
 
-// `result` in hex and words: "0x80070057 (E_INVALIDARG: an argument is not valid)".
+// Returns `result` in hexadecimal and in words: "0x80004005 (E_FAIL: failed)".
 std::string DescribeResult(HRESULT result);
 
-// `result` in hex: "0x80070057".
+// Returns the system's text for `result`, without its full stop: "Access is denied". Empty if the
+// system has no text for it.
+std::string SystemText(HRESULT result);
+
+// Returns `result` in hexadecimal: "0x80070057".
 std::string HexResult(HRESULT result);
 
 }  // namespace rightclick

@@ -2,7 +2,9 @@
 
 #include <shlobj.h>
 
+#include "common/file.h"
 #include "common/owners.h"
+#include "common/result.h"
 #include "console/console.h"
 #include "rightclick/library.h"
 #include "rightclick/menu_screen.h"
@@ -15,7 +17,7 @@ namespace {
 
 using kelvaro::ComPtr;
 
-// The shell's numbers: its own items lie below.
+// The identifier range for the handler. The shell uses smaller ones for its own items.
 constexpr UINT kFirstId = 100;
 constexpr UINT kLastId = 0x7FFF;
 constexpr UINT kTextCapacity = 512;
@@ -28,8 +30,8 @@ std::wstring CommandText(IContextMenu& menu, UINT_PTR command, UINT kind) {
 }
 
 HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command, HWND owner) {
-    // Names stand on the stack: a handler tells a name from a number by the middle bits of the
-    // pointer, and some heaps lie where those are zero.
+    // The names are on the stack: a handler recognises a name by non-zero bits above the low 16 of
+    // the pointer, and some heaps are at addresses where these are zero.
     wchar_t wideVerb[kTextCapacity] = {};
     char verb[kTextCapacity] = {};
     lstrcpynW(wideVerb, options.verb.value_or(L"").c_str(), kTextCapacity);
@@ -47,11 +49,14 @@ HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command, HWN
     return menu.InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&request));
 }
 
-HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>& object) {
+HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>& object,
+                   LoadStep& step) {
+    step = LoadStep::findExport;
     const auto getClassObject = library.Export<decltype(&DllGetClassObject)>("DllGetClassObject");
     if (getClassObject == nullptr) {
-        return HRESULT_FROM_WIN32(GetLastError());
+        return kelvaro::FailureFromWin32(GetLastError());
     }
+    step = LoadStep::createObject;
     ComPtr<IClassFactory> factory;
     const HRESULT result = getClassObject(clsid, IID_IClassFactory, factory.Put());
     return FAILED(result) ? result
@@ -97,14 +102,17 @@ void UseObject(IShellExtInit& object, const Options& options, Outcome& outcome) 
 
 Outcome RightClick(const Handler& handler, const Options& options) {
     Outcome outcome;
+    outcome.library = handler.library;
     const Library library(handler.library);
     if (!library.IsLoaded()) {
-        outcome.load = HRESULT_FROM_WIN32(GetLastError());
+        outcome.load = kelvaro::FailureFromWin32(GetLastError());
+        outcome.loadStep = kelvaro::PathExists(handler.library.c_str()) ? LoadStep::loadLibrary
+                                                                        : LoadStep::findLibrary;
         return outcome;
     }
     {
         ComPtr<IShellExtInit> object;
-        outcome.load = MakeObject(library, handler.clsid, object);
+        outcome.load = MakeObject(library, handler.clsid, object, outcome.loadStep);
         if (SUCCEEDED(outcome.load)) {
             UseObject(*object.Get(), options, outcome);
         }

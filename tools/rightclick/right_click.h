@@ -18,19 +18,24 @@ struct Item {
     std::wstring help;
 };
 
-// What became of one right-click.
+// The last step of making the extension's object.
+enum class LoadStep { findLibrary, loadLibrary, findExport, createObject };
+
+// The results of one right-click.
 struct Outcome {
-    bool shellSelection = false;    // whether the shell made the data object
-    HRESULT load = E_FAIL;          // of loading the library and making the object
-    HRESULT initialize = E_FAIL;    // of handing it the selection
-    HRESULT query = E_FAIL;         // of asking for items: their number when it succeeded
-    std::optional<Item> item;       // the one that was offered
-    std::optional<HRESULT> invoke;  // of choosing, where that was asked for
-    HRESULT canUnload = S_FALSE;    // S_OK once nothing of the library was in use
+    std::wstring library;         // the library of the handler
+    bool shellSelection = false;  // the data object comes from the shell
+    HRESULT load = E_FAIL;        // of loading the library and creating the object
+    LoadStep loadStep = LoadStep::findLibrary;
+    HRESULT initialize = E_FAIL;    // of IShellExtInit::Initialize
+    HRESULT query = E_FAIL;         // of QueryContextMenu; the number of items on success
+    std::optional<Item> item;       // the added item
+    std::optional<HRESULT> invoke;  // of InvokeCommand, if the item was chosen
+    HRESULT canUnload = S_FALSE;    // of DllCanUnloadNow at the end
 };
 
-// Right-clicks the files of `options` with `handler`, step by step as the shell does. COM is
-// initialised on the calling thread.
+// Performs the calls of the shell for a right-click on the files of `options` with `handler`. The
+// calling thread must have initialised COM.
 Outcome RightClick(const Handler& handler, const Options& options);
 
 }  // namespace rightclick

@@ -11,11 +11,11 @@ namespace rightclick {
 
 struct Selection {
     IDataObject* dataObject;  // one reference
-    bool fromShell;           // whether the shell made it
+    bool fromShell;           // the shell created it
 };
 
-// What the shell would hand to the extension for `files` (full paths): its own data object where
-// there is a shell that knows them all, else one with their drop list.
+// Returns the data object that the shell passes to the extension for `files` (full paths): the
+// shell's own, or one with a drop list if the shell does not provide one for these files.
 Selection MakeSelection(const std::vector<std::wstring>& files);
 
 }  // namespace rightclick

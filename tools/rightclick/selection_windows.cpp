@@ -7,7 +7,7 @@
 namespace rightclick {
 namespace {
 
-// The shell's names of some files, freed at the end.
+// The shell's item identifier lists of some files. Frees them at the end of its scope.
 class ItemLists {
   public:
     ItemLists() = default;
@@ -33,8 +33,9 @@ class ItemLists {
     std::vector<LPITEMIDLIST> items_;
 };
 
-// The data object of the folder that holds the files. One folder: a selection has no other.
-IDataObject* AskFolder(const std::vector<LPITEMIDLIST>& items) {
+// Returns the data object for `items` from their folder; null on failure. All items must be in one
+// folder, as in a selection.
+IDataObject* DataObjectFromFolder(const std::vector<LPITEMIDLIST>& items) {
     kelvaro::ComPtr<IShellFolder> folder;
     std::vector<LPCITEMIDLIST> children;
     for (LPITEMIDLIST const item : items) {
@@ -73,7 +74,7 @@ Selection MakeSelection(const std::vector<std::wstring>& files) {
     for (const std::wstring& file : files) {
         known = known && items.Add(file);
     }
-    IDataObject* const object = known ? AskFolder(items.Items()) : nullptr;
+    IDataObject* const object = known ? DataObjectFromFolder(items.Items()) : nullptr;
     return object != nullptr ? Selection{object, true}
                              : Selection{MakeDropListObject(files), false};
 }

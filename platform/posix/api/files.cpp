@@ -324,10 +324,33 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
         if ((flags & MOVEFILE_REPLACE_EXISTING) == 0) {
             return Fail(ERROR_ALREADY_EXISTS);
         }
-        // Not even FILE_SHARE_DELETE lets another file take the place of an open one.
+        // An open file cannot be replaced, even if all its handles share deletion.
         if (S_ISDIR(status.st_mode) || IsReadOnly(status) || OpenFile::IsOpen(IdOf(status))) {
             return Fail(ERROR_ACCESS_DENIED);
         }
     }
     return rename(source.host.c_str(), target.c_str()) == 0 ? TRUE : Fail(ErrorFor(target, errno));
+}
+
+BOOL GetFileAttributesExW(LPCWSTR name, GET_FILEEX_INFO_LEVELS /*level*/, LPVOID data) noexcept {
+    const DWORD attributes = GetFileAttributesW(name);
+    const std::string host = ToHostPath(name).host;
+    struct stat status = {};
+    if (attributes == INVALID_FILE_ATTRIBUTES || stat(host.c_str(), &status) != 0) {
+        return FALSE;
+    }
+    // File times count units of 100 ns from 1601 on.
+    constexpr uint64_t kUnitsPerSecond = 10'000'000;
+    constexpr uint64_t kSecondsTo1970 = 11'644'473'600;
+    const auto seconds = static_cast<uint64_t>(status.st_mtim.tv_sec) + kSecondsTo1970;
+    const uint64_t time =
+        seconds * kUnitsPerSecond + static_cast<uint64_t>(status.st_mtim.tv_nsec) / 100;
+    const auto size = static_cast<uint64_t>(status.st_size);
+    auto& result = *static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(data);
+    result = {};
+    result.dwFileAttributes = attributes;
+    result.ftLastWriteTime = {static_cast<DWORD>(time), static_cast<DWORD>(time >> 32)};
+    result.nFileSizeHigh = static_cast<DWORD>(size >> 32);
+    result.nFileSizeLow = static_cast<DWORD>(size);
+    return TRUE;
 }

@@ -191,6 +191,7 @@ LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD options, REGSAM access,
     return ERROR_SUCCESS;
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the platform declares `keyClass` so
 LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR keyClass, DWORD options,
                         REGSAM access, const SECURITY_ATTRIBUTES* security, HKEY* opened,
                         LPDWORD /*disposition*/) noexcept {

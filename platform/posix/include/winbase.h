@@ -2,6 +2,8 @@
 
 #include <winerror.h>
 
+#include <cstdarg>
+
 // Files, modules, processes, memory, text and time.
 
 inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(~uintptr_t{0});
@@ -29,6 +31,10 @@ inline constexpr DWORD STARTF_USESHOWWINDOW = 1;
 inline constexpr DWORD CREATE_NO_WINDOW = 0x08000000;
 
 inline constexpr UINT GHND = 0x42;
+
+inline constexpr DWORD FORMAT_MESSAGE_MAX_WIDTH_MASK = 0xFF;
+inline constexpr DWORD FORMAT_MESSAGE_IGNORE_INSERTS = 0x200;
+inline constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
 
 inline constexpr UINT CP_ACP = 0;
 inline constexpr UINT CP_UTF8 = 65001;
@@ -92,6 +98,17 @@ struct WIN32_FIND_DATAW {
     WCHAR cAlternateFileName[14];
 };
 
+enum GET_FILEEX_INFO_LEVELS { GetFileExInfoStandard };
+
+struct WIN32_FILE_ATTRIBUTE_DATA {
+    DWORD dwFileAttributes;
+    FILETIME ftCreationTime;
+    FILETIME ftLastAccessTime;
+    FILETIME ftLastWriteTime;
+    DWORD nFileSizeHigh;
+    DWORD nFileSizeLow;
+};
+
 DWORD GetLastError() noexcept;
 void SetLastError(DWORD error) noexcept;
 
@@ -102,6 +119,7 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, OVERLAPP
 BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept;
 BOOL CloseHandle(HANDLE handle) noexcept;
 DWORD GetFileAttributesW(LPCWSTR name) noexcept;
+BOOL GetFileAttributesExW(LPCWSTR name, GET_FILEEX_INFO_LEVELS level, LPVOID data) noexcept;
 BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept;
 BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* security) noexcept;
 BOOL RemoveDirectoryW(LPCWSTR name) noexcept;
@@ -109,6 +127,9 @@ BOOL DeleteFileW(LPCWSTR name) noexcept;
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept;
 DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept;
 DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* filePart) noexcept;
+
+DWORD FormatMessageW(DWORD flags, LPCVOID source, DWORD message, DWORD language, LPWSTR buffer,
+                     DWORD size, va_list* arguments) noexcept;
 
 HMODULE LoadLibraryW(LPCWSTR name) noexcept;
 FARPROC GetProcAddress(HMODULE module, LPCSTR name) noexcept;

@@ -18,8 +18,8 @@ struct CallStart {
     std::string arguments;       // those that matter, as text
 };
 
-// Sees each platform call of the process before it does anything. Returns the error that the call
-// has to fail with, or std::nullopt to let it go on.
+// Called at the start of each platform call of the process. Returns the error that the call has to
+// fail with, or std::nullopt to let it continue.
 using CallObserver = std::function<std::optional<DWORD>(const CallStart&)>;
 
 // Keeps an observer registered while it lives.
@@ -72,7 +72,7 @@ class Call {
     static bool IsInside() noexcept;
 
   private:
-    // True if observers have to be told of the call.
+    // Returns whether there are observers to notify of the call.
     static bool Enter() noexcept;
     void Announce(const CallStart& start) noexcept;
 

@@ -28,7 +28,8 @@ struct LeadByte {
     unsigned char high = 0xBF;
 };
 
-// Returns the length of a well-formed sequence, 0 if none begins with `lead`. The range of the
+// Returns the sequence length for `lead` and the valid range of the second byte. The length is 0 if
+// `lead` cannot start a sequence. The range of the
 // second byte excludes overlong forms, surrogates and values above U+10FFFF.
 LeadByte ClassifyLead(unsigned char lead) noexcept {
     if (lead < 0x80) {

@@ -11,7 +11,7 @@
 
 namespace compat {
 
-// Records the platform calls of the process while it lives, those that a test makes fail included.
+// Records the platform calls of the process while it lives, including those that a test makes fail.
 // A line is the call's name and the arguments that matter, for example
 //     CreateFileW C:\Test\file access=0x80000000 share=7 disposition=3 flags=0x8000000
 // Unsigned numbers above 9 are in hexadecimal. Methods have their interface's name in front, such
@@ -29,7 +29,7 @@ class RecordedCalls {
     // Returns how often `name` was called.
     size_t Count(std::string_view name) const;
 
-    // Forgets the calls so far.
+    // Discards the lines so far.
     void Clear();
 
   private:

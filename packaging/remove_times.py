@@ -1,5 +1,5 @@
-"""Rewrites a zip archive with one and the same time for every entry and nothing beyond the content:
-without_times.py ARCHIVE"""
+"""Rewrites a zip archive with sorted entries, a fixed time and fixed attributes:
+remove_times.py ARCHIVE"""
 import sys
 import zipfile
 

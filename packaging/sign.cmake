@@ -1,0 +1,16 @@
+# Signs the staged binaries with KELVARO_SIGN_COMMAND. A file that is in two archives is signed once, so
+# that both have the same bytes.
+if(NOT CPACK_KELVARO_SIGN_COMMAND)
+  return()
+endif()
+separate_arguments(sign NATIVE_COMMAND "${CPACK_KELVARO_SIGN_COMMAND}")
+file(GLOB_RECURSE binaries "${CPACK_TEMPORARY_DIRECTORY}/*.dll" "${CPACK_TEMPORARY_DIRECTORY}/*.exe")
+foreach(binary IN LISTS binaries)
+  file(SHA256 "${binary}" unsigned)
+  if(DEFINED signed_${unsigned})
+    file(COPY_FILE "${signed_${unsigned}}" "${binary}")
+  else()
+    execute_process(COMMAND ${sign} "${binary}" COMMAND_ERROR_IS_FATAL ANY)
+    set(signed_${unsigned} "${binary}")
+  endif()
+endforeach()

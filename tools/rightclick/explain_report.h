@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "rightclick/explain.h"
+#include "rightclick/target.h"
+
+namespace rightclick {
+
+// The answer of --explain.
+struct ExplainReport {
+    std::wstring file;
+    Target target;
+    bool ruleFileExists = false;
+    uint64_t ruleFileSize = 0;
+    std::string ruleFileTime;  // the local time of the last change
+    Explanation explanation;
+};
+
+// Reads the rule file and explains whether it locks `file`, or the program of the shortcut `file`.
+// The calling thread must have initialised COM.
+ExplainReport ExplainFile(const std::wstring& file);
+
+// Returns the report as lines of text. The first line has the answer and the reason.
+std::string ReportAsText(const ExplainReport& report);
+
+// Returns the report as one JSON object on one line.
+std::string ReportAsJson(const ExplainReport& report);
+
+}  // namespace rightclick

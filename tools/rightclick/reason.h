@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include "rightclick/options.h"
+#include "rightclick/right_click.h"
+
+namespace rightclick {
+
+// Returns why the extension refuses the files of `options`, in the user's terms. Empty if it
+// accepts them or for a reason that the files do not show.
+std::string ExplainSelection(const Options& options);
+
+// Returns why `outcome` has no item: in the user's terms, then the result of the call in brackets.
+std::string ExplainNoItem(const Options& options, const Outcome& outcome);
+
+}  // namespace rightclick

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "menu/shortcut_target.h"
+
+namespace rightclick {
+
+// How the extension classifies and resolves a selected file.
+struct Target {
+    kelvaro::FileKind kind = kelvaro::FileKind::other;
+    std::wstring stored;   // the target that a shortcut stores
+    std::wstring program;  // the program that rules can lock; empty if there is none
+};
+
+// Returns the target of `file`. The calling thread must have initialised COM.
+Target ReadTarget(const std::wstring& file);
+
+// Returns why `target`, the target of `file`, has no program. Empty if it has one.
+std::string ExplainNoProgram(const std::wstring& file, const Target& target);
+
+// Returns the name of `file` without its folder, as UTF-8.
+std::string FileName(const std::wstring& file);
+
+}  // namespace rightclick
