@@ -1,8 +1,11 @@
-// Shortcuts read through a link object that answers in unusual ways.
+// Shortcuts read through a link object that returns unusual results.
 
 #include <windows.h>
 
 #include <shlobj.h>
+
+#include <new>
+#include <optional>
 
 #include "common/owners.h"
 #include "internal/shell_link.h"
@@ -11,32 +14,33 @@
 
 namespace {
 
-struct Answer {
+// The outcome of a call that returns an interface.
+struct Outcome {
     HRESULT result;
-    bool hasPointer;  // whether the call stores a pointer
+    bool storesPointer;
 };
 
-// Which calls of the link object answer with what, instead of what the real one answers.
-struct Answers {
-    std::optional<Answer> create;
-    std::optional<Answer> query;
+// The outcomes of the calls. std::nullopt stands for the one of the real link object.
+struct Outcomes {
+    std::optional<Outcome> create;
+    std::optional<Outcome> query;
     HRESULT getPath;
 };
-Answers g_answers = {};
+Outcomes g_outcomes = {};
 
-// Nothing is at this address.
+// No object is at this address.
 void* const kInvalid = reinterpret_cast<void*>(uintptr_t{0x10});
 
-HRESULT Give(const Answer& answer, void** ppv) {
-    *ppv = answer.hasPointer ? kInvalid : nullptr;
-    return answer.result;
+HRESULT Return(const Outcome& outcome, void** ppv) {
+    *ppv = outcome.storesPointer ? kInvalid : nullptr;
+    return outcome.result;
 }
 
 // Forwards to the real link object.
 class LinkObject final : public IShellLinkW {
   public:
     HRESULT QueryInterface(REFIID riid, void** ppv) noexcept override {
-        return g_answers.query ? Give(*g_answers.query, ppv) : link_->QueryInterface(riid, ppv);
+        return g_outcomes.query ? Return(*g_outcomes.query, ppv) : link_->QueryInterface(riid, ppv);
     }
     ULONG AddRef() noexcept override { return ++references_; }
     ULONG Release() noexcept override {
@@ -49,7 +53,7 @@ class LinkObject final : public IShellLinkW {
     HRESULT GetPath(LPWSTR buffer, int capacity, WIN32_FIND_DATAW* found,
                     DWORD flags) noexcept override {
         link_->GetPath(buffer, capacity, found, flags);
-        return g_answers.getPath;
+        return g_outcomes.getPath;
     }
 
     LinkObject() { compat::CreateShellLink(IID_IShellLinkW, link_.Put()); }
@@ -68,10 +72,10 @@ class LinkObject final : public IShellLinkW {
 // Replaces the compatibility layer's function in this program.
 HRESULT CoCreateInstance(REFCLSID /*clsid*/, IUnknown* /*outer*/, DWORD /*context*/,
                          REFIID /*riid*/, LPVOID* ppv) noexcept {
-    if (g_answers.create) {
-        return Give(*g_answers.create, ppv);
+    if (g_outcomes.create) {
+        return Return(*g_outcomes.create, ppv);
     }
-    *ppv = static_cast<IShellLinkW*>(new LinkObject);
+    *ppv = static_cast<IShellLinkW*>(new (std::nothrow) LinkObject);
     return S_OK;
 }
 
@@ -82,20 +86,20 @@ TEST_F(DriveTest, ShortcutTargetDependsOnSuccessAndPointer) {
     constexpr std::nullopt_t kReal = std::nullopt;
     const struct {
         const char* what;
-        Answers answers;
+        Outcomes outcomes;
         const wchar_t* target;
     } cases[] = {
         {"everything succeeds", {kReal, kReal, S_OK}, kTool},
         {"GetPath returns another success code", {kReal, kReal, S_FALSE}, kTool},
         {"GetPath fails with a path", {kReal, kReal, E_FAIL}, L""},
-        {"CoCreateInstance succeeds with null", {Answer{S_OK, false}, kReal, S_OK}, L""},
-        {"CoCreateInstance fails with a pointer", {Answer{E_FAIL, true}, kReal, S_OK}, L""},
-        {"QueryInterface succeeds with null", {kReal, Answer{S_OK, false}, S_OK}, L""},
-        {"QueryInterface fails with a pointer", {kReal, Answer{E_NOINTERFACE, true}, S_OK}, L""},
+        {"CoCreateInstance succeeds with null", {Outcome{S_OK, false}, kReal, S_OK}, L""},
+        {"CoCreateInstance fails with a pointer", {Outcome{E_FAIL, true}, kReal, S_OK}, L""},
+        {"QueryInterface succeeds with null", {kReal, Outcome{S_OK, false}, S_OK}, L""},
+        {"QueryInterface fails with a pointer", {kReal, Outcome{E_NOINTERFACE, true}, S_OK}, L""},
     };
     CopyShortcut();
-    for (const auto& [what, answers, target] : cases) {
-        g_answers = answers;
+    for (const auto& [what, outcomes, target] : cases) {
+        g_outcomes = outcomes;
         EXPECT_EQ(Utf8(ResolveShortcutTarget(kShortcut)), Utf8(target)) << what;
     }
 }

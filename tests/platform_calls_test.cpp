@@ -52,6 +52,10 @@ TEST_F(PlatformCalls, SelectionIsReleasedBeforeTheLogIsWritten) {
     }
 }
 
+constexpr char kCreation[] =
+    "CoCreateInstance {00021401-0000-0000-C000-000000000046} context=1 "
+    "{000214F9-0000-0000-C000-000000000046}";
+
 TEST_F(PlatformCalls, ShortcutsAreReadThroughTheLinkObject) {
     RecordedCalls calls;
     ResolveShortcutTarget(kTool);
@@ -68,8 +72,7 @@ TEST_F(PlatformCalls, ShortcutsAreReadThroughTheLinkObject) {
         ResolveShortcutTarget(kShortcut);
         Strings expected = {"PathMatchSpecW c:\\test\\tool.lnk *.exe",
                             "PathMatchSpecW c:\\test\\tool.lnk *.lnk",
-                            "CoCreateInstance {00021401-0000-0000-C000-000000000046} context=1 "
-                            "{000214F9-0000-0000-C000-000000000046}",
+                            kCreation,
                             "IShellLinkW::QueryInterface {0000010B-0000-0000-C000-000000000046}",
                             "IPersistFile::Load C:\\Test\\Tool.lnk mode=0",
                             "IShellLinkW::GetPath capacity=260 flags=4",
@@ -151,8 +154,10 @@ void AppendOpenings(Strings& lines, const std::string& root, size_t count) {
     const std::string keys[] = {kClassKey, kClassKey + "\\InprocServer32",
                                 kClassKey + "\\InprocServer32", kProgramHandler, kShortcutHandler};
     for (size_t key = 0; key < count; ++key) {
-        lines.push_back("RegCreateKeyExW " + root + keys[key] +
-                        " class=null options=0 access=0x20006 security=null");
+        lines.emplace_back("RegCreateKeyExW ")
+            .append(root)
+            .append(keys[key])
+            .append(" class=null options=0 access=0x20006 security=null");
     }
 }
 
