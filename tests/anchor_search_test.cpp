@@ -23,7 +23,8 @@ TEST(Anchor, IsTheLastOneBeforeTheExtension) {
 }
 
 TEST(Anchor, IsMissingWithoutThreePlainBytesInARow) {
-    for (const char* const path : {"", "ab", "a\\b\\c\\d", "\xC3\xA4\\\xC3\xA4", "a b c d"}) {
+    for (const char* const path :
+         {"", "ab", "a\\b\\c\\d", "\xC3\xA4\\\xC3\xA4", "a b c d", "ab\x7F"}) {
         EXPECT_FALSE(Anchor::Choose(path)) << path;
     }
 }

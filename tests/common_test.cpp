@@ -1,6 +1,9 @@
 #include <clocale>
 #include <cwctype>
 
+#include <climits>
+
+#include "common/code_page.h"
 #include "common/file.h"
 #include "common/module_path.h"
 #include "common/path.h"
@@ -200,6 +203,23 @@ TEST_F(File, ReadsModulePathsOfAnyLength) {
     const ModulePath none = ReadModulePath(reinterpret_cast<HMODULE>(uintptr_t{0x10}));
     EXPECT_EQ(none.path, L"");
     EXPECT_NE(none.error, DWORD{ERROR_SUCCESS});
+}
+
+TEST(CodePage, RejectsMoreThanTheSystemCanCount) {
+    // The size is checked before the text is read.
+    constexpr size_t kTooLong = size_t{INT_MAX} + 1;
+    EXPECT_EQ(WideFromBytes(CP_UTF8, 0, std::string_view("x", kTooLong)), L"");
+    EXPECT_EQ(Utf8FromWide(std::wstring_view(L"x", kTooLong)), "");
+}
+
+TEST(Path, ParentOfASingleLetterIsEmpty) {
+    EXPECT_EQ(ParentPath(L"a"), L"");
+}
+
+TEST_F(DriveTest, ReadsFilesUpToALimit) {
+    Write(L"C:\\Test\\file", "abc");
+    EXPECT_EQ(ReadFileBytes(L"C:\\Test\\file", 3).View(), "abc");
+    EXPECT_EQ(ReadFileBytes(L"C:\\Test\\file", 2).View(), "");
 }
 
 }  // namespace

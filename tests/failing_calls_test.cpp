@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <map>
 
+#include "common/file.h"
 #include "i18n/ui_locale.h"
 #include "rules/lock_lookup.h"
 #include "server/exports.h"
@@ -151,6 +152,22 @@ TEST_F(FailingCalls, RegistrationFailsWithoutModulePathOrClsid) {
     EXPECT_EQ(DllUnregisterServer(), E_FAIL);
     EXPECT_EQ(calls.LinesOf({"RegDeleteTreeW", "SHChangeNotify"}), Strings());
     EXPECT_EQ(Read(L"C:\\registry.reg"), "");
+}
+
+TEST_F(FailingCalls, AnotherProcessMayCreateADirectoryFirst) {
+    constexpr wchar_t kDirectory[] = L"C:\\Test\\new";
+    for (const auto& [error, exists] :
+         {std::pair(ERROR_ALREADY_EXISTS, true), std::pair(ERROR_ACCESS_DENIED, false)}) {
+        const FailingCall failing("CreateDirectoryW", static_cast<DWORD>(error));
+        EXPECT_EQ(CreateDirectories(kDirectory), exists) << error;
+    }
+    EXPECT_TRUE(CreateDirectories(kDirectory));
+}
+
+TEST_F(FailingCalls, RegistrationFailsIfASuccessfulCallReturnsNoClsid) {
+    const FailingCall failing("StringFromCLSID", static_cast<DWORD>(S_OK));
+    EXPECT_EQ(DllRegisterServer(), E_FAIL);
+    EXPECT_EQ(DllUnregisterServer(), E_FAIL);
 }
 
 }  // namespace

@@ -98,6 +98,7 @@ TEST_F(LockLookup, LocksPathsOfAnyScriptAndLength) {
         {L"\\\\abc", "\\\\\\\\ABC"},
         {L"\u00C4.exe", "\xC3\x84.exe"},
         {L"C:\\with\nline.exe", "C:\\\\with\\nline.exe"},
+        {L"C:\\\x7F\\tool.exe", "C:\\\\\x7F\\\\tool.exe"},
     };
     for (const auto& [path, target] : cases) {
         WriteRules(R"({"type":"exe","target":")" + target + R"("})");

@@ -24,6 +24,7 @@ TEST(LogLine, EncodesEveryCharacter) {
         {L"\xD83D", "<U+D83D>"},
         {L"\xDE00\xD83D", "<U+DE00><U+D83D>"},
         {L"\xD83D\xD83D\xDE00", "<U+D83D><U+1F600>"},
+        {L"\xD83D\xE000", "<U+D83D><U+E000>"},
         {L"two\nlines", "two\r\nlines"},
         {L"cr\r\n", "cr\r\r\n"},
         {L"lone\rcr", "lone\rcr"},
