@@ -19,22 +19,17 @@ install(
   COMPONENT symbols)
 
 install(TARGETS rightclick RUNTIME DESTINATION . COMPONENT tools)
-if(EXISTS "${PROJECT_SOURCE_DIR}/docs/rightclick.1.md")
-  install(
-    FILES docs/rightclick.1.md
-    DESTINATION .
-    RENAME rightclick.txt
-    COMPONENT tools)
-endif()
+install(
+  FILES docs/rightclick.1.md
+  DESTINATION .
+  RENAME rightclick.txt
+  COMPONENT tools)
 target_link_options(rightclick PRIVATE LINKER:--strip-all,--no-insert-timestamp)
 
 # Licences of the code in the binaries: the compiler's runtime library, MinGW-w64's start-up code and the
 # libraries of the tools.
 set(extension_licences gcc-mingw-w64-base mingw-w64-common)
-set(tools_licences ${extension_licences})
-if(TARGET third_party)
-  list(APPEND tools_licences libcli11-dev nlohmann-json3-dev)
-endif()
+set(tools_licences ${extension_licences} libcli11-dev nlohmann-json3-dev)
 foreach(component IN ITEMS extension tools)
   foreach(package IN LISTS ${component}_licences)
     install(
