@@ -38,8 +38,9 @@ FileBytes ReadFileBytes(const wchar_t* path, uint64_t limit) {
     while (filled < size) {
         const auto wanted = static_cast<DWORD>(std::min(size - filled, kLargestTransfer));
         DWORD got = 0;
-        if (!ReadFile(file.Get(), bytes.get() + filled, wanted, &got, nullptr) || got == 0) {
-            break;
+        ReadFile(file.Get(), bytes.get() + filled, wanted, &got, nullptr);
+        if (got == 0) {
+            break;  // a failure, or another program has truncated the file
         }
         filled += got;
     }
