@@ -197,6 +197,7 @@ void DropLists() {
         header.pFiles = sizeof header;
         header.fWide = TRUE;
         std::memcpy(block, &header, sizeof header);
+        // NOLINTNEXTLINE(bugprone-not-null-terminated-result): the names contain their terminators
         std::memcpy(block + sizeof header, names.data(), names.size() * sizeof(wchar_t));
         GlobalUnlock(memory);
         auto* const drop = reinterpret_cast<HDROP>(memory);
