@@ -37,7 +37,7 @@ TEST(Anchor, MatchesInEitherCaseAndEscaped) {
     for (const std::string_view bytes : {"", "a", "ab", "a\\\\bc", "xbc", "ab\\", "a\\"}) {
         EXPECT_FALSE(anchor->Matches(bytes)) << bytes;
     }
-    for (const size_t size : {0, 1, 2}) {
+    for (const size_t size : {size_t{0}, size_t{1}, size_t{2}}) {
         EXPECT_FALSE(anchor->Matches(std::string_view("abc", size))) << "reads beyond " << size;
     }
 }

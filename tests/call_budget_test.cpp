@@ -1,5 +1,5 @@
-// How many slow platform calls each entry point makes. This is what a user waits for, above all
-// with a virus scanner, so one more call is a deliberate decision.
+// Limits the slow platform calls of each entry point. They dominate the delay that users see,
+// especially with a virus scanner. Raise a limit only deliberately.
 
 #include <objbase.h>
 #include <shlobj.h>

@@ -88,6 +88,7 @@ TEST(Explain, ExplainsNearMisses) {
         {R"({"type":'exe',"target":"C:\\Apps\\Tool.exe"})", "no double quotation marks: write"},
         {R"({"target":"C:\\Apps\\Tool.exe"})", "it has no type: add \"type\": \"exe\""},
         {with(R"("Target":"C:\\Apps\\Tool.exe")"), "write \"target\" instead of \"Target\""},
+        {with(R"("enabled":false,"Target":"C:\\Apps\\Tool.exe")"), "; it is switched off: write"},
         {with(R"("path":"C:\\Apps\\Tool.exe")"), "write the key \"target\" instead of \"path\""},
         {with(R"('target':'C:\\Apps\\Tool.exe')"),
          R"(single quotation marks: write "target": "C:)"},
@@ -175,21 +176,26 @@ TEST(Explain, OrdersAndLimitsTheRemarks) {
 
 using ExplainFileTest = DriveTest;
 
-TEST_F(ExplainFileTest, TellsLockedNotLockedAndUnknownApart) {
-    const auto state = [](const std::wstring& file) { return ExplainFile(file).explanation.state; };
+TEST_F(ExplainFileTest, HasAnExitStatusForEachState) {
+    const auto status = [](const std::wstring& file) {
+        return ExitStatus(ExplainFile(file).explanation.state);
+    };
+    constexpr int kLocked = 0;
+    constexpr int kNotLocked = 1;
+    constexpr int kUnknown = 2;
     const std::wstring shortcuts = platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\";
-    EXPECT_EQ(state(kTool), LockState::notLocked) << "no rule file";
+    EXPECT_EQ(status(kTool), kNotLocked) << "no rule file";
     WriteRules(R"({"type":"exe","target":"C:\\Apps\\Tool.exe"})");
-    EXPECT_EQ(state(kTool), LockState::locked);
-    EXPECT_EQ(state(shortcuts + L"tool.lnk"), LockState::locked);
-    EXPECT_EQ(state(L"C:\\Other.exe"), LockState::notLocked);
+    EXPECT_EQ(status(kTool), kLocked);
+    EXPECT_EQ(status(shortcuts + L"tool.lnk"), kLocked);
+    EXPECT_EQ(status(L"C:\\Other.exe"), kNotLocked);
     EXPECT_EQ(ExplainFile(L"C:\\Other.exe").explanation.reason.text,
               "the only rule in the file is not for it; Other.exe does not exist");
-    EXPECT_EQ(state(shortcuts + L"document.lnk"), LockState::unknown);
-    EXPECT_EQ(state(L"C:\\readme.txt"), LockState::unknown);
+    EXPECT_EQ(status(shortcuts + L"document.lnk"), kUnknown);
+    EXPECT_EQ(status(L"C:\\readme.txt"), kUnknown);
     DeleteFileW(kRules);
     MakeDirectory(kRules);
-    EXPECT_EQ(state(kTool), LockState::unknown) << "the rule file cannot be read";
+    EXPECT_EQ(status(kTool), kUnknown) << "the rule file cannot be read";
 }
 
 TEST_F(ExplainFileTest, PrintsTextAndJson) {

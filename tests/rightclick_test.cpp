@@ -249,7 +249,9 @@ TEST_F(LogFollowerTest, ReturnsNewLines) {
 TEST_F(LogFollowerTest, CopesWithMissingAndReplacedLogs) {
     LogFollower follower;
     EXPECT_EQ(follower.Poll(), Lines()) << "there is no log";
-    Write(kLog, "one\r\ntwo\r\n");
+    Write(kLog, "on");
+    EXPECT_EQ(follower.Poll(), Lines()) << "no complete line";
+    Append("e\r\ntwo\r\n");
     EXPECT_EQ(follower.Poll(), (Lines{"one", "two"}));
     DeleteFileW(kLog);
     EXPECT_EQ(follower.Poll(), Lines());

@@ -61,6 +61,19 @@ TEST(RuleEditor, KeepsOtherKeysAndTheirOrder) {
               before + R"(,"enabled":false)" + after);
 }
 
+TEST(RuleEditor, SwitchesTheFirstRuleOnAndAllOff) {
+    const auto rules = [](const char* first, const char* second) {
+        const std::string target = R"(,"type":"exe","target":"C:\\Apps\\Tool.exe"})";
+        return R"({"a":[{"enabled":)" + std::string(first) + target + R"(],"b":[{"enabled":)" +
+               second + target + "]}";
+    };
+    const auto toggled = [](const std::string& before) {
+        return nlohmann::ordered_json::parse(ToggleRule(before, kTool).rules).dump();
+    };
+    EXPECT_EQ(toggled(rules("false", "false")), rules("true", "false"));
+    EXPECT_EQ(toggled(rules("true", "true")), rules("false", "false"));
+}
+
 TEST(RuleEditor, RefusesWhatItCannotChange) {
     const struct {
         const char *rules, *error;
@@ -76,7 +89,7 @@ TEST(RuleEditor, RefusesWhatItCannotChange) {
         EXPECT_EQ(result.rules, "");
     }
     EXPECT_EQ(ToggleRule("[]", L"C:\\{App}\\Tool.exe").error,
-              "a rule for C:\\{App}\\Tool.exe has no effect");
+              "the lock of C:\\{App}\\Tool.exe cannot be changed");
 }
 
 }  // namespace

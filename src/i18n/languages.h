@@ -16,11 +16,11 @@ struct Language {
 
 // All languages. Each has a file in lang/.
 inline constexpr Language kLanguages[] = {
-    {L"zh-CN", LANG_CHINESE, L"zh", L"Chinese(Simplified).ini"},
     {L"en-US", LANG_ENGLISH, L"en", L"English.ini"},
+    {L"zh-CN", LANG_CHINESE, L"zh", L"Chinese(Simplified).ini"},
 };
 
 // The language for settings and display languages that select none of these.
-inline constexpr const Language& kDefaultLanguage = kLanguages[1];
+inline constexpr const Language& kDefaultLanguage = kLanguages[0];
 
 }  // namespace kelvaro

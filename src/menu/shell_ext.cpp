@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <atomic>
 #include <climits>
-#include <new>
 #include <string>
 
 #include "common/boundary.h"
+#include "common/com_object.h"
 #include "common/text.h"
 #include "i18n/texts.h"
 #include "launch/launch_toggle.h"
@@ -184,13 +184,7 @@ STDMETHODIMP KelvaroShellExt::GetCommandString(UINT_PTR idCmd, UINT uType, UINT*
 }  // namespace
 
 HRESULT CreateShellExt(REFIID riid, void** ppv) noexcept {
-    auto* const object = new (std::nothrow) KelvaroShellExt;
-    if (object == nullptr) {
-        return E_OUTOFMEMORY;
-    }
-    const HRESULT result = object->QueryInterface(riid, ppv);
-    object->Release();
-    return result;
+    return CreateObject<KelvaroShellExt>(riid, ppv);
 }
 
 }  // namespace kelvaro

@@ -1,7 +1,6 @@
 #include "server/class_factory.h"
 
-#include <new>
-
+#include "common/com_object.h"
 #include "menu/shell_ext.h"
 #include "server/module.h"
 
@@ -58,13 +57,7 @@ class KelvaroClassFactory final : public IClassFactory {
 }  // namespace
 
 HRESULT CreateClassFactory(REFIID riid, void** ppv) noexcept {
-    auto* const factory = new (std::nothrow) KelvaroClassFactory;
-    if (factory == nullptr) {
-        return E_OUTOFMEMORY;
-    }
-    const HRESULT result = factory->QueryInterface(riid, ppv);
-    factory->Release();
-    return result;
+    return CreateObject<KelvaroClassFactory>(riid, ppv);
 }
 
 }  // namespace kelvaro

@@ -66,23 +66,19 @@ Json* FindList(Json& document) {
     return nullptr;
 }
 
-void SwitchOff(Json& document, std::wstring_view canonicalPath) {
-    for (const Rule& rule : FindFlatObjects(document)) {
-        if (kelvaro::RuleLocks(rule.text, canonicalPath)) {
-            (*rule.object)["enabled"] = false;
-        }
-    }
-}
-
-// Switches on the first rule for the path. Returns false if there is none.
-bool SwitchOn(Json& document, std::wstring_view canonicalPath) {
+// Switches all rules for the path off, or the first one on. Returns false if there is none.
+bool SwitchRules(Json& document, std::wstring_view canonicalPath, bool enabled) {
+    bool found = false;
     for (const Rule& rule : FindFlatObjects(document)) {
         if (kelvaro::IsRuleFor(rule.text, canonicalPath)) {
-            (*rule.object)["enabled"] = true;
-            return true;
+            (*rule.object)["enabled"] = enabled;
+            found = true;
+            if (enabled) {
+                break;
+            }
         }
     }
-    return false;
+    return found;
 }
 
 bool Append(Json& document, std::wstring_view target) {
@@ -112,15 +108,13 @@ ToggleResult ToggleRule(std::string_view rules, std::wstring_view target) {
     }
     const std::wstring canonicalPath = kelvaro::NormalizePath(target);
     const bool locked = kelvaro::AnyRuleLocks(rules, canonicalPath);
-    if (locked) {
-        SwitchOff(document, canonicalPath);
-    } else if (!SwitchOn(document, canonicalPath) && !Append(document, target)) {
+    if (!SwitchRules(document, canonicalPath, !locked) && !Append(document, target)) {
         return {{}, "the rule file has no list of rules"};
     }
     std::string changed = document.dump(2) + "\n";
-    // Fails for a path with a brace in it, which no rule can lock.
+    // For example a path with a brace in it, which no rule can lock.
     if (kelvaro::AnyRuleLocks(changed, canonicalPath) == locked) {
-        return {{}, "a rule for " + console::Utf8(target) + " has no effect"};
+        return {{}, "the lock of " + console::Utf8(target) + " cannot be changed"};
     }
     return {std::move(changed), {}};
 }

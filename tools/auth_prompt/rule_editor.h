@@ -10,10 +10,10 @@ struct ToggleResult {
     std::string error;  // why the lock cannot be toggled; empty on success
 };
 
-// Toggles the lock of the program at `target` in `rules`, the content of a rule file: switches off
-// all rules that lock it; if there are none, switches on the first rule for it; if there is none
-// either, appends a new rule to the list. Keeps unknown keys and the order of keys, but not the
-// format of the text. Fails if `rules` is neither blank nor JSON, or has no list to append to.
+// Toggles the lock of the program at `target` in `rules`, the content of a rule file. Switches all
+// rules for it off if one locks it, else the first one on. Appends a new rule to the list if there
+// is none. Keeps unknown keys and the order of keys, but not the format of the text. Fails if
+// `rules` is neither blank nor JSON, or has no list to append to.
 ToggleResult ToggleRule(std::string_view rules, std::wstring_view target);
 
 }  // namespace auth_prompt

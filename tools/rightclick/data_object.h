@@ -15,15 +15,6 @@ class DataObject : public IDataObject {
     DataObject(const DataObject&) = delete;
     DataObject& operator=(const DataObject&) = delete;
 
-    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) noexcept override {
-        if (riid != IID_IUnknown && riid != IID_IDataObject) {
-            *ppv = nullptr;
-            return E_NOINTERFACE;
-        }
-        *ppv = this;
-        AddRef();
-        return S_OK;
-    }
     STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
     STDMETHODIMP_(ULONG) Release() noexcept override {
         const ULONG left = --references_;
@@ -45,6 +36,16 @@ class DataObject : public IDataObject {
     }
     STDMETHODIMP DUnadvise(DWORD) noexcept override { return OLE_E_ADVISENOTSUPPORTED; }
     STDMETHODIMP EnumDAdvise(IEnumSTATDATA**) noexcept override { return OLE_E_ADVISENOTSUPPORTED; }
+
+    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) noexcept override {
+        if (riid != IID_IUnknown && riid != IID_IDataObject) {
+            *ppv = nullptr;
+            return E_NOINTERFACE;
+        }
+        *ppv = this;
+        AddRef();
+        return S_OK;
+    }
 
   protected:
     virtual ~DataObject() = default;

@@ -122,6 +122,18 @@ ExplainReport ExplainFile(const std::wstring& file) {
     return report;
 }
 
+int ExitStatus(LockState state) noexcept {
+    switch (state) {
+        case LockState::locked:
+            return 0;
+        case LockState::notLocked:
+            return 1;
+        case LockState::unknown:
+            break;
+    }
+    return 2;
+}
+
 std::string ReportAsText(const ExplainReport& report) {
     const Explanation& explanation = report.explanation;
     const bool shortcut = report.target.kind == FileKind::shortcut;

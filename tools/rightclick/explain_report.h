@@ -22,6 +22,10 @@ struct ExplainReport {
 // The calling thread must have initialised COM.
 ExplainReport ExplainFile(const std::wstring& file);
 
+// Returns the exit status of --explain: 0 if the program is locked, 1 if not, 2 if rightclick
+// cannot tell.
+int ExitStatus(LockState state) noexcept;
+
 // Returns the report as lines of text. The first line has the answer and the reason.
 std::string ReportAsText(const ExplainReport& report);
 

@@ -28,11 +28,6 @@ constexpr int kOffered = 0;
 constexpr int kNothingOffered = 1;
 constexpr int kWrongUsage = 2;
 
-// The exit status of --explain.
-constexpr int kLocked = 0;
-constexpr int kNotLocked = 1;
-constexpr int kCannotTell = 2;
-
 // Initialises COM for the calling thread, as the shell does for its threads.
 class ComApartment {
   public:
@@ -114,15 +109,7 @@ int ReportRightClick(const Options& options) {
 int Explain(const Options& options) {
     const ExplainReport report = ExplainFile(options.files.front());
     console::Print(stdout, options.json ? ReportAsJson(report) : ReportAsText(report));
-    switch (report.explanation.state) {
-        case LockState::locked:
-            return kLocked;
-        case LockState::notLocked:
-            return kNotLocked;
-        case LockState::unknown:
-            break;
-    }
-    return kCannotTell;
+    return ExitStatus(report.explanation.state);
 }
 
 int Run(const Options& options) {

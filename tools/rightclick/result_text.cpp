@@ -37,8 +37,7 @@ std::string HexResult(HRESULT result) {
 }
 
 std::string SystemText(HRESULT result) {
-    const DWORD code =
-        IsSystemError(result) ? DWORD{HRESULT_CODE(result)} : static_cast<DWORD>(result);
+    const auto code = static_cast<DWORD>(IsSystemError(result) ? HRESULT_CODE(result) : result);
     wchar_t text[512] = {};
     FormatMessageW(
         FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,

@@ -10,7 +10,7 @@ struct SystemMessage {
     const wchar_t* text;
 };
 
-// The messages of the codes that the layer reports, as Windows words them.
+// The messages of the codes that the compatibility layer reports, as Windows words them.
 constexpr SystemMessage kMessages[] = {
     {ERROR_FILE_NOT_FOUND, L"The system cannot find the file specified."},
     {ERROR_PATH_NOT_FOUND, L"The system cannot find the path specified."},

@@ -29,8 +29,8 @@ struct LeadByte {
 };
 
 // Returns the sequence length for `lead` and the valid range of the second byte. The length is 0 if
-// `lead` cannot start a sequence. The range of the
-// second byte excludes overlong forms, surrogates and values above U+10FFFF.
+// `lead` cannot start a sequence. The range excludes overlong forms, surrogates and values above
+// U+10FFFF.
 LeadByte ClassifyLead(unsigned char lead) noexcept {
     if (lead < 0x80) {
         return {1};
