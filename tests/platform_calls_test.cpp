@@ -201,7 +201,7 @@ TEST_F(PlatformCalls, UnregistrationRemovesTheHandlersBeforeTheClass) {
     Strings expected;
     for (const std::string& root : kRoots) {
         for (const std::string& key : {kProgramHandler, kShortcutHandler, kClassKey}) {
-            expected.push_back("RegDeleteTreeW " + root + key);
+            expected.emplace_back("RegDeleteTreeW ").append(root).append(key);
         }
     }
     expected.emplace_back(kNotification);
