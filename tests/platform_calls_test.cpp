@@ -83,6 +83,16 @@ TEST_F(PlatformCalls, ShortcutsAreReadThroughTheLinkObject) {
     }
 }
 
+TEST_F(PlatformCalls, FilesAreSharedForReadingWritingAndDeleting) {
+    const RecordedCalls calls;
+    Extension extension;
+    extension.Select({kTool});
+    extension.MenuText();
+    for (const std::string& line : calls.LinesOf({"CreateFileW"})) {
+        EXPECT_NE(line.find(" share=7 "), std::string::npos) << line;
+    }
+}
+
 TEST_F(PlatformCalls, LookupWithoutAPathReadsNothing) {
     const RecordedCalls calls;
     EXPECT_FALSE(IsTargetLocked(L""));
@@ -191,7 +201,7 @@ TEST_F(PlatformCalls, UnregistrationRemovesTheHandlersBeforeTheClass) {
     Strings expected;
     for (const std::string& root : kRoots) {
         for (const std::string& key : {kProgramHandler, kShortcutHandler, kClassKey}) {
-            expected.push_back("RegDeleteTreeW " + root + key);
+            expected.emplace_back("RegDeleteTreeW ").append(root).append(key);
         }
     }
     expected.emplace_back(kNotification);
