@@ -85,7 +85,7 @@ void RightClick(const rightclick::Library& library, IDataObject& selection, Time
     times.rightClick.push_back(Now() - begin);
 }
 
-// Replaces the rule file.
+// Returns false if the rule file cannot be written.
 bool WriteRules(const std::string& rules) {
     const std::wstring path(kelvaro::kRuleFilePath);
     kelvaro::CreateDirectories(path.substr(0, path.rfind(L'\\')));

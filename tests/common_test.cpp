@@ -121,7 +121,7 @@ TEST_F(File, UnreadableFilesAreEmpty) {
     }
 }
 
-// Opens a file as another program does.
+// Opens an existing file with the given access and sharing, in place of another program.
 HANDLE OpenShared(const wchar_t* path, DWORD access, DWORD share) {
     return CreateFileW(path, access, share, nullptr, OPEN_EXISTING, 0, nullptr);
 }

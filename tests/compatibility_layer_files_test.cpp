@@ -17,7 +17,7 @@ HANDLE Open(const wchar_t* path, DWORD access, DWORD share, DWORD flags = 0) {
     return CreateFileW(path, access, share, nullptr, OPEN_EXISTING, flags, nullptr);
 }
 
-// Returns the error of a call that returns `succeeded`, ERROR_SUCCESS if that is true.
+// Returns ERROR_SUCCESS if `succeeded`, otherwise the last error.
 DWORD ErrorOf(BOOL succeeded) {
     return succeeded ? DWORD{ERROR_SUCCESS} : GetLastError();
 }
@@ -139,7 +139,7 @@ TEST_F(CompatibilityLayerFiles, DeletingAndMovingReportDocumentedErrors) {
     Write(L"C:\\Test\\read only", "x");
     SetFileAttributesW(L"C:\\Test\\read only", FILE_ATTRIBUTE_READONLY);
     const struct {
-        const wchar_t *from, *to;  // without `to`, `from` is deleted
+        const wchar_t *from, *to;  // if `to` is null, `from` is deleted
         DWORD flags;
         LONG error;
     } cases[] = {

@@ -221,7 +221,7 @@ TEST(RulePieces, IncludeTheirBraces) {
     EXPECT_FALSE(pieces.Next());
 }
 
-// The same question without the prefilter: does any flat object lock the program?
+// Returns true if any flat object locks the program. Bypasses the prefilter.
 bool AnyObjectLocks(std::string_view rules, std::wstring_view path) {
     bool locks = false;
     RulePieces pieces(rules);

@@ -27,7 +27,7 @@ class GivenMedium final : public rightclick::DataObject {
         if (SUCCEEDED(result_)) {
             medium->tymed = TYMED_HGLOBAL;
             medium->hGlobal = memory_;
-            // Releasing the medium then releases this object, which counts.
+            // ReleaseStgMedium then releases this object.
             medium->pUnkForRelease = this;
             AddRef();
         }

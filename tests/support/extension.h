@@ -14,7 +14,8 @@ class Extension {
   public:
     Extension();
 
-    // Initialises it with a selection: files, or a data object whose reference it takes over.
+    // Calls Initialize with a drop list of `files`, or with `selection`, whose reference it takes
+    // over.
     HRESULT Select(const std::vector<std::wstring>& files);
     HRESULT Select(IDataObject* selection);
 

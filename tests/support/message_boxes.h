@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-// Collects the message boxes that are shown while it lives. Only the compatibility layer can do
-// that. Under Wine without a display a box closes at once and is not seen.
+// Collects the message boxes that are shown while it lives. Works only on the compatibility layer:
+// under Wine without a display a box closes at once and is not recorded.
 class MessageBoxes {
   public:
     MessageBoxes();

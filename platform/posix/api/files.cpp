@@ -69,7 +69,7 @@ bool IsDirectory(const std::string& host) noexcept {
     return stat(host.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// Returns the error for `number`, which a host call on `host` gave.
+// Returns the system error code for errno `number` of a failed call on the path `host`.
 DWORD ErrorFor(const std::string& host, int number) {
     struct stat status = {};
     const std::string name = host.substr(0, host.find_last_not_of('/') + 1);

@@ -68,7 +68,7 @@ std::vector<std::string> EnvironmentWith(std::wstring_view commandLine) {
     return environment;
 }
 
-// Returns why `program` cannot be run, ERROR_SUCCESS if there is no reason.
+// Returns ERROR_SUCCESS if `program` can be run, otherwise the error.
 DWORD CheckProgram(const std::string& program) noexcept {
     struct stat status = {};
     if (stat(program.c_str(), &status) != 0) {

@@ -37,7 +37,8 @@ KeyTable& Keys() {
     return table;
 }
 
-// Empty without a drive C:. Then there is no key and none can be created.
+// Returns the host path of the registry file. Empty if there is no drive C:; then no key exists or
+// can be created.
 std::string RegistryFile() {
     const std::string directory = compat::DriveDirectory();
     return directory.empty() ? directory : directory + "/registry.reg";

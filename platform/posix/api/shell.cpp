@@ -124,7 +124,7 @@ void ReleaseStgMedium(STGMEDIUM* medium) noexcept {
             GlobalFree(released.hGlobal);
         }
     }
-    // Outside of the call, because the owner makes calls of its own.
+    // Released after the call ends, so that the owner's own platform calls are observed.
     if (released.pUnkForRelease != nullptr) {
         released.pUnkForRelease->Release();
     }

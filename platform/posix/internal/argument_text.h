@@ -22,8 +22,7 @@ std::string ArgumentText(const void* pointer);
 // {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}.
 std::string ArgumentText(REFGUID id);
 
-// Signed numbers in decimal. Unsigned ones, which are flags more often than not, in hexadecimal
-// from 0xA on.
+// Signed numbers are decimal. Unsigned numbers, mostly flags, are hexadecimal if above 9.
 std::string SignedText(int64_t number);
 std::string UnsignedText(uint64_t number);
 

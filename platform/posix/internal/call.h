@@ -62,8 +62,8 @@ class Call {
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
-    // True if a test makes this call fail. Error is what it has to report then; the last error is
-    // set to it already.
+    // Returns true if a test injects a failure into this call. Error() is the code to report; it is
+    // already the last error.
     bool Fails() const noexcept { return error_.has_value(); }
     DWORD Error() const noexcept { return error_.value_or(0); }
 
@@ -72,7 +72,7 @@ class Call {
     static bool IsInside() noexcept;
 
   private:
-    // Returns whether there are observers to notify of the call.
+    // Increments the call depth. Returns true if this is an outermost call and has observers.
     static bool Enter() noexcept;
     void Announce(const CallStart& start) noexcept;
 

@@ -36,7 +36,8 @@ std::wstring TakeArgument(std::wstring_view& line) {
                 line.remove_prefix(1);
             }
         } else if (line[0] == L'"') {
-            // Every third quote, the opening one included, is literal and ends the quoting.
+            // Counting the opening quote, every third quote of a run is literal and closes the
+            // quoted part.
             quotes += TakeAll(line, L"\"");
             argument.append(quotes / 3, L'"');
             quotes = quotes % 3 == 1 ? 1 : 0;

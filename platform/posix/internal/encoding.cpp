@@ -16,7 +16,8 @@ bool IsLowSurrogate(char32_t unit) noexcept {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-// 0x80 to 0x9F. The five undefined bytes map to the control characters of the same value.
+// Windows-1252 characters for the bytes 0x80 to 0x9F. The five undefined bytes map to the control
+// characters of the same value.
 constexpr std::array<wchar_t, 32> kUpperControls = {
     0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,

@@ -10,8 +10,8 @@ bool IsDevicePath(std::wstring_view path) noexcept {
     return path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\");
 }
 
-// Returns the length of the part that ".." cannot leave: "C:\", "\\?\" or "\\server\share\". Takes
-// backslashes only.
+// Returns the length of the root, which ".." cannot remove: "C:\", "\\?\" or "\\server\share\".
+// Separators must be backslashes.
 size_t RootLength(std::wstring_view path) noexcept {
     if (IsDevicePath(path)) {
         return 4;

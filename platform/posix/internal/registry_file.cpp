@@ -56,7 +56,7 @@ bool TakeQuoted(std::string_view& line, std::wstring& text) {
     return false;
 }
 
-// Formats the bytes in hexadecimal. In the file a unit of text has two bytes.
+// Formats the bytes in hexadecimal. Text is written as two bytes per code unit.
 std::string HexBytes(const RegistryValue& value) {
     std::vector<BYTE> bytes = value.data;
     if (IsText(value.type)) {

@@ -12,7 +12,7 @@ namespace compat {
 struct RegistryValue {
     std::wstring name;  // empty: the key's default value
     DWORD type = REG_NONE;
-    std::vector<BYTE> data;  // as the functions pass it: text in units of wchar_t
+    std::vector<BYTE> data;  // in the format of the registry functions; text is wchar_t
 };
 
 struct RegistryKey {

@@ -29,7 +29,7 @@ class FailingCall {
     DWORD error_;
     size_t skip_;
     size_t times_;
-    ScopedCallObserver observer_;  // last, because it uses the others
+    ScopedCallObserver observer_;  // declared last: it uses the members above
 };
 
 // Counts the calls that can fail, from 0, and makes those with the given indexes fail with their
@@ -40,7 +40,7 @@ class FailingNthCall {
 
     // Returns how many calls that can fail were made.
     size_t CallsMade() const;
-    // Returns how many of them were calls of `name`.
+    // Returns how many of the counted calls were to `name`.
     size_t CallsOf(std::string_view name) const;
     // Returns the names of the calls that were made to fail.
     std::vector<std::string> Failed() const;
@@ -52,7 +52,7 @@ class FailingNthCall {
     std::vector<size_t> indexes_;
     std::vector<std::string> calls_;
     std::vector<std::string> failed_;
-    ScopedCallObserver observer_;  // last, because it uses the others
+    ScopedCallObserver observer_;  // declared last: it uses the members above
 };
 
 }  // namespace compat

@@ -35,7 +35,7 @@ class RecordedCalls {
   private:
     mutable std::mutex mutex_;
     std::vector<std::string> lines_;
-    ScopedCallObserver observer_;  // last, because it uses the others
+    ScopedCallObserver observer_;  // declared last: it uses the members above
 };
 
 }  // namespace compat
