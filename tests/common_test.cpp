@@ -79,6 +79,8 @@ TEST(Path, ParentKeepsTheRoot) {
         {L"C:/x.dll", L"C:/"},
         {L"C:\\", L"C:\\"},
         {L"C:x.dll", L"C:"},
+        {L"A:x.dll", L"A:"},
+        {L"a:x.dll", L"a:"},
         {L"z:x.dll", L"z:"},
         {L"1:x.dll", L""},
         {L"\\\\", L"\\\\"},
@@ -207,9 +209,10 @@ TEST_F(File, ReadsModulePathsOfAnyLength) {
 
 TEST(CodePage, RejectsMoreThanTheSystemCanCount) {
     // The size is checked before the text is read.
-    constexpr size_t kTooLong = size_t{INT_MAX} + 1;
-    EXPECT_EQ(WideFromBytes(CP_UTF8, 0, std::string_view("x", kTooLong)), L"");
-    EXPECT_EQ(Utf8FromWide(std::wstring_view(L"x", kTooLong)), "");
+    for (const size_t tooLong : {size_t{INT_MAX} + 1, size_t{UINT_MAX}}) {
+        EXPECT_EQ(WideFromBytes(CP_UTF8, 0, std::string_view("x", tooLong)), L"");
+        EXPECT_EQ(Utf8FromWide(std::wstring_view(L"x", tooLong)), "");
+    }
 }
 
 TEST(Path, ParentOfASingleLetterIsEmpty) {

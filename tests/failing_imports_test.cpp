@@ -17,6 +17,7 @@ namespace {
 
 size_t g_calls = 0;
 size_t g_failing = SIZE_MAX;
+bool g_hasErrorCode = true;  // false: a call fails with 0 as the last error
 
 bool IsDue() {
     return g_calls++ == g_failing;
@@ -35,7 +36,7 @@ struct Stub<Result (*)(Arguments...)> {
 
     static Result Call(Arguments... arguments) {
         if (IsDue()) {
-            SetLastError(error);
+            SetLastError(g_hasErrorCode ? error : ERROR_SUCCESS);
             return failure;
         }
         return original(arguments...);
@@ -114,17 +115,21 @@ class FailingImports : public DriveTest {
     }
 };
 
-// Makes every call of one import fail in turn. Returns their number.
+// Makes every call of one import fail in turn, with an error code and without one. Returns the
+// number of failures.
 size_t FailEach(const rightclick::Library& library, const Import& import) {
     ScopedImport stub(library.Handle(), import.name);
     stub.Replace(import.install(stub.Original()));
     const Exports exports = FailingImports::ExportsOf(library);
     const size_t calls = FailingImports::CallWithFailure(exports, SIZE_MAX);
     EXPECT_GT(calls, 0U) << import.name;
-    for (size_t call = 0; call < calls; ++call) {
-        FailingImports::CallWithFailure(exports, call);
+    for (const bool hasErrorCode : {true, false}) {
+        g_hasErrorCode = hasErrorCode;
+        for (size_t call = 0; call < calls; ++call) {
+            FailingImports::CallWithFailure(exports, call);
+        }
     }
-    return calls;
+    return 2 * calls;
 }
 
 TEST_F(FailingImports, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
@@ -141,7 +146,7 @@ TEST_F(FailingImports, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
     calls += FailEach(library, kImports[0]);
     CallWithFailure(ExportsOf(library), SIZE_MAX);
     EXPECT_NE(Messages()[0].find("locked=1"), std::string::npos) << "a later right-click must work";
-    std::printf("made %zu calls of %zu imports fail\n", calls, std::size(kImports));
+    std::printf("made calls of %zu imports fail %zu times\n", std::size(kImports), calls);
 }
 
 }  // namespace

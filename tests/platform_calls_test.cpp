@@ -122,6 +122,16 @@ TEST_F(PlatformCalls, ProductNameIsReadBeforeTheText) {
     EXPECT_EQ(boxes_.shown, (Strings{"5: 6", "7: 8"}));
 }
 
+TEST_F(PlatformCalls, ItemIsInsertedBeforeItIsLogged) {
+    Extension extension;
+    extension.Select({kTool});
+    const RecordedCalls calls;
+    extension.MenuText();
+    const Strings lines = calls.LinesOf({"InsertMenuW", "GetLocalTime"});
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[1], "GetLocalTime");
+}
+
 TEST_F(PlatformCalls, PromptIsStartedHiddenAndNotHeld) {
     Copy(platform::BuiltFile("/bin/true"), kPrompt);
     Extension extension;

@@ -1,6 +1,7 @@
 #include "i18n/texts.h"
 
 #include "i18n/language_file.h"
+#include "i18n/languages.h"
 #include "support/fixture.h"
 
 namespace kelvaro {
@@ -58,7 +59,8 @@ TEST_F(Texts, KeepThePlaceholderInMessages) {
 
 // The shipped files have every text, with a placeholder where the default has one.
 TEST(LanguageFiles, AreComplete) {
-    for (const wchar_t* const name : {L"English.ini", L"Chinese(Simplified).ini"}) {
+    for (const Language& language : kLanguages) {
+        const std::wstring name(language.fileName);
         const std::wstring path = platform::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\" + name;
         const std::wstring text = ReadLanguageText(path);
         ASSERT_FALSE(text.empty()) << Utf8(path);
