@@ -18,6 +18,7 @@
 #include "rule_files.h"
 #include "support/fixture.h"
 #include "testing/failing_calls.h"
+#include "testing/recorded_calls.h"
 #include "testing/resources.h"
 
 namespace bench {
@@ -156,11 +157,12 @@ void Measure(benchmark::State& state, Work work) {
     work(*selection.Get());
     state.counters["allocations"] = static_cast<double>(CountAllocations().count);
     const compat::FailingNthCall counter({});  // no index: it only counts
+    const compat::RecordedCalls calls;
     const size_t readBefore = compat::BytesRead();
     work(*selection.Get());
     state.counters["bytes read"] = static_cast<double>(compat::BytesRead() - readBefore);
     state.counters["platform calls"] = static_cast<double>(counter.CallsMade());
-    state.counters["file opens"] = static_cast<double>(counter.CallsOf("CreateFileW"));
+    state.counters["file opens"] = static_cast<double>(calls.Count("CreateFileW"));
 }
 
 void RightClick(benchmark::State& state) {

@@ -40,8 +40,6 @@ class FailingNthCall {
 
     // Returns how many calls that can fail were made.
     size_t CallsMade() const;
-    // Returns how many of the counted calls were to `name`.
-    size_t CallsOf(std::string_view name) const;
     // Returns the names of the calls that were made to fail.
     std::vector<std::string> Failed() const;
 
@@ -50,7 +48,7 @@ class FailingNthCall {
 
     mutable std::mutex mutex_;
     std::vector<size_t> indexes_;
-    std::vector<std::string> calls_;
+    size_t calls_ = 0;
     std::vector<std::string> failed_;
     ScopedCallObserver observer_;  // declared last: it uses the members above
 };
