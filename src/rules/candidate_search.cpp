@@ -30,7 +30,7 @@ std::string ExpectedBytes(std::wstring_view canonicalPath) {
 // trimmed, or part of an escape for white space.
 bool CanBeEdge(char byte) noexcept {
     const auto value = static_cast<unsigned char>(byte);
-    return value <= 0x20 || value > 0x7F || byte == '"' || byte == '\\' || byte == 'n' ||
+    return value <= 0x20 || value >= 0x7F || byte == '"' || byte == '\\' || byte == 'n' ||
            byte == 'r' || byte == 't';
 }
 
