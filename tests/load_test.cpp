@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <barrier>
 #include <map>
 #include <random>
 #include <thread>
@@ -58,6 +59,30 @@ TEST_F(Load, EightProcessesLoseNoLine) {
         ++line;
     }
     EXPECT_EQ(next.size(), size_t{kProcesses});
+}
+
+// The log's directory is missing when all threads write their first line.
+TEST_F(Load, ConcurrentFirstLinesAreAllWritten) {
+    constexpr int kRounds = 200;
+    constexpr int kThreads = 4;
+    for (int round = 0; round < kRounds; ++round) {
+        std::barrier start(kThreads);
+        std::vector<std::thread> threads;
+        threads.reserve(kThreads);
+        for (int thread = 0; thread < kThreads; ++thread) {
+            threads.emplace_back([&start] {
+                start.arrive_and_wait();
+                WriteLog(L"first");
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        ASSERT_EQ(Messages(), std::vector<std::string>(kThreads, "first")) << "round " << round;
+        ASSERT_TRUE(DeleteFileW(kLog));
+        ASSERT_TRUE(RemoveDirectoryW(kLogDirectory));
+        ASSERT_TRUE(RemoveDirectoryW(L"C:\\ProgramData\\Vorandel\\Kelvaro"));
+    }
 }
 
 // Sixteen threads right-click while one process replaces the rule file and another writes to the

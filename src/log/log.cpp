@@ -66,9 +66,9 @@ std::string FormatLogLine(std::string_view time, std::wstring_view message) {
 void WriteLog(std::wstring_view message) noexcept {
     try {
         const std::string line = FormatLogLine(LocalTime(), message);
-        // The directory is missing only on the first write.
-        if (!AppendToFile(kLogFilePath, line) && !PathExists(kLogFilePath) &&
-            CreateDirectories(kLogDirectory)) {
+        // The directory is missing only on the first write. Another thread or process may have
+        // created it, and even the file, since the failed attempt.
+        if (!AppendToFile(kLogFilePath, line) && CreateDirectories(kLogDirectory)) {
             AppendToFile(kLogFilePath, line);
         }
     } catch (...) {  // NOLINT(bugprone-empty-catch): there is no other place to report it
