@@ -89,6 +89,8 @@ constexpr Import kImports[] = {
     {"RegDeleteTreeW", Install<&RegDeleteTreeW, ERROR_ACCESS_DENIED>},
 };
 
+using Exercise = void (*)(const Exports&);
+
 class FailingImports : public DriveTest {
   public:
     FailingImports() {
@@ -103,30 +105,32 @@ class FailingImports : public DriveTest {
                 library.Export<decltype(Exports::unregisterServer)>("DllUnregisterServer")};
     }
 
-    // Makes every call with call number `failing` of the replaced import failing. Returns the
-    // number of its calls.
-    static size_t CallWithFailure(const Exports& exports, size_t failing) {
+    // Makes every call of `exercise` with call number `failing` of the replaced import failing.
+    // Returns the number of its calls.
+    static size_t CallWithFailure(Exercise exercise, const Exports& exports, size_t failing) {
         DeleteFileW(kLog);
         RemoveDirectoryW(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs");
         g_calls = 0;
         g_failing = failing;
-        ExerciseEveryEntryPoint(exports, kShortcut);
+        exercise(exports);
         return g_calls;
     }
+
+    static void RightClick(const Exports& exports) { ExerciseRightClick(exports, kShortcut); }
+    static void Register(const Exports& exports) { ExerciseRegistration(exports); }
 };
 
-// Makes every call of one import fail in turn, with an error code and without one. Returns the
-// number of failures.
-size_t FailEach(const rightclick::Library& library, const Import& import) {
+// Makes every call of one import by `exercise` fail in turn, with an error code and without one.
+// Returns the number of failures.
+size_t FailEach(const rightclick::Library& library, const Import& import, Exercise exercise) {
     ScopedImport stub(library.Handle(), import.name);
     stub.Replace(import.install(stub.Original()));
     const Exports exports = FailingImports::ExportsOf(library);
-    const size_t calls = FailingImports::CallWithFailure(exports, SIZE_MAX);
-    EXPECT_GT(calls, 0U) << import.name;
+    const size_t calls = FailingImports::CallWithFailure(exercise, exports, SIZE_MAX);
     for (const bool hasErrorCode : {true, false}) {
         g_hasErrorCode = hasErrorCode;
         for (size_t call = 0; call < calls; ++call) {
-            FailingImports::CallWithFailure(exports, call);
+            FailingImports::CallWithFailure(exercise, exports, call);
         }
     }
     return 2 * calls;
@@ -137,14 +141,17 @@ TEST_F(FailingImports, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
     ASSERT_TRUE(library.IsLoaded());
     size_t calls = 0;
     for (const Import& import : kImports) {
-        calls += FailEach(library, import);
+        const size_t failures =
+            FailEach(library, import, RightClick) + FailEach(library, import, Register);
+        EXPECT_GT(failures, 0U) << import.name;
+        calls += failures;
     }
     // The allocator once more, with a prompt that starts and without a prompt.
     Copy(L"C:\\windows\\system32\\hostname.exe", kPrompt);
-    calls += FailEach(library, kImports[0]);
+    calls += FailEach(library, kImports[0], RightClick);
     DeleteFileW(kPrompt);
-    calls += FailEach(library, kImports[0]);
-    CallWithFailure(ExportsOf(library), SIZE_MAX);
+    calls += FailEach(library, kImports[0], RightClick);
+    CallWithFailure(RightClick, ExportsOf(library), SIZE_MAX);
     EXPECT_NE(Messages()[0].find("locked=1"), std::string::npos) << "a later right-click must work";
     std::printf("made calls of %zu imports fail %zu times\n", std::size(kImports), calls);
 }

@@ -63,8 +63,8 @@ Exports LinkedExports() {
     return {DllGetClassObject, DllCanUnloadNow, DllRegisterServer, DllUnregisterServer};
 }
 
-void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcut,
-                             LibraryCallHook hook) {
+void ExerciseRightClick(const Exports& library, const std::wstring& shortcut,
+                        LibraryCallHook hook) {
     {
         const ComPtr<IDataObject> selection(rightclick::MakeDropListObject({shortcut}));
         ComPtr<IClassFactory> factory;
@@ -83,10 +83,19 @@ void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcu
         }
     }
     EXPECT_EQ(library.canUnloadNow(), S_OK);
+}
+
+void ExerciseRegistration(const Exports& library, LibraryCallHook hook) {
     const auto denied = HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED);
     const auto noModule = HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND);
     CallLibrary(hook, "DllRegisterServer", {S_OK, E_FAIL, E_OUTOFMEMORY, denied, noModule},
                 [&] { return library.registerServer(); });
     CallLibrary(hook, "DllUnregisterServer", {S_OK, E_FAIL, E_OUTOFMEMORY},
                 [&] { return library.unregisterServer(); });
+}
+
+void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcut,
+                             LibraryCallHook hook) {
+    ExerciseRightClick(library, shortcut, hook);
+    ExerciseRegistration(library, hook);
 }

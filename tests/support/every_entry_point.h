@@ -16,9 +16,16 @@ struct Exports {
 };
 Exports LinkedExports();
 
-// Makes every call that a host can make, with `shortcut` selected: creates the factory and the
-// object, initialises it, queries menu, verb and help text, invokes the command, registers and
-// unregisters. Calls may fail, but only with documented results; after a failure the menu must be
-// unchanged, and at the end the library must be unloadable.
+// Makes every call of a right-click with `shortcut` selected: creates the factory and the object,
+// initialises it, queries menu, verb and help text, and invokes the command. Calls may fail, but
+// only with documented results; after a failure the menu must be unchanged, and at the end the
+// library must be unloadable.
+void ExerciseRightClick(const Exports& library, const std::wstring& shortcut,
+                        LibraryCallHook hook = nullptr);
+
+// Registers and unregisters the library. Calls may fail, but only with documented results.
+void ExerciseRegistration(const Exports& library, LibraryCallHook hook = nullptr);
+
+// Does both.
 void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcut,
                              LibraryCallHook hook = nullptr);
