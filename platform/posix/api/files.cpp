@@ -3,6 +3,7 @@
 #include <unistd.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -124,6 +125,27 @@ std::shared_ptr<File> FindFile(HANDLE handle) {
     return std::dynamic_pointer_cast<File>(compat::Handles().Find(handle));
 }
 
+// Calls `transfer` with the descriptor of `file`, which needs one of the rights `access`. It
+// returns the number of bytes, which `done` receives unless it is null, or -1 and sets errno.
+template <class Operation>
+BOOL TransferBytes(HANDLE file, DWORD access, LPDWORD done, Operation&& transfer) {
+    const auto object = FindFile(file);
+    if (!object) {
+        return Fail(ERROR_INVALID_HANDLE);
+    }
+    if ((object->Access() & access) == 0) {
+        return Fail(ERROR_ACCESS_DENIED);
+    }
+    const ssize_t bytes = transfer(object->Descriptor());
+    if (bytes < 0) {
+        return Fail(ErrorFromErrno(errno));
+    }
+    if (done != nullptr) {
+        *done = static_cast<DWORD>(bytes);
+    }
+    return TRUE;
+}
+
 }  // namespace
 
 HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* /*security*/,
@@ -170,22 +192,11 @@ BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
     if (call.Fails()) {
         return FALSE;
     }
-    const auto object = FindFile(file);
-    if (!object) {
-        return Fail(ERROR_INVALID_HANDLE);
-    }
-    if ((object->Access() & GENERIC_READ) == 0) {
-        return Fail(ERROR_ACCESS_DENIED);
-    }
-    const ssize_t got = ::read(object->Descriptor(), buffer, size);
-    if (got < 0) {
-        return Fail(ErrorFromErrno(errno));
-    }
-    compat::CountBytesRead(static_cast<size_t>(got));
-    if (read != nullptr) {
-        *read = static_cast<DWORD>(got);
-    }
-    return TRUE;
+    return TransferBytes(file, GENERIC_READ, read, [buffer, size](int descriptor) {
+        const ssize_t got = ::read(descriptor, buffer, size);
+        compat::CountBytesRead(static_cast<size_t>(std::max<ssize_t>(got, 0)));
+        return got;
+    });
 }
 
 BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
@@ -199,21 +210,9 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
     if (call.Fails()) {
         return FALSE;
     }
-    const auto object = FindFile(file);
-    if (!object) {
-        return Fail(ERROR_INVALID_HANDLE);
-    }
-    if ((object->Access() & kWriting) == 0) {
-        return Fail(ERROR_ACCESS_DENIED);
-    }
-    const ssize_t put = ::write(object->Descriptor(), bytes, size);
-    if (put < 0) {
-        return Fail(ErrorFromErrno(errno));
-    }
-    if (written != nullptr) {
-        *written = static_cast<DWORD>(put);
-    }
-    return TRUE;
+    return TransferBytes(file, kWriting, written, [bytes, size](int descriptor) {
+        return ::write(descriptor, bytes, size);
+    });
 }
 
 BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept {
