@@ -5,6 +5,7 @@ configure_file("${exports_file}" "${PROJECT_BINARY_DIR}/KelvaroShellExt.def" COP
 target_sources(
   KelvaroShellExt
   PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/version.rc"
+          "${PROJECT_SOURCE_DIR}/platform/windows/exception_memory.cpp"
           "${PROJECT_SOURCE_DIR}/platform/windows/terminate_handler.cpp")
 target_link_libraries(kelvaro_core PUBLIC ole32 shell32 shlwapi uuid)
 
