@@ -41,8 +41,9 @@ for %%I in (%name%.*.old) do (
 popd
 
 :register
+rem Codes of crashes are negative, so "if errorlevel 1" would ignore them.
 "%system%\regsvr32.exe" /s "%target%\%name%"
-if errorlevel 1 (
+if not "%errorlevel%"=="0" (
   echo The extension in "%target%" could not be registered.
   exit /b 1
 )

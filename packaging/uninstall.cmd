@@ -17,17 +17,21 @@ rem Any copy of the DLL can remove the registration.
 set "library=%target%\%name%"
 if not exist "%library%" set "library=%~dp0%name%"
 "%system%\regsvr32.exe" /s /u "%library%"
-if errorlevel 1 (
+if not "%errorlevel%"=="0" (
   echo Nothing is removed. The registration could not be removed with "%library%".
   exit /b 1
 )
 echo Removed the registration for the current user.
-if not exist "%target%\%name%*" (
+set "files="%name%" "%name%.new" "Lang\English.ini" "Lang\Chinese(Simplified).ini""
+set found=
+if exist "%target%\%name%.*.old" set found=1
+for %%I in (%files%) do if exist "%target%\%%~I" set found=1
+if not defined found (
   echo "%target%" contains no files of the extension.
   exit /b 0
 )
 
-del /f /q "%target%\%name%" >nul 2>nul
+for %%I in (%files%) do del /f /q "%target%\%%~I" >nul 2>nul
 del /f /q "%target%\%name%.*.old" >nul 2>nul
 set number=0
 :next_number
@@ -35,12 +39,8 @@ set /a number+=1 >nul
 set "old=%name%.%number%.old"
 if exist "%target%\%old%" goto next_number
 if exist "%target%\%name%" ren "%target%\%name%" "%old%" >nul 2>nul
-del /f /q "%target%\Lang\English.ini" >nul 2>nul
-del /f /q "%target%\Lang\Chinese(Simplified).ini" >nul 2>nul
 rmdir "%target%\Lang" >nul 2>nul
-if exist "%target%\%name%" goto cannot_delete
-if exist "%target%\Lang\English.ini" goto cannot_delete
-if exist "%target%\Lang\Chinese(Simplified).ini" goto cannot_delete
+for %%I in (%files%) do if exist "%target%\%%~I" goto cannot_delete
 echo Removed the extension's files from "%target%".
 pushd "%target%"
 for %%I in (%name%.*.old) do (
