@@ -164,6 +164,18 @@ TEST_F(EndToEnd, AcceptsTheVerbByName) {
     WaitForPrompt(1);
 }
 
+#ifndef _WIN32
+TEST_F(EndToEnd, ThePromptKeepsRulesThatItCannotRead) {
+    WriteRules("[]");
+    const auto rules = platform::NativePath(kRules);
+    std::filesystem::permissions(rules, std::filesystem::perms::owner_write);
+    RightClick({kTool}, true);
+    WaitForPrompt(1);
+    std::filesystem::permissions(rules, std::filesystem::perms::owner_read);
+    EXPECT_EQ(Read(kRules), "[]");
+}
+#endif
+
 TEST_F(EndToEnd, ReportsLibrariesThatCannotBeCalled) {
     Write(L"C:\\Test\\none.dll", "no library");
     EXPECT_TRUE(FAILED(rightclick::CallRegistration(L"C:\\Test\\none.dll", "DllRegisterServer")));

@@ -75,14 +75,17 @@ TEST(RuleEditor, SwitchesTheFirstRuleOnAndAllOff) {
 }
 
 TEST(RuleEditor, RefusesWhatItCannotChange) {
+    const std::string deep = std::string(200'000, '[') + std::string(200'000, ']');
     const struct {
-        const char *rules, *error;
+        std::string rules;
+        const char* error;
     } cases[] = {{"no rules", "not valid JSON"},
                  {"[{\"type\":\"exe\",}]", "not valid JSON"},
                  {R"(["C:\Apps"])", "not valid JSON"},
                  {"[\"\xFF\"]", "not valid JSON"},
                  {"5", "no list"},
-                 {"{\"version\":1}", "no list"}};
+                 {"{\"version\":1}", "no list"},
+                 {deep, "nested too deeply"}};
     for (const auto& [rules, error] : cases) {
         const ToggleResult result = ToggleRule(rules, kTool);
         EXPECT_NE(result.error.find(error), std::string::npos) << rules << "\n" << result.error;

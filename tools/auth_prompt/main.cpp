@@ -1,5 +1,5 @@
 // A stand-in for the application's authorisation prompt, for demos and tests. Toggles the lock of
-// the given program without authorisation.
+// the given program without authorisation. If two run at the same time, one change can be lost.
 
 #include <windows.h>
 
@@ -55,12 +55,24 @@ bool ReplaceRules(std::string_view rules) {
     return false;
 }
 
+// True if there is no rule file or it has no bytes.
+bool HasNoRules() {
+    WIN32_FILE_ATTRIBUTE_DATA file = {};
+    if (GetFileAttributesExW(kelvaro::kRuleFilePath, GetFileExInfoStandard, &file)) {
+        return file.nFileSizeHigh == 0 && file.nFileSizeLow == 0;
+    }
+    return GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND;
+}
+
 bool Toggle(const std::wstring& selectedPath) {
     const std::wstring target = kelvaro::ResolveShortcutTarget(selectedPath);
     if (target.empty()) {
         return Complain("not a program or a shortcut to one: " + console::Utf8(selectedPath));
     }
     const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
+    if (rules.View().empty() && !HasNoRules()) {
+        return Complain("cannot read the rule file; nothing changed");
+    }
     const auto [changed, error] = auth_prompt::ToggleRule(rules.View(), target);
     if (!error.empty()) {
         return Complain(error + "; nothing changed");

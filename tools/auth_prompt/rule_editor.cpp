@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 #include <vector>
 
 #include "console/console.h"
@@ -13,6 +14,9 @@ namespace {
 
 // Keeps the order of keys.
 using Json = nlohmann::ordered_json;
+
+// Json::dump recurses. No real rule file is nested as deeply.
+constexpr int kDeepestNesting = 1000;
 
 // A rule of the document, with its text. The extension reads rules as text, so the text decides
 // whether a rule matches.
@@ -101,9 +105,14 @@ ToggleResult ToggleRule(std::string_view rules, std::wstring_view target) {
     Json document = {{"rules", Json::array()}};
     if (!IsBlank(rules)) {
         try {
-            document = Json::parse(rules);
+            document = Json::parse(rules, [](int depth, Json::parse_event_t, const Json&) {
+                return depth <= kDeepestNesting ? true
+                                                : throw std::length_error("nested too deeply");
+            });
         } catch (const Json::exception& error) {
             return {{}, std::string("the rule file is not valid JSON: ") + error.what()};
+        } catch (const std::length_error&) {
+            return {{}, "the rule file is nested too deeply"};
         }
     }
     const std::wstring canonicalPath = kelvaro::NormalizePath(target);

@@ -12,8 +12,10 @@ struct ToggleResult {
 
 // Toggles the lock of the program at `target` in `rules`, the content of a rule file. Switches all
 // rules for it off if one locks it, else the first one on. Appends a new rule to the list if there
-// is none. Keeps unknown keys and the order of keys, but not the format of the text. Fails if
-// `rules` is neither blank nor JSON, or has no list to append to.
+// is none. Keeps unknown keys and the order of keys, but not the format of the text. A key that
+// an object contains twice is kept once, and unnecessary escapes are removed, which can change what
+// another such rule locks. Fails if `rules` is neither blank nor JSON, is nested too deeply, or has
+// no list to append to.
 ToggleResult ToggleRule(std::string_view rules, std::wstring_view target);
 
 }  // namespace auth_prompt
