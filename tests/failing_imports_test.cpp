@@ -7,6 +7,8 @@
 #include <shlwapi.h>
 
 #include <cstdlib>
+#include <regex>
+#include <set>
 
 #include "rightclick/library.h"
 #include "support/every_entry_point.h"
@@ -134,6 +136,20 @@ size_t FailEach(const rightclick::Library& library, const Import& import, Exerci
         }
     }
     return 2 * calls;
+}
+
+TEST_F(FailingImports, EveryImportWhoseFailureIsHandledIsListed) {
+    const std::string text = Read(platform::BuiltFile(KELVARO_DLL_IMPORTS));
+    const std::regex line(R"( (\w+) fails\n)");
+    std::set<std::string> expected;
+    for (std::sregex_iterator match(text.begin(), text.end(), line), end; match != end; ++match) {
+        expected.insert((*match)[1]);
+    }
+    std::set<std::string> listed;
+    for (const Import& import : kImports) {
+        listed.insert(import.name);
+    }
+    EXPECT_EQ(listed, expected);
 }
 
 TEST_F(FailingImports, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
