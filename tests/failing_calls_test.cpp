@@ -129,11 +129,13 @@ TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
 }
 
 TEST_F(FailingCalls, TextsThatCannotBeConvertedAreEmpty) {
-    for (const size_t skip : {0U, 1U}) {  // the call for the length, then the conversion
-        const FailingCall widen("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION, skip);
-        const FailingCall narrow("WideCharToMultiByte", ERROR_INVALID_PARAMETER, skip);
-        EXPECT_EQ(WideFromBytes(CP_UTF8, 0, "text"), L"") << skip;
-        EXPECT_EQ(Utf8FromWide(L"text"), "") << skip;
+    for (const size_t index : {0U, 1U}) {  // the call for the length, then the conversion
+        {
+            const FailingNthCall widen({index});
+            EXPECT_EQ(WideFromBytes(CP_UTF8, 0, "text"), L"") << index;
+        }
+        const FailingNthCall narrow({index});
+        EXPECT_EQ(Utf8FromWide(L"text"), "") << index;
     }
 }
 

@@ -27,7 +27,10 @@ std::string Utf8FromWide(std::wstring_view text) {
     const int length = static_cast<int>(text.size());
     const int size =
         WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<size_t>(size > 0 ? size : 0), '\0');
+    if (size <= 0) {
+        return {};
+    }
+    std::string bytes(static_cast<size_t>(size), '\0');
     const int written =
         WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
     bytes.resize(static_cast<size_t>(written > 0 ? written : 0));
