@@ -65,6 +65,9 @@ TEST(Options, ReportsWrongUsage) {
                  {{L"--explain", L"C:\\a.exe", L"C:\\b.exe"}, "--explain takes one FILE"},
                  {{L"--explain", L"C:\\a.exe", L"--register", L"C:\\l.dll"}, "excludes"},
                  {{L"--explain"}, "--explain takes one FILE"},
+                 {{L"--explain", L"--choose", L"C:\\a.exe"}, "excludes"},
+                 {{L"--watch", L"--verb", L"x"}, "excludes"},
+                 {{L""}, "FILE is empty"},
                  {{L"--watch", L"C:\\a.exe"}, "FILE is only for right-clicks"},
                  {{L"--register"}, "--register: 1 required LIBRARY missing"}};
     for (const auto& [arguments, error] : cases) {
@@ -208,6 +211,8 @@ using HandlerTest = DriveTest;
 TEST_F(HandlerTest, FindsTheRegisteredLibrary) {
     const auto problem = [] { return FindRegistration(L"exefile").problem; };
     EXPECT_PRED2(Contains, problem(), "nothing is registered for exefile for this user; ");
+    EXPECT_PRED2(Contains, FindRegistration(L"myexe").problem,
+                 "for exefile and lnkfile, the usual");
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.EXE"), L"exefile");
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.lnk"), L"lnkfile");
     EXPECT_EQ(ClassOfFile(L"C:\\a.exe\\b"), L"");

@@ -59,9 +59,12 @@ Registration FindRegistration(const std::wstring& fileClass) {
     const std::wstring clsid =
         ReadClassValue(fileClass + L"\\shellex\\ContextMenuHandlers\\VorandelKelvaro");
     if (clsid.empty()) {
+        const bool usual = fileClass == kProgramClass || fileClass == kShortcutClass;
         return {{},
-                "nothing is " + forClass +
-                    " for this user; rightclick --register LIBRARY registers the extension"};
+                "nothing is " + forClass + " for this user; " +
+                    (usual ? "rightclick --register LIBRARY registers the extension"
+                           : "the extension is registered for exefile and lnkfile, the usual "
+                             "classes of .exe and .lnk files")};
     }
     Handler handler = {};
     if (FAILED(CLSIDFromString(clsid.c_str(), &handler.clsid))) {

@@ -1,6 +1,7 @@
 #include "rightclick/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 
@@ -107,6 +108,9 @@ class CommandLine {
     // Returns why the number of files is wrong. Empty if it is right.
     std::string CheckFiles() const {
         const size_t count = options_.files.size();
+        if (std::find(options_.files.begin(), options_.files.end(), L"") != options_.files.end()) {
+            return "FILE is empty";
+        }
         switch (options_.action) {
             case Action::rightClick:
                 return count == 0 ? "no FILE is given" : "";
@@ -136,19 +140,21 @@ class CommandLine {
     }
 
     void AddRightClickOptions() {
-        app_.add_flag("--choose", options_.choose, "also choose the item");
-        AddText("--verb", "NAME",
-                "choose the command with the verb NAME,\neven if there is no item",
-                [this](const std::string& verb) { options_.verb = Wide(verb); });
-        app_.add_flag(
-            "--popup", options_.popup,
-            "show the menu at the pointer and run the item\nthat is chosen there (only the "
-            "Windows program)");
-        AddText("--flags", "HEX", "flags for QueryContextMenu (1: default item only)",
-                [this](const std::string& text) { options_.flags = ParseFlags(text); });
-        AddText("--library", "LIBRARY", "use LIBRARY instead of the registered one",
-                [this](const std::string& file) { options_.library = FullPath(file); });
-        app_.add_flag("--log", options_.log, "print the log lines that this right-click added");
+        rightClickOptions_ = {
+            app_.add_flag("--choose", options_.choose, "also choose the item"),
+            AddText("--verb", "NAME",
+                    "choose the command with the verb NAME,\neven if there is no item",
+                    [this](const std::string& verb) { options_.verb = Wide(verb); }),
+            app_.add_flag(
+                "--popup", options_.popup,
+                "show the menu at the pointer and run the item\nthat is chosen there (only the "
+                "Windows program)"),
+            AddText("--flags", "HEX", "flags for QueryContextMenu (1: default item only)",
+                    [this](const std::string& text) { options_.flags = ParseFlags(text); }),
+            AddText("--library", "LIBRARY", "use LIBRARY instead of the registered one",
+                    [this](const std::string& file) { options_.library = FullPath(file); }),
+            app_.add_flag("--log", options_.log,
+                          "print the log lines that this right-click added")};
         app_.add_flag("--json", options_.json, "print one JSON object");
     }
 
@@ -182,10 +188,12 @@ class CommandLine {
         return app_.add_option_function<std::string>(name, store, description)->type_name(type);
     }
 
-    // At most one action can be given.
+    // At most one action can be given, and no option that has no effect on it.
     void AddAction(CLI::Option* action) {
-        for (CLI::Option* const other : actions_) {
-            action->excludes(other);
+        for (const auto* const others : {&actions_, &rightClickOptions_}) {
+            for (CLI::Option* const other : *others) {
+                action->excludes(other);
+            }
         }
         actions_.push_back(action);
     }
@@ -193,6 +201,7 @@ class CommandLine {
     CLI::App app_;
     Options options_;
     std::vector<CLI::Option*> actions_;
+    std::vector<CLI::Option*> rightClickOptions_;
 };
 
 }  // namespace
