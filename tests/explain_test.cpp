@@ -24,6 +24,11 @@ std::string Reason(std::string_view rules, const std::wstring& path = kTool) {
     return std::to_string(explanation.reason.line) + ": " + explanation.reason.text;
 }
 
+// A reason that ends with "locks it" has no further advice.
+bool EndsWithOrContains(const std::string& text, const std::string& part) {
+    return part.ends_with("locks it") ? text.ends_with(part) : Contains(text, part);
+}
+
 struct Case {
     std::string rules;
     const char* reason;
@@ -35,16 +40,29 @@ TEST(Explain, NamesTheRuleThatLocks) {
         {"[\n {\"type\":\"exe\",\"target\":\"c:/apps/TOOL.exe\"}]", "2: this rule locks it"},
         {"{\n\n" + rule + "}", "3: this rule locks it"},
         {"[{" + rule + ",\"enabled\":false},\n{" + rule + "}]", "2: this rule locks it"},
-        {"{\"enabled\":\"false\"," + rule + "}", "has the value false, which does not switch"},
+        {"{\"enabled\":\"false\"," + rule + "}",
+         "has the value \"false\", which does not switch a rule "
+         "off: the quotation marks make it text: remove them"},
+        {"{\"enabled\":[false]," + rule + "}", "has the value [false], which does not switch"},
         {"{\"enabled\":0," + rule + "}", "has the value 0, which does not switch"},
+        {"{\"enabled\":1," + rule + "}", "locks it"},
+        {"{enabled:false," + rule + "}", "the key \"enabled\" needs double quotation marks: write"},
+        {"{\"enabled\":true,\"enabled\":false," + rule + "}",
+         "only the first \"enabled\" counts: write \"enabled\": false there"},
         {"{\"Enabled\":false," + rule + "}", "case-sensitive, so \"Enabled\" has no effect: write"},
         {"{\"disabled\":true," + rule + "}", "the key \"disabled\" has no effect"},
         {"// {" + rule + "}", "in a comment, and comments are not skipped"},
         {"/* old:\n {" + rule + "} */", "in a comment"},
         {"/* new */ {" + rule + "}", "1: this rule locks it"},
+        {"[ // {" + rule + "}\n]", "it is in a comment"},
+        {"{ // " + rule + "\n}", "its \"target\" is in a comment"},
+        {"[{\"target\":\"C:/Games/*\"},\n{" + rule + "}]", "locks it"},
+        {"{\"see\":\"http://a/* b\", " + rule + "}", "locks it"},
+        {"\xFF\xFE{" + rule + "}", "1: this rule locks it"},
+        {std::string("{\0", 2) + rule + "}", "1: this rule locks it"},
     };
     for (const auto& [rules, reason] : cases) {
-        EXPECT_PRED2(Contains, Reason(rules), reason);
+        EXPECT_PRED2(EndsWithOrContains, Reason(rules), reason);
     }
 }
 
@@ -56,15 +74,22 @@ TEST(Explain, ExplainsTheFile) {
         {"[]", "0: the rule file contains no JSON object"},
         {"type: exe\ntarget: C:\\Apps\\Tool.exe", "0: the rule file contains no JSON object"},
         {R"([{"type":"exe","target":"C:\\App)", "ends before the closing brace"},
-        {"\xFF\xFE{", "UTF-16: save it as UTF-8"},
+        {std::string("\xFF\xFE{\0", 4), "UTF-16: save it as UTF-8"},
+        {"\xFF\xFE{}", "0: the rule file contains no rules"},
         {utf16, "UTF-16: save it as UTF-8"},
         {std::string("\0{", 2), "UTF-16: save it as UTF-8"},
-        {R"([{"a":1},{"b":2}])", "0: none of the 2 rules in the file is for it"},
+        {R"([{"type":1},{"path":2}])", "0: none of the 2 rules in the file is for it"},
+        {R"({"version":1,"rules":[]})", "0: the rule file contains no rules"},
+        {R"([{"type"="exe"}])", "no rules; the rule file is not valid JSON (at line 1, column 9)"},
         {R"([{"type":"exe","target":"D:\\x.exe"}])", "0: the only rule in the file is not for it"},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe","options":{}})", "contains an object"},
         {R"({"type":"exe","target":"C:\Apps\Tool.exe","x":"{"})", "contains an object or a brace"},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe")", "no closing brace: write }"},
         {R"("type":"exe","target":"C:\\Apps\\Tool.exe"})", "no opening brace: write {"},
+        {R"([{"type":"exe","target":"C:\\Apps\\Tool.exe", {"a":1}])", "no closing brace: write }"},
+        {R"({"type":"exe","name":"{x}","target":"C:\\Apps\\Tool.exe"})", "contains an object"},
+        {"{\"a\":{},\n\"type\":\"exe\",\"target\":\"C:\\\\Apps\\\\Tool.exe\"}",
+         "2: a rule for it is"},
     };
     for (const auto& [rules, reason] : cases) {
         EXPECT_PRED2(Contains, Reason(rules), reason);
@@ -104,7 +129,24 @@ TEST(Explain, ExplainsNearMisses) {
               "C:\\\\Apps\\\\Tool.exe\""),
          "an invisible character (U+202A): type the path again"},
         {with(R"("target":"D:\\x.exe","target":"C:\\Apps\\Tool.exe")"),
-         "only the first \"target\""},
+         R"(the first "target" of a rule counts: add {"type":"exe","target":"C:\\Apps\\Tool.exe"})"},
+        {with(R"("target":"D:\\x.exe","image":"C:\\Apps\\Tool.exe")"),
+         "the key \"image\" has no effect beside \"target\": add {"},
+        {with(R"("target":"C:\\Apps\\Tool.exe","enabled":false,"enabled":true)"),
+         "only the first \"enabled\" counts: write \"enabled\": true there"},
+        {with("\"target\":\"C:\\\\Apps\\\\Tool.exe\", // \"enabled\":false\n\"a\":1"),
+         "switched off in a comment"},
+        {R"({"type":["exe"],"target":"C:\\Apps\\Tool.exe"})", "the type is a list: write \"type\""},
+        {R"({"type":"EXE","type":"exe","target":"C:\\Apps\\Tool.exe"})",
+         "only the first \"type\" counts"},
+        {with(R"("tagret":"C:\\Apps\\Tool.exe")"), "\"target\" instead of \"tagret\" if this"},
+        {with(R"("target":"'C:\\Apps\\Tool.exe'")"), "single quotation marks inside: " + write},
+        {with(R"("target":"\"C:\\Apps\\Tool.exe \"")"), "quotation marks inside, and the first"},
+        {with(R"("target":"C:\\Apps\\Tool.exe.")"), "ends with a dot: " + write},
+        {with("\"target\":\"\xC2\xA0"
+              "C:\\\\Apps\\\\Tool.exe\""),
+         "an invisible character (U+00A0)"},
+        {with(R"("target":["C:\\a.exe","C:\\Apps\\Tool.exe"])"), "a rule has one path: add {"},
         {with(R"("Path":"C:\Apps\Tool.exe\")"), "instead of \"Path\"; the backslashes are not"},
         {with(R"("target":"\\\\?\\C:\\Apps\\Tool.exe")"), R"(the prefix \\?\ counts: )" + write},
         {with(R"("target":"file:///C:/Apps/Tool.exe")"), "a URL is not a path: " + write},
@@ -114,12 +156,23 @@ TEST(Explain, ExplainsNearMisses) {
         {with(R"("target":"C:\\APPS~1\\Tool.exe")"), "short names are not expanded: " + write},
         {with(R"("target":"C:\\Apps\\")"), "a folder, and rules lock single programs: " + write},
         {with(R"("target":"Tool.exe")"), "a file name is not enough: " + write},
+        {R"({"path":"Tool.exe"})",
+         "write \"target\": \"C:\\\\Apps\\\\Tool.exe\"; it has no type: add"},
+        {with(R"("enabled":false,"target":"Tool.exe")"), write + "; it is switched off: write"},
+        {R"({"type":"folder","enabled":false,"target":"C:\\Apps"})",
+         R"(rules of type "folder" lock no program: add {"type":"exe","target":"C:\\Apps\\Tool.exe"})"},
+        {with(R"("target":"%windir%\\Tool.exe")"), "are not expanded: " + write + " if this"},
+        {with(R"("target":"C:\\Other\\.\\Tool.exe")"), "are not resolved: " + write + " if this"},
+        {with(R"("target":"D:\\100%\\Tool.exe")"), "for another path"},
+        {with(R"("target":"C:\\Apps\\~$Tool.exe"},{"target":"~/Tool.exe")"), "for another path, ~"},
+        {with("\"target\":\"C:/\xB9\xA4/Tool.exe\""), "its path is not valid UTF-8"},
         {with(R"("target":"C:\\Apps\\Tool")"), "the extension is missing: " + write},
         {with(R"("target":"C:\\Apps\\Tool.exe.exe")"), "the extension is there twice: " + write},
         {with(R"("target":"C:\\Apps\\Tool.exe --level 3")"), "a rule has no arguments: " + write},
         {with(R"("target":"\"C:\\Apps\\Tool.exe\" -x")"), "a rule has no arguments: " + write},
         {with(R"("targets": [ "C:\\Apps\\Tool.exe" ])"), "in a list; a rule has one path: write"},
-        {with(R"("target":"C:\\Users\\Public\\Tool.lnk")"), "names a shortcut: write the path"},
+        {with(R"("target":"C:\\Users\\Public\\Tool.lnk")"),
+         "names a shortcut, not a program: write"},
         {with(R"("target":"C:\\Old\\Tool.exe")"), "for another path, c:\\old\\tool.exe: " + write},
         {with(R"("target":"C:\Old\Tool.exe")"), "for another path, c:\\old\\tool.exe: " + write},
     };
@@ -146,6 +199,11 @@ TEST(Explain, ExplainsLettersOfOtherAlphabets) {
         {R"({"type":"exe","target":"C:\new\tool.exe"})", L"C:\\new\\tool.exe",
          R"(\n, \r and \t are control characters): write "C:\\new\\tool.exe")"},
         {rule("\\u00C4rger.exe"), L"C:\\\u00C4rger.exe", "\\u escapes are not decoded"},
+        {rule("a b.exe"), L"C:\\a\u3000b.exe",
+         "the program contains an invisible character (U+3000)"},
+        {rule("Windows/a.exe"), L"%windir%\\a.exe", "right-click the program itself"},
+        {rule("a.exe"), L"\\\\?\\C:\\a.exe",
+         "has the prefix \\\\?\\, which counts: select the program"},
     };
     for (const auto& [rules, path, reason] : cases) {
         EXPECT_PRED2(Contains, Reason(rules, path), reason);
@@ -162,16 +220,23 @@ TEST(Explain, OrdersAndLimitsTheRemarks) {
             "\n"
             R"({"type":"exe","target":"D:\\Tool.exe"},)";
     }
+    rules +=
+        "\n"
+        R"({"type":"EXE","target":"C:\\Apps\\Tool.exe"}])";
     const Explanation explanation = ExplainLock(rules, kTool);
-    EXPECT_EQ(explanation.rules, 22U);
+    EXPECT_EQ(explanation.rules, 23U);
     EXPECT_EQ(explanation.reason.line, 2U) << "the nearest rule";
-    ASSERT_EQ(explanation.remarks.size(), 11U);
-    EXPECT_EQ(explanation.remarks[0].line, 1U);
-    EXPECT_EQ(explanation.remarks[9].line, 11U);
+    ASSERT_EQ(explanation.remarks.size(), 12U);
+    EXPECT_EQ(explanation.remarks[0].line, 23U) << "the next one";
+    EXPECT_EQ(explanation.remarks[1].line, 1U);
+    EXPECT_EQ(explanation.remarks[9].line, 10U);
     EXPECT_EQ(explanation.remarks[10].text, "12 more remarks are not shown");
-    const Explanation invalid = ExplainLock(R"([{"a":1},])", kTool);
-    ASSERT_EQ(invalid.remarks.size(), 1U);
-    EXPECT_PRED2(Contains, invalid.remarks[0].text, "not valid JSON (at line 1, column 10)");
+    EXPECT_PRED2(Contains, explanation.remarks[11].text, "not valid JSON (at line 2, column 28)");
+    const Explanation locked =
+        ExplainLock(R"([{"type":"exe","target":"C:/Apps/Tool.exe","enabled":false},)"
+                    R"({"type":"exe","target":"C:/Apps/Tool.exe"}])",
+                    kTool);
+    EXPECT_TRUE(locked.remarks.empty());
 }
 
 using ExplainFileTest = DriveTest;
@@ -196,6 +261,11 @@ TEST_F(ExplainFileTest, HasAnExitStatusForEachState) {
     DeleteFileW(kRules);
     MakeDirectory(kRules);
     EXPECT_EQ(status(kTool), kUnknown) << "the rule file cannot be read";
+    EXPECT_PRED2(Contains, ExplainFile(kTool).explanation.reason.text, "read: it is a folder;");
+    EXPECT_PRED2(Contains, ExplainFile(L"C:\\").explanation.reason.text, "C:\\ is neither");
+    EXPECT_PRED2(Contains,
+                 ExplainFile(L"C:\\" + std::wstring(260, L'x') + L".exe").explanation.reason.text,
+                 "no item, because the path has 267 characters");
 }
 
 TEST_F(ExplainFileTest, PrintsTextAndJson) {
@@ -206,6 +276,7 @@ TEST_F(ExplainFileTest, PrintsTextAndJson) {
     EXPECT_EQ(report.ruleFileTime.size(), std::string("2026-11-24 18:06:33").size());
     EXPECT_EQ(ReportAsText(report),
               "C:\\Apps\\Tool.exe is locked: line 1: this rule locks it\n"
+              "  note        Tool.exe does not exist\n"
               "  shortcut    " +
                   Utf8(shortcut) +
                   "\n"
@@ -222,6 +293,13 @@ TEST_F(ExplainFileTest, PrintsTextAndJson) {
     EXPECT_EQ(json["rule_file"]["rules"], 1);
     const auto unknown = nlohmann::json::parse(ReportAsJson(ExplainFile(L"C:\\readme.txt")));
     EXPECT_TRUE(unknown["locked"].is_null() && unknown["target"].is_null());
+    EXPECT_FALSE(unknown["rule_file"].contains("rules"));
+    // Text of the rule file is short, valid UTF-8, and without control characters.
+    WriteRules("{\"type\":\"\xFF\033\n" + std::string(5000, 'x') +
+               "\",\"target\":\"C:\\\\Apps\\\\Tool.exe\"}");
+    const ExplainReport hostile = ExplainFile(kTool);
+    EXPECT_PRED2(Contains, ReportAsText(hostile), "type is \"\xEF\xBF\xBD<U+001B><U+000A>xx");
+    EXPECT_LT(ReportAsJson(hostile).size(), 1000U);
 }
 
 }  // namespace

@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "rightclick/explain_comments.h"
+#include "rightclick/explain_keys.h"
 #include "rightclick/explain_near_miss.h"
 #include "rules/lock_lookup.h"
+#include "rules/rule_fields.h"
 #include "rules/rule_pieces.h"
 
 namespace rightclick {
@@ -16,73 +19,123 @@ using kelvaro::RulePiece;
 constexpr size_t kMaxRemarks = 10;
 
 // The most important kind first.
-enum class Kind { locks, switchedOff, nearMiss, ignored, otherPath, file };
+enum class Kind { locks, switchedOff, nearMiss, ignored, otherPath };
 
 struct Finding {
     Kind kind;
     Remark remark;
 };
 
+// Returns whether `rules` is in UTF-16, and not only begins like it.
 bool IsUtf16(std::string_view rules) {
-    return rules.starts_with("\xFF\xFE") || rules.starts_with("\xFE\xFF") ||
-           (rules.size() >= 2 && (rules[0] == '\0') != (rules[1] == '\0'));
+    const bool begins = rules.starts_with("\xFF\xFE") || rules.starts_with("\xFE\xFF") ||
+                        (rules.size() >= 2 && (rules[0] == '\0') != (rules[1] == '\0'));
+    const auto zeros = static_cast<size_t>(std::count(rules.begin(), rules.end(), '\0'));
+    return begins && zeros >= rules.size() / 4;
+}
+
+bool CanBeRule(const Rule& rule) {
+    return std::any_of(rule.fields.begin(), rule.fields.end(), [](const LooseField& field) {
+        return IsTargetKey(field.key) || LowerCase(field.key) == "type";
+    });
+}
+
+// Returns whether the author of a piece that is not a flat object means `program`.
+bool Means(const RulePiece& piece, const Program& program) {
+    // The type can be in another piece.
+    const std::string typed = "\"type\":\"exe\"," + std::string(piece.text);
+    return kelvaro::IsRuleFor(typed, program.canonical) ||
+           !ExplainNearMiss(Rule(piece.text), program).empty();
+}
+
+// Returns whether the opening brace after `piece` begins the next rule. Otherwise it is in a text
+// or begins a value.
+bool LacksClosingBrace(const RulePiece& piece) {
+    const size_t last = std::min(piece.text.find_last_not_of(" \t\r\n"), piece.text.size() - 1);
+    const bool beginsValue = piece.text[last] == ':' || piece.text[last] == '[';
+    const bool inText = std::count(piece.text.begin(), piece.text.end(), '"') % 2 != 0;
+    return !piece.closed && !beginsValue && !inText;
 }
 
 // Explains why a piece that means `program` is not a flat object. Empty if it does not mean it.
 std::string ExplainBraces(std::string_view rules, const RulePiece& piece, const Program& program) {
-    const bool hasBrace = piece.opened || piece.closed;
-    const bool means = kelvaro::IsRuleFor(piece.text, program.canonical) ||
-                       !ExplainNearMiss(piece.text, program).empty();
-    if (!hasBrace || !means) {
+    if ((!piece.opened && !piece.closed) || !Means(piece, program)) {
         return {};
     }
     const auto begin = static_cast<size_t>(piece.text.data() - rules.data());
     if (begin == 0 && !piece.opened) {
         return "a rule for it has no opening brace: write { before it";
     }
-    if (begin + piece.text.size() == rules.size() && !piece.closed) {
+    const bool ends = begin + piece.text.size() == rules.size() && !piece.closed;
+    if (ends || LacksClosingBrace(piece)) {
         return "a rule for it has no closing brace: write } after it";
     }
-    return "a rule for it is ignored, because it contains an object or a brace: remove that from "
-           "the rule";
+    return piece.opened
+               ? "a rule for it is ignored, because it contains an object or a brace: remove that "
+                 "from the rule"
+               : "a rule for it is ignored, because it contains an object or a brace, or has no "
+                 "opening brace: a rule is { and }, without a brace between them";
 }
 
 class Explainer {
   public:
     Explainer(std::string_view rules, const std::wstring& target)
-        : rules_(rules), program_(target) {}
+        : rules_(rules), comments_(rules), program_(target) {}
 
     Explanation Run() {
         kelvaro::RulePieces pieces(rules_);
         while (const auto piece = pieces.Next()) {
-            explanation_.rules += piece->IsFlatObject() ? 1 : 0;
-            Examine(*piece);
+            if (piece->IsFlatObject()) {
+                ExamineObject(Rule(piece->text));
+            } else {
+                Add(Kind::ignored, piece->text, ExplainBraces(rules_, *piece, program_));
+            }
         }
         ExamineProgram();
-        ExamineSyntax();
         explanation_.canonical = program_.canonical;
         Summarise();
         return std::move(explanation_);
     }
 
   private:
-    void Examine(const RulePiece& piece) {
-        const std::string_view text = piece.text;
-        if (!piece.IsFlatObject()) {
-            Add(Kind::ignored, text, ExplainBraces(rules_, piece, program_));
-        } else if (kelvaro::RuleLocks(text, program_.canonical)) {
-            const auto begin = static_cast<size_t>(text.data() - rules_.data());
-            const std::string surprise = ExplainUnexpectedLock(text, rules_.substr(0, begin));
-            Add(Kind::locks, text,
-                surprise.empty() ? "this rule locks it" : "this rule locks it; " + surprise);
-        } else if (kelvaro::IsRuleFor(text, program_.canonical)) {
-            Add(Kind::switchedOff, text,
-                "the rule for it is switched off: write \"enabled\": true");
-        } else if (const std::string miss = ExplainNearMiss(text, program_); !miss.empty()) {
+    void ExamineObject(const Rule& rule) {
+        const std::string_view text = rule.text;
+        ++objects_;
+        if (kelvaro::IsRuleFor(text, program_.canonical)) {
+            ++explanation_.rules;
+            const std::string off = ExplainOff(rule);
+            Add(off.empty() ? Kind::locks : Kind::switchedOff, text,
+                off.empty() ? ExplainLocks(rule) : "the rule for it is " + off);
+            return;
+        }
+        explanation_.rules += CanBeRule(rule) ? 1 : 0;
+        if (const std::string miss = ExplainNearMiss(rule, program_); !miss.empty()) {
             Add(Kind::nearMiss, text, miss);
         } else {
-            Add(Kind::otherPath, text, ExplainOtherPath(text, program_));
+            Add(Kind::otherPath, text, ExplainOtherPath(rule, program_));
         }
+    }
+
+    // Explains that a rule is switched off. Empty if it is not.
+    std::string ExplainOff(const Rule& rule) const {
+        const auto word = kelvaro::FindBoolField(rule.text, "enabled");
+        const bool inComment = word && comments_.Contain(*word) && !comments_.Contain(rule.text);
+        return inComment && *word == "false"
+                   ? "switched off in a comment, and comments are not skipped: delete the comment"
+                   : ExplainSwitchedOff(rule);
+    }
+
+    // Explains a rule that locks the program, and why it may look as if it did not.
+    std::string ExplainLocks(const Rule& rule) const {
+        const bool inComment = comments_.Contain(FirstTarget(rule));
+        const std::string surprise =
+            inComment && comments_.Contain(rule.text)
+                ? "it is in a comment, and comments are not skipped: delete it"
+            : inComment
+                ? "its \"target\" is in a comment, and comments are not skipped: delete the "
+                  "comment"
+                : ExplainIneffectiveSwitch(rule);
+        return surprise.empty() ? "this rule locks it" : "this rule locks it; " + surprise;
     }
 
     // `text` is the piece of the rule file that the remark is about, after those of earlier calls.
@@ -92,7 +145,7 @@ class Explainer {
         }
         const auto begin = static_cast<size_t>(text.data() - rules_.data());
         // The line of the first field, not of the brace before it.
-        const size_t first = begin + std::min(text.find_first_not_of("{ \t\r\n"), text.size());
+        const size_t first = begin + std::min(text.find_first_not_of("{, \t\r\n"), text.size());
         const std::string_view passed = rules_.substr(counted_, first - counted_);
         line_ += static_cast<size_t>(std::count(passed.begin(), passed.end(), '\n'));
         counted_ = first;
@@ -106,38 +159,39 @@ class Explainer {
                                   "its path contains a brace, and rules with braces inside are "
                                   "ignored: it cannot be locked"}});
         }
-        if (program_.canonical.find(L'%') != std::wstring::npos) {
-            findings_.push_back({Kind::file,
-                                 {0,
-                                  "its path is compared as it is written, with the name of the "
-                                  "environment variable"}});
+        if (program_.storesVariable) {
+            notes_.push_back(
+                "its path is compared as it is written, with the name of the environment variable");
         }
     }
 
-    void ExamineSyntax() {
-        if (explanation_.rules == 0) {
-            return;
-        }
+    // Returns where the rule file is not valid JSON. Empty if it is valid.
+    std::string FindSyntaxError() const {
         try {
             [[maybe_unused]] const auto document = nlohmann::json::parse(rules_);
+            return {};
         } catch (const nlohmann::json::exception& error) {
             const std::string text = error.what();
             const size_t at = std::min(text.find("at line"), text.size());
-            findings_.push_back({Kind::file,
-                                 {0, "the rule file is not valid JSON (" +
-                                         text.substr(at, text.find(':', at) - at) +
-                                         "); other programs may refuse it"}});
+            return "the rule file is not valid JSON (" + text.substr(at, text.find(':', at) - at) +
+                   ")";
         }
     }
 
     // Explains why no rule is for the program, if no rule nearly is.
     std::string ExplainNoRule() const {
+        if (IsUtf16(rules_)) {
+            return "the rule file is in UTF-16: save it as UTF-8";
+        }
         if (explanation_.rules == 1) {
             return "the only rule in the file is not for it";
         }
         if (explanation_.rules > 1) {
             return "none of the " + std::to_string(explanation_.rules) +
                    " rules in the file is for it";
+        }
+        if (objects_ > 0) {
+            return "the rule file contains no rules";
         }
         if (rules_.find_first_not_of(" \t\r\n") == std::string_view::npos) {
             return "the rule file is empty";
@@ -147,33 +201,56 @@ class Explainer {
                    : "the rule file contains no JSON object";
     }
 
-    // Takes the most important finding as the reason and the first ones of the others as remarks.
+    // Takes the most important finding as the reason and the next ones as remarks.
     void Summarise() {
-        const auto reason = std::min_element(
+        std::stable_sort(
             findings_.begin(), findings_.end(),
             [](const Finding& left, const Finding& right) { return left.kind < right.kind; });
-        const bool locked = reason != findings_.end() && reason->kind == Kind::locks;
-        explanation_.state = locked ? LockState::locked : LockState::notLocked;
-        if (reason == findings_.end() || reason->kind == Kind::file) {
-            explanation_.reason = {0, ExplainNoRule()};
-        } else {
-            explanation_.reason = reason->remark;
-            findings_.erase(reason);
+        const bool locked = !findings_.empty() && findings_.front().kind == Kind::locks;
+        if (locked) {
+            // The advice to lock the program has no use.
+            std::erase_if(findings_,
+                          [](const Finding& finding) { return finding.kind != Kind::locks; });
         }
-        const size_t shown = std::min(findings_.size(), kMaxRemarks);
-        for (size_t at = 0; at < shown; ++at) {
+        const std::string error =
+            objects_ == 0 || IsUtf16(rules_) ? std::string() : FindSyntaxError();
+        explanation_.state = locked ? LockState::locked : LockState::notLocked;
+        if (findings_.empty()) {
+            explanation_.reason.text = ExplainNoRule() + (error.empty() ? "" : "; ") + error;
+        } else {
+            explanation_.reason = findings_.front().remark;
+            if (!error.empty()) {
+                notes_.push_back(error + "; other programs may refuse it");
+            }
+        }
+        AddRemarks();
+    }
+
+    // Adds the findings after the first one, which is the reason, and the notes.
+    void AddRemarks() {
+        const size_t end = std::min(findings_.size(), kMaxRemarks + 1);
+        for (size_t at = 1; at < end; ++at) {
             explanation_.remarks.push_back(findings_[at].remark);
         }
-        if (shown < findings_.size()) {
-            explanation_.remarks.push_back(
-                {0, std::to_string(findings_.size() - shown) + " more remarks are not shown"});
+        if (end < findings_.size()) {
+            const size_t hidden = findings_.size() - end;
+            notes_.insert(notes_.begin(),
+                          std::to_string(hidden) +
+                              (hidden == 1 ? " more remark is" : " more remarks are") +
+                              " not shown");
+        }
+        for (const std::string& note : notes_) {
+            explanation_.remarks.push_back({0, note});
         }
     }
 
     std::string_view rules_;
+    Comments comments_;
     Program program_;
-    std::vector<Finding> findings_;
-    size_t counted_ = 0;  // how far the lines are counted
+    std::vector<Finding> findings_;   // on single rules
+    std::vector<std::string> notes_;  // on the file and the program
+    size_t objects_ = 0;              // flat objects
+    size_t counted_ = 0;              // how far the lines are counted
     size_t line_ = 1;
     Explanation explanation_;
 };
@@ -181,13 +258,6 @@ class Explainer {
 }  // namespace
 
 Explanation ExplainLock(std::string_view rules, const std::wstring& target) {
-    if (IsUtf16(rules)) {
-        Explanation explanation;
-        explanation.state = LockState::notLocked;
-        explanation.reason = {0, "the rule file is in UTF-16: save it as UTF-8"};
-        explanation.canonical = Program(target).canonical;
-        return explanation;
-    }
     return Explainer(rules, target).Run();
 }
 

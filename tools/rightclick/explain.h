@@ -18,9 +18,9 @@ struct Remark {
 struct Explanation {
     LockState state = LockState::unknown;
     Remark reason = {};           // the most important remark
-    std::vector<Remark> remarks;  // the others, in the order of the file
+    std::vector<Remark> remarks;  // the others, the most important first
     std::wstring canonical;       // the path of the program as it is compared
-    size_t rules = 0;             // the number of objects that can be rules
+    size_t rules = 0;             // the number of objects with a type or a path
 };
 
 // Explains why `rules`, the content of the rule file, lock the program at `target` or not. Names

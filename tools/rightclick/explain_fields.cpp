@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <optional>
 
+#include "common/code_page.h"
+#include "console/console.h"
+
 namespace rightclick {
 namespace {
 
@@ -52,7 +55,7 @@ class Reader {
         for (const Quotes& quotes : kQuotes) {
             if (rest_.starts_with(quotes.opening)) {
                 rest_.remove_prefix(quotes.opening.size());
-                const size_t end = FindClosing(quotes.closing);
+                const size_t end = QuotedLength(rest_, quotes.closing);
                 const Token token = {rest_.substr(0, end), quotes.opening};
                 rest_.remove_prefix(std::min(end + quotes.closing.size(), rest_.size()));
                 return token;
@@ -76,27 +79,27 @@ class Reader {
         rest_.remove_prefix(std::min(rest_.find_first_not_of(kWhitespace), rest_.size()));
     }
 
-    // An escaped quotation mark closes the text only if the value ends there: then the backslash is
-    // the last one of a path, and it is not doubled.
-    size_t FindClosing(std::string_view closing) const {
-        size_t at = rest_.find(closing);
-        for (; at < rest_.size(); at = rest_.find(closing, at + closing.size())) {
-            const std::string_view before = rest_.substr(0, at);
-            const size_t backslashes = at - (before.find_last_not_of('\\') + 1);
-            const size_t after = rest_.find_first_not_of(kWhitespace, at + closing.size());
-            const bool ends = after == std::string_view::npos ||
-                              std::string_view(",}]").find(rest_[after]) != std::string_view::npos;
-            if (backslashes % 2 == 0 || ends) {
-                return at;
-            }
-        }
-        return rest_.size();
-    }
-
     std::string_view rest_;
 };
 
 }  // namespace
+
+// An escaped quotation mark closes the text only if the value ends there: then the backslash is the
+// last one of a path, and it is not doubled.
+size_t QuotedLength(std::string_view text, std::string_view closing) {
+    size_t at = text.find(closing);
+    for (; at < text.size(); at = text.find(closing, at + closing.size())) {
+        const std::string_view before = text.substr(0, at);
+        const size_t backslashes = at - (before.find_last_not_of('\\') + 1);
+        const size_t after = text.find_first_not_of(kWhitespace, at + closing.size());
+        const bool ends = after == std::string_view::npos ||
+                          std::string_view(",}]").find(text[after]) != std::string_view::npos;
+        if (backslashes % 2 == 0 || ends) {
+            return at;
+        }
+    }
+    return text.size();
+}
 
 std::vector<LooseField> ReadLooseFields(std::string_view object) {
     std::vector<LooseField> fields;
@@ -107,24 +110,37 @@ std::vector<LooseField> ReadLooseFields(std::string_view object) {
             continue;
         }
         const bool inList = reader.SkipTo("[");
-        if (const auto value = reader.Next(",}]\n")) {
-            fields.push_back({std::string(key->text), key->quote, std::string(value->text),
-                              value->quote, inList});
-        }
+        do {
+            if (const auto value = reader.Next(",}]\n")) {
+                fields.push_back({key->text, key->quote, value->text, value->quote, inList});
+            }
+        } while (inList && reader.SkipTo(","));
     }
     return fields;
 }
 
-bool IsTargetKey(const std::string& key) {
+bool IsTargetKey(std::string_view key) {
     return std::find(std::begin(kTargetKeys), std::end(kTargetKeys), LowerCase(key)) !=
            std::end(kTargetKeys);
 }
 
-std::string LowerCase(std::string text) {
-    for (char& byte : text) {
+std::string LowerCase(std::string_view text) {
+    std::string lowered(text);
+    for (char& byte : lowered) {
         byte = byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
     }
-    return text;
+    return lowered;
+}
+
+std::string Shown(std::string_view bytes) {
+    constexpr size_t kMaxUnits = 260;
+    const std::wstring text = kelvaro::WideFromBytes(CP_UTF8, 0, bytes);
+    return text.size() <= kMaxUnits ? console::Utf8(text)
+                                    : console::Utf8(text.substr(0, kMaxUnits)) + "...";
+}
+
+std::string Quoted(std::string_view bytes) {
+    return "\"" + Shown(bytes) + "\"";
 }
 
 }  // namespace rightclick

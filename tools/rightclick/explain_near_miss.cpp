@@ -8,7 +8,8 @@
 #include "common/code_page.h"
 #include "common/text.h"
 #include "console/console.h"
-#include "rightclick/explain_fields.h"
+#include "rightclick/explain_keys.h"
+#include "rightclick/target.h"
 #include "rightclick/unicode.h"
 #include "rules/path_normalizer.h"
 #include "rules/rule_fields.h"
@@ -21,29 +22,36 @@ using kelvaro::NormalizePath;
 
 constexpr std::string_view kTargetKey = "target";
 
-std::string Quoted(std::string_view text) {
-    return "\"" + std::string(text) + "\"";
-}
-
 // Characters without an image: dialogs put them around the paths that they show.
 bool IsInvisible(wchar_t unit) {
     return unit == 0xAD || unit == 0xFEFF || unit == 0x2060 || (unit >= 0x200B && unit <= 0x200F) ||
            (unit >= 0x202A && unit <= 0x202E);
 }
 
+bool IsUnusualSpace(wchar_t unit) {
+    return unit == 0xA0 || unit == 0x202F || unit == 0x205F || unit == 0x3000 ||
+           (unit >= 0x2000 && unit <= 0x200A);
+}
+
 std::wstring WithoutInvisible(std::wstring text) {
     std::erase_if(text, IsInvisible);
+    std::replace_if(text.begin(), text.end(), IsUnusualSpace, L' ');
     return text;
 }
 
-std::wstring WithoutTrailingBackslash(std::wstring path) {
-    path.erase(path.find_last_not_of(L'\\') + 1);
-    return path;
+// Returns the canonical form of `path`. White space and quotation marks can enclose each other.
+std::wstring Canonical(const std::wstring& path) {
+    std::wstring canonical = NormalizePath(NormalizePath(WithoutInvisible(path)));
+    const bool quoted =
+        canonical.size() >= 2 && canonical.starts_with(L'\'') && canonical.ends_with(L'\'');
+    return quoted ? canonical.substr(1, canonical.size() - 2) : canonical;
 }
 
 // Returns the canonical form of `path` without what an author does not see or mean.
 std::wstring Simplify(const std::wstring& path) {
-    return WithoutTrailingBackslash(NormalizePath(WithoutInvisible(path)));
+    std::wstring simple = Canonical(path);
+    simple.erase(simple.find_last_not_of(L"\\.") + 1);
+    return simple;
 }
 
 std::wstring Fold(const std::wstring& path) {
@@ -63,15 +71,16 @@ struct Meaning {
 };
 
 // Returns `raw` with its escapes decoded as in JSON, \u included. Empty if it is not valid JSON.
-std::string DecodeJson(const std::string& raw) {
-    const auto text = nlohmann::json::parse(Quoted(raw), nullptr, false);
+std::string DecodeJson(std::string_view raw) {
+    const std::string quoted = "\"" + std::string(raw) + "\"";
+    const auto text = nlohmann::json::parse(quoted, nullptr, false);
     return text.is_string() ? text.get<std::string>() : std::string();
 }
 
 std::vector<Meaning> PossibleMeanings(const LooseField& field) {
     std::vector<Meaning> meanings;
     for (const UINT codePage : {UINT{CP_UTF8}, UINT{CP_ACP}}) {
-        const auto add = [&](Reading reading, const std::string& bytes) {
+        const auto add = [&](Reading reading, std::string_view bytes) {
             meanings.push_back({reading, codePage, kelvaro::WideFromBytes(codePage, 0, bytes)});
         };
         add(Reading::decoded, kelvaro::UnescapeJsonString(field.raw));
@@ -83,21 +92,22 @@ std::vector<Meaning> PossibleMeanings(const LooseField& field) {
 
 // A rule whose author means the program.
 struct NearMiss {
-    std::string_view object;
-    const std::vector<LooseField>& fields;
+    const Rule& rule;
     const LooseField& target;
     const Meaning& meaning;
     const Program& program;
 };
 
 std::string CheckKey(const NearMiss& miss) {
-    const std::string& key = miss.target.key;
+    const std::string_view key = miss.target.key;
     if (key == kTargetKey) {
         return {};
     }
-    return LowerCase(key) == kTargetKey
-               ? "keys are case-sensitive: write \"target\" instead of " + Quoted(key)
-               : "write the key \"target\" instead of " + Quoted(key);
+    if (LowerCase(key) == kTargetKey) {
+        return "keys are case-sensitive: write \"target\" instead of " + Quoted(key);
+    }
+    return "write the key \"target\" instead of " + Quoted(key) +
+           (IsTargetKey(key) ? "" : " if this program is meant");
 }
 
 std::string CheckQuotationMarks(const NearMiss& miss) {
@@ -114,16 +124,27 @@ std::string CheckQuotationMarks(const NearMiss& miss) {
 }
 
 std::string CheckList(const NearMiss& miss) {
-    return miss.target.inList ? "the path is in a list; a rule has one path: write \"target\": " +
-                                    miss.program.quoted
-                              : std::string();
+    if (!miss.target.inList) {
+        return {};
+    }
+    const auto elements = std::count_if(
+        miss.rule.fields.begin(), miss.rule.fields.end(),
+        [&](const LooseField& field) { return field.key.data() == miss.target.key.data(); });
+    return elements > 1
+               ? "the path is in a list; a rule has one path: " + AddRule(miss.program.quoted)
+               : "the path is in a list; a rule has one path: write \"target\": " +
+                     miss.program.quoted;
 }
 
 std::string CheckQuotesInside(const NearMiss& miss) {
-    return miss.target.raw.find("\\\"") == std::string::npos
-               ? std::string()
-               : "the path has quotation marks inside, and the first one ends the text: write " +
-                     miss.program.quoted;
+    if (miss.target.raw.find("\\\"") != std::string_view::npos) {
+        return "the path has quotation marks inside, and the first one ends the text: write " +
+               miss.program.quoted;
+    }
+    return NormalizePath(WithoutInvisible(miss.meaning.path)).starts_with(L'\'') &&
+                   !miss.program.canonical.starts_with(L'\'')
+               ? "the path has single quotation marks inside: write " + miss.program.quoted
+               : std::string();
 }
 
 std::string CheckBackslashes(const NearMiss& miss) {
@@ -151,87 +172,93 @@ std::string CheckCodePage(const NearMiss& miss) {
                      "the file is not in UTF-8, but in an ANSI code page: save it as UTF-8");
 }
 
-std::string CheckInvisible(const NearMiss& miss) {
-    const auto& path = miss.meaning.path;
-    const auto found = std::find_if(path.begin(), path.end(), IsInvisible);
+// Returns the first invisible character or unusual space of `path` that `other` does not contain,
+// as "U+202A". Empty if there is none.
+std::string FindInvisible(const std::wstring& path, const std::wstring& other) {
+    const auto found = std::find_if(path.begin(), path.end(), [&](wchar_t unit) {
+        return (IsInvisible(unit) || IsUnusualSpace(unit)) &&
+               other.find(unit) == std::wstring::npos;
+    });
     if (found == path.end()) {
         return {};
     }
-    std::string text = "the path contains an invisible character (U+";
+    std::string text = "U+";
     kelvaro::AppendNumber(text, static_cast<uint32_t>(*found), 16, 4);
-    return text + "): type the path again, do not paste it";
+    return text;
 }
 
-std::string CheckTrailingBackslash(const NearMiss& miss) {
-    const bool ends = NormalizePath(WithoutInvisible(miss.meaning.path)).ends_with(L'\\');
-    return ends && !miss.program.canonical.ends_with(L'\\')
-               ? "the path ends with a backslash: write " + miss.program.quoted
+std::string CheckInvisible(const NearMiss& miss) {
+    const std::wstring& program = miss.program.canonical;
+    if (const std::string found = FindInvisible(miss.meaning.path, program); !found.empty()) {
+        return "the path contains an invisible character (" + found +
+               "): type the path again, do not paste it";
+    }
+    const std::string missing = FindInvisible(program, miss.meaning.path);
+    return missing.empty() ? std::string()
+                           : "the path of the program contains an invisible character (" + missing +
+                                 "): copy the path from here: " + miss.program.quoted;
+}
+
+std::string CheckEnd(const NearMiss& miss) {
+    const std::wstring path = Canonical(miss.meaning.path);
+    const wchar_t last = path.empty() ? L'\0' : path.back();
+    return (last == L'\\' || last == L'.') && !miss.program.canonical.ends_with(last)
+               ? std::string("the path ends with a ") + (last == L'.' ? "dot" : "backslash") +
+                     ": write " + miss.program.quoted
                : std::string();
 }
 
 std::string CheckLetterCase(const NearMiss& miss) {
-    const std::wstring rule = Compose(Simplify(miss.meaning.path));
-    return rule != Compose(WithoutTrailingBackslash(miss.program.canonical))
+    return Compose(Simplify(miss.meaning.path)) != Compose(Simplify(miss.program.canonical))
                ? "the case of letters other than A to Z counts: write " + miss.program.quoted
                : std::string();
 }
 
 std::string CheckComposition(const NearMiss& miss) {
-    const std::wstring rule = FoldCase(Simplify(miss.meaning.path));
-    return rule != FoldCase(WithoutTrailingBackslash(miss.program.canonical))
+    return FoldCase(Simplify(miss.meaning.path)) != FoldCase(Simplify(miss.program.canonical))
                ? "its accented letters look the same, but are other characters (composed or "
                  "decomposed): copy the file name from Explorer"
                : std::string();
 }
 
-std::string CheckFirstTarget(const NearMiss& miss) {
-    const auto first = kelvaro::FindStringField(miss.object, kTargetKey);
-    const std::string& key = miss.target.key;
-    const bool isTarget = key == kTargetKey && miss.target.quote == "\"";
-    const bool counts = first && !first->empty() && miss.target.raw.starts_with(*first);
-    return isTarget && first && !counts
-               ? std::string("only the first \"target\" of a rule counts: remove the other one")
-               : std::string();
-}
-
 std::string CheckType(const NearMiss& miss) {
-    if (kelvaro::ExtractStringField(miss.object, "type", {}) == "exe") {
-        return {};
-    }
-    for (const LooseField& field : miss.fields) {
-        if (LowerCase(field.key) != "type") {
-            continue;
-        }
-        if (field.key != "type") {
-            return "keys are case-sensitive: write \"type\" instead of " + Quoted(field.key);
-        }
-        if (field.raw == "exe") {
-            return "the type or its key has no double quotation marks: write \"type\": \"exe\"";
-        }
-        return "the type is " + Quoted(field.raw) + "; only \"type\": \"exe\" locks a program";
-    }
-    return "it has no type: add \"type\": \"exe\"";
+    return ExplainType(miss.rule);
 }
 
 std::string CheckEnabled(const NearMiss& miss) {
-    return kelvaro::ExtractBoolField(miss.object, "enabled", true)
-               ? std::string()
-               : std::string("it is switched off: write \"enabled\": true");
+    const std::string off = ExplainSwitchedOff(miss.rule);
+    return off.empty() ? off : "it is " + off;
 }
 
 using Check = std::string (*)(const NearMiss&);
 
 // A new near miss is one more function in this table.
 constexpr Check kChecks[] = {
-    CheckKey,          CheckQuotationMarks, CheckList,
-    CheckQuotesInside, CheckBackslashes,    CheckUnicodeEscapes,
-    CheckCodePage,     CheckInvisible,      CheckTrailingBackslash,
-    CheckLetterCase,   CheckComposition,    CheckFirstTarget,
-    CheckType,         CheckEnabled,
+    CheckKey,         CheckQuotationMarks, CheckList,        CheckQuotesInside,
+    CheckBackslashes, CheckUnicodeEscapes, CheckCodePage,    CheckInvisible,
+    CheckEnd,         CheckLetterCase,     CheckComposition, CheckType,
+    CheckEnabled,
 };
 
+// Explains a field that names the program beside the first "target", which another path has. That
+// path must stay. Empty if there is none.
+std::string ExplainSecondTarget(const NearMiss& miss) {
+    const char* const first = FirstTarget(miss.rule).data();
+    if (first == nullptr || first == miss.target.raw.data()) {
+        return {};
+    }
+    const std::string add = AddRule(miss.program.quoted);
+    return miss.target.key == kTargetKey
+               ? "only the first \"target\" of a rule counts: " + add
+               : "the key " + Quoted(miss.target.key) + " has no effect beside \"target\": " + add +
+                     " if this program is meant";
+}
+
 std::string RunChecks(const NearMiss& miss) {
-    std::string answer;
+    std::string answer = ExplainSecondTarget(miss);
+    if (!answer.empty()) {
+        return answer;
+    }
     for (const Check check : kChecks) {
         if (const std::string found = check(miss); !found.empty()) {
             answer += (answer.empty() ? "" : "; ") + found;
@@ -245,17 +272,18 @@ std::string RunChecks(const NearMiss& miss) {
 Program::Program(std::wstring_view path)
     : canonical(NormalizePath(path)),
       folded(Fold(std::wstring(path))),
-      quoted(nlohmann::json(Utf8(path)).dump()) {}
+      quoted(nlohmann::json(Utf8(path)).dump()),
+      storesVariable(StoresVariable(std::wstring(path))) {}
 
-std::string ExplainNearMiss(std::string_view object, const Program& program) {
-    const std::vector<LooseField> fields = ReadLooseFields(object);
-    for (const LooseField& field : fields) {
-        if (!IsTargetKey(field.key)) {
+std::string ExplainNearMiss(const Rule& rule, const Program& program) {
+    const bool lacksTarget = FirstTarget(rule).data() == nullptr && ExplainType(rule).empty();
+    for (const LooseField& field : rule.fields) {
+        if (!IsTargetKey(field.key) && !lacksTarget) {
             continue;
         }
         for (const Meaning& meaning : PossibleMeanings(field)) {
             if (!program.folded.empty() && Fold(meaning.path) == program.folded) {
-                return RunChecks({object, fields, field, meaning, program});
+                return RunChecks({rule, field, meaning, program});
             }
         }
     }

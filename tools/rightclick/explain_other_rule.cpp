@@ -6,8 +6,9 @@
 
 #include "common/code_page.h"
 #include "console/console.h"
-#include "rightclick/explain_fields.h"
+#include "rightclick/explain_keys.h"
 #include "rightclick/explain_near_miss.h"
+#include "rightclick/target.h"
 #include "rules/path_normalizer.h"
 #include "rules/rule_fields.h"
 
@@ -30,23 +31,27 @@ bool HasSameName(const OtherPath& other) {
     return NameOf(other.path) == NameOf(other.program.canonical);
 }
 
+bool HasPrefix(const std::wstring& path) {
+    return path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\");
+}
+
+// A check returns how the rule differs. Empty if it differs otherwise.
+
 std::string CheckPrefix(const OtherPath& other) {
     const std::wstring& path = other.path;
-    const bool prefixed = path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\");
-    return prefixed && path.substr(4) == other.program.canonical
-               ? "the prefix " + Utf8(path.substr(0, 4)) + " counts: write " + other.program.quoted
+    return HasPrefix(path) && path.substr(4) == other.program.canonical
+               ? "the prefix " + Utf8(path.substr(0, 4)) + " counts"
                : std::string();
 }
 
 std::string CheckUrl(const OtherPath& other) {
-    return other.path.starts_with(L"file:") && HasSameName(other)
-               ? "a URL is not a path: write " + other.program.quoted
-               : std::string();
+    return other.path == L"file:\\" + other.program.canonical ? "a URL is not a path"
+                                                              : std::string();
 }
 
 std::string CheckVariables(const OtherPath& other) {
-    return other.path.find(L'%') != std::wstring::npos && HasSameName(other)
-               ? "environment variables are not expanded: write " + other.program.quoted
+    return StoresVariable(other.path) && HasSameName(other)
+               ? "environment variables are not expanded"
                : std::string();
 }
 
@@ -54,15 +59,13 @@ std::string CheckSegments(const OtherPath& other) {
     const bool relative = other.path.find(L"\\..\\") != std::wstring::npos ||
                           other.path.find(L"\\.\\") != std::wstring::npos ||
                           other.path.starts_with(L".");
-    return relative && HasSameName(other)
-               ? "\".\" and \"..\" are not resolved: write " + other.program.quoted
-               : std::string();
+    return relative && HasSameName(other) ? "\".\" and \"..\" are not resolved" : std::string();
 }
 
 std::string CheckWildcards(const OtherPath& other) {
     return other.path.find_first_of(L"*?") != std::wstring::npos &&
                    PathMatchSpecW(other.program.canonical.c_str(), other.path.c_str())
-               ? "wildcards are not supported: write " + other.program.quoted
+               ? "wildcards are not supported"
                : std::string();
 }
 
@@ -76,11 +79,19 @@ std::vector<std::wstring> Split(const std::wstring& path) {
     return parts;
 }
 
+std::wstring ExtensionOf(const std::wstring& name) {
+    return name.substr(std::min(name.rfind(L'.'), name.size()));
+}
+
 // Returns whether `shortName`, such as "progra~1", can be the 8.3 name of `name`.
 bool IsShortNameOf(const std::wstring& shortName, std::wstring name) {
     const size_t tilde = shortName.find(L'~');
+    const size_t digit = tilde == std::wstring::npos ? tilde : tilde + 1;
     std::erase(name, L' ');
-    return tilde != std::wstring::npos && name.starts_with(shortName.substr(0, tilde));
+    return tilde != std::wstring::npos && tilde > 0 && digit < shortName.size() &&
+           shortName[digit] >= L'0' && shortName[digit] <= L'9' &&
+           name.starts_with(shortName.substr(0, tilde)) &&
+           ExtensionOf(name) == ExtensionOf(shortName);
 }
 
 std::string CheckShortNames(const OtherPath& other) {
@@ -90,119 +101,137 @@ std::string CheckShortNames(const OtherPath& other) {
                                  [](const std::wstring& part, const std::wstring& name) {
                                      return part == name || IsShortNameOf(part, name);
                                  });
-    return same ? "short names are not expanded: write " + other.program.quoted : std::string();
+    return same ? "short names are not expanded" : std::string();
 }
 
 std::string CheckFolder(const OtherPath& other) {
     std::wstring folder = other.path;
     folder.erase(folder.find_last_not_of(L'\\') + 1);
     return !folder.empty() && other.program.canonical.starts_with(folder + L"\\")
-               ? "it names a folder, and rules lock single programs: write " + other.program.quoted
+               ? "it names a folder, and rules lock single programs"
                : std::string();
 }
 
 std::string CheckMissingFolder(const OtherPath& other) {
-    return other.path == NameOf(other.program.canonical)
-               ? "a file name is not enough: write " + other.program.quoted
-               : std::string();
+    return other.path == NameOf(other.program.canonical) ? "a file name is not enough"
+                                                         : std::string();
 }
 
-std::string CheckExtension(const OtherPath& other) {
-    const std::wstring& path = other.program.canonical;
-    const std::wstring stem = path.substr(0, path.rfind(L'.'));
-    if (other.path == stem) {
-        return "the extension is missing: write " + other.program.quoted;
-    }
-    if (other.path == path + L".exe") {
-        return "the extension is there twice: write " + other.program.quoted;
-    }
-    const std::wstring name = NameOf(stem);
-    return NameOf(other.path) == name + L".lnk"
-               ? "it names a shortcut: write the path of the program, " + other.program.quoted
-               : std::string();
+std::wstring StemOf(const Program& program) {
+    return program.canonical.substr(0, program.canonical.rfind(L'.'));
+}
+
+std::string CheckMissingExtension(const OtherPath& other) {
+    return other.path == StemOf(other.program) ? "the extension is missing" : std::string();
 }
 
 std::string CheckArguments(const OtherPath& other) {
     const std::wstring& path = other.program.canonical;
-    return other.path.starts_with(path + L" ") || other.path.starts_with(L'"' + path + L'"')
-               ? "a rule has no arguments: write " + other.program.quoted
+    const bool starts =
+        other.path.starts_with(path + L" ") || other.path.starts_with(L'"' + path + L'"');
+    return starts && !other.path.ends_with(L".exe") ? "a rule has no arguments" : std::string();
+}
+
+std::string CheckDoubleExtension(const OtherPath& other) {
+    return other.path == other.program.canonical + L".exe" ? "the extension is there twice"
+                                                           : std::string();
+}
+
+std::string CheckShortcut(const OtherPath& other) {
+    return NameOf(other.path) == NameOf(StemOf(other.program)) + L".lnk"
+               ? "it names a shortcut, not a program"
                : std::string();
 }
 
+bool IsInvalidUtf8(const OtherPath& other) {
+    return other.path.find(L'\xFFFD') != std::wstring::npos;
+}
+
 std::string CheckSameName(const OtherPath& other) {
-    return HasSameName(other) ? "it is for another path, " + Utf8(other.path) + ": write " +
-                                    other.program.quoted + " if this program is meant"
+    return HasSameName(other) ? (IsInvalidUtf8(other) ? "its path is not valid UTF-8, "
+                                                      : "it is for another path, ") +
+                                    Shown(Utf8(other.path))
                               : std::string();
 }
 
 using Check = std::string (*)(const OtherPath&);
 
-constexpr Check kChecks[] = {
-    CheckPrefix,    CheckUrl,        CheckVariables, CheckSegments,
-    CheckWildcards, CheckShortNames, CheckFolder,    CheckMissingFolder,
-    CheckExtension, CheckArguments,  CheckSameName,
-};
+// Rules with such a path lock no program, so this program is meant.
+constexpr Check kCertainChecks[] = {CheckPrefix,   CheckUrl,           CheckWildcards,
+                                    CheckFolder,   CheckMissingFolder, CheckMissingExtension,
+                                    CheckArguments};
 
-bool IsWord(const LooseField& field, std::string_view word) {
-    return LowerCase(field.raw) == word;
+// Rules with such a path can be meant for another program.
+constexpr Check kPossibleChecks[] = {CheckVariables,       CheckSegments, CheckShortNames,
+                                     CheckDoubleExtension, CheckShortcut, CheckSameName};
+
+template <size_t count>
+std::string FirstAnswer(const Check (&checks)[count], const OtherPath& other) {
+    std::string answer;
+    for (size_t at = 0; at < count && answer.empty(); ++at) {
+        answer = checks[at](other);
+    }
+    return answer;
 }
 
-// Explains a field that looks as if it switched the rule off. Empty if it does not.
-std::string CheckSwitch(const LooseField& field) {
-    constexpr char kWrite[] = ": write \"enabled\": false";
-    const std::string key = LowerCase(field.key);
-    if (key == "enabled" && field.key == key) {
-        return field.raw == "true" ? std::string()
-                                   : "\"enabled\" has the value " + field.raw +
-                                         ", which does not switch a rule off" + kWrite;
+// Explains a rule for the path of a program whose own path cannot be written in a rule for it:
+// another spelling of it is selected. Empty if the rule is unrelated.
+std::string ExplainSelectedSpelling(const OtherPath& other) {
+    const std::wstring& selected = other.program.canonical;
+    if (other.program.storesVariable && HasSameName(other)) {
+        return "it is for " + Shown(Utf8(other.path)) +
+               ", but the shortcut stores an environment variable, which is not expanded: "
+               "right-click the program itself";
     }
-    if (key == "enabled" && !IsWord(field, "true")) {
-        return "keys are case-sensitive, so \"" + field.key + "\" has no effect" + kWrite;
-    }
-    const bool disabled = (key == "disabled" && IsWord(field, "true")) ||
-                          ((key == "active" || key == "locked") && IsWord(field, "false"));
-    return disabled ? "the key \"" + field.key + "\" has no effect" + kWrite : std::string();
+    return HasPrefix(selected) && selected.substr(4) == other.path
+               ? "the selected path has the prefix " + Utf8(selected.substr(0, 4)) +
+                     ", which counts: select the program without it"
+               : std::string();
 }
 
-bool IsInComment(std::string_view before) {
-    const size_t opened = before.rfind("/*");
-    const size_t closed = before.rfind("*/");
-    if (opened != std::string_view::npos && (closed == std::string_view::npos || closed < opened)) {
-        return true;
+// Explains the rule with the path `other`, which counts as its target or could.
+std::string ExplainPath(const Rule& rule, const OtherPath& other) {
+    const Program& program = other.program;
+    std::string answer = ExplainSelectedSpelling(other);
+    if (!answer.empty() || program.storesVariable) {
+        return answer;
     }
-    const std::string_view line = before.substr(before.rfind('\n') + 1);
-    const size_t first = line.find_first_not_of(" \t");
-    return first != std::string_view::npos &&
-           (line.substr(first).starts_with("//") || line[first] == '#');
+    const std::string type = OtherType(rule);
+    const std::string certain = FirstAnswer(kCertainChecks, other);
+    if (!certain.empty() && !type.empty()) {
+        return "rules of type " + Quoted(type) + " lock no program: " + AddRule(program.quoted);
+    }
+    const std::string possible =
+        certain.empty() && type.empty() ? FirstAnswer(kPossibleChecks, other) : std::string();
+    if (certain.empty() && possible.empty()) {
+        return {};
+    }
+    const bool hasTarget = FirstTarget(rule).data() != nullptr;
+    answer = certain + possible + (hasTarget ? ": write " : ": write \"target\": ") +
+             program.quoted + (certain.empty() ? " if this program is meant" : "");
+    const std::string off = ExplainSwitchedOff(rule);
+    const std::string save = IsInvalidUtf8(other) ? "save the file as UTF-8" : "";
+    for (const std::string& more : {save, ExplainType(rule), off.empty() ? off : "it is " + off}) {
+        answer += more.empty() ? more : "; " + more;
+    }
+    return answer;
 }
 
 }  // namespace
 
-std::string ExplainOtherPath(std::string_view object, const Program& program) {
-    for (const LooseField& field : ReadLooseFields(object)) {
-        if (!IsTargetKey(field.key)) {
+std::string ExplainOtherPath(const Rule& rule, const Program& program) {
+    const char* const first = FirstTarget(rule).data();
+    for (const LooseField& field : rule.fields) {
+        if (!IsTargetKey(field.key) || (first != nullptr && first != field.raw.data())) {
             continue;
         }
-        for (const std::string& bytes : {kelvaro::UnescapeJsonString(field.raw), field.raw}) {
+        for (const std::string& bytes :
+             {kelvaro::UnescapeJsonString(field.raw), std::string(field.raw)}) {
             const std::wstring path =
                 kelvaro::NormalizePath(kelvaro::WideFromBytes(CP_UTF8, 0, bytes));
-            for (const Check check : kChecks) {
-                if (std::string found = check({path, program}); !found.empty()) {
-                    return found;
-                }
+            if (std::string found = ExplainPath(rule, {path, program}); !found.empty()) {
+                return found;
             }
-        }
-    }
-    return {};
-}
-
-std::string ExplainUnexpectedLock(std::string_view object, std::string_view before) {
-    if (IsInComment(before)) {
-        return "it is in a comment, and comments are not skipped: delete it";
-    }
-    for (const LooseField& field : ReadLooseFields(object)) {
-        if (std::string found = CheckSwitch(field); !found.empty()) {
-            return found;
         }
     }
     return {};

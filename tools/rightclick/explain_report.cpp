@@ -10,6 +10,7 @@
 #include "common/owners.h"
 #include "common/result.h"
 #include "console/console.h"
+#include "rightclick/reason.h"
 #include "rightclick/result_text.h"
 #include "rules/lock_lookup.h"
 
@@ -34,17 +35,52 @@ std::string LocalTime(const FILETIME& fileTime) {
     return text;
 }
 
-// Returns why the rule file cannot be opened. Empty if it can.
-std::string WhyUnreadable() {
+// Adds what `report` says about the rule file itself.
+void DescribeRuleFile(ExplainReport& report) {
     const kelvaro::ScopedHandle file(
         CreateFileW(kelvaro::kRuleFilePath, GENERIC_READ,
                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                     0, nullptr));
-    if (file) {
-        return {};
+    const DWORD error = GetLastError();
+    if (!file && (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)) {
+        report.ruleFile = Presence::missing;
+        return;
     }
-    const HRESULT result = kelvaro::FailureFromWin32(GetLastError());
-    return SystemText(result) + " (" + HexResult(result) + ")";
+    if (!file) {
+        const HRESULT result = kelvaro::FailureFromWin32(error);
+        report.ruleFileProblem = SystemText(result) + " (" + HexResult(result) + ")";
+    }
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (!GetFileAttributesExW(kelvaro::kRuleFilePath, GetFileExInfoStandard, &data)) {
+        return;
+    }
+    report.ruleFile = Presence::present;
+    if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        report.ruleFileProblem = "it is a folder";
+        return;
+    }
+    report.ruleFileSize = (uint64_t{data.nFileSizeHigh} << 32) | uint64_t{data.nFileSizeLow};
+    report.ruleFileTime = LocalTime(data.ftLastWriteTime);
+}
+
+// Adds what the user should know about the selected file and the program.
+void AddNotesOnFiles(ExplainReport& report) {
+    Explanation& explanation = report.explanation;
+    Options options;
+    options.files = {report.file};
+    if (const std::string refused = ExplainSelection(options); !refused.empty()) {
+        explanation.reason.text += "; the extension offers no item, because " + refused;
+    }
+    const std::wstring& program = report.target.program;
+    if (kelvaro::PathExists(program.c_str()) || StoresVariable(program)) {
+        return;
+    }
+    const std::string missing = FileName(program) + " does not exist";
+    if (explanation.state == LockState::notLocked) {
+        explanation.reason.text += "; " + missing;
+    } else {
+        explanation.remarks.push_back({0, missing});
+    }
 }
 
 Remark WhatTheItemMeans(const std::wstring& file, const Target& target) {
@@ -74,7 +110,7 @@ const char* Verdict(LockState state) {
 std::string Line(const std::string& label, const std::string& text) {
     std::string line = "  " + label;
     line.resize(std::max<size_t>(line.size() + 1, 14), ' ');
-    return line + text + "\n";
+    return line + Printable(text) + "\n";
 }
 
 nlohmann::ordered_json AsJson(const Remark& remark) {
@@ -92,33 +128,24 @@ ExplainReport ExplainFile(const std::wstring& file) {
     ExplainReport report;
     report.file = file;
     report.target = ReadTarget(file);
-    WIN32_FILE_ATTRIBUTE_DATA data = {};
-    if (GetFileAttributesExW(kelvaro::kRuleFilePath, GetFileExInfoStandard, &data)) {
-        report.ruleFileExists = true;
-        report.ruleFileSize = (uint64_t{data.nFileSizeHigh} << 32) | uint64_t{data.nFileSizeLow};
-        report.ruleFileTime = LocalTime(data.ftLastWriteTime);
-    }
+    DescribeRuleFile(report);
     Explanation& explanation = report.explanation;
-    if (report.target.program.empty()) {
+    const std::wstring& program = report.target.program;
+    if (program.empty()) {
         explanation.reason = WhatTheItemMeans(file, report.target);
         return report;
     }
-    if (!report.ruleFileExists) {
+    if (report.ruleFile == Presence::missing) {
         explanation.state = LockState::notLocked;
         explanation.reason = {0, "the rule file does not exist"};
-        return report;
-    }
-    if (const std::string problem = WhyUnreadable(); !problem.empty()) {
-        explanation.reason = {0, "the rule file cannot be read: " + problem +
+    } else if (!report.ruleFileProblem.empty()) {
+        explanation.reason = {0, "the rule file cannot be read: " + report.ruleFileProblem +
                                      "; the extension shows the program as not locked"};
-        return report;
+    } else {
+        const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
+        explanation = ExplainLock(rules.View(), program);
     }
-    const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
-    explanation = ExplainLock(rules.View(), report.target.program);
-    if (explanation.state == LockState::notLocked && report.target.kind == FileKind::program &&
-        !kelvaro::PathExists(file.c_str())) {
-        explanation.reason.text += "; " + FileName(file) + " does not exist";
-    }
+    AddNotesOnFiles(report);
     return report;
 }
 
@@ -138,8 +165,9 @@ std::string ReportAsText(const ExplainReport& report) {
     const Explanation& explanation = report.explanation;
     const bool shortcut = report.target.kind == FileKind::shortcut;
     const std::wstring& program = report.target.program;
-    std::string text = Utf8(program.empty() ? report.file : program) + Verdict(explanation.state) +
-                       AsText(explanation.reason) + "\n";
+    std::string text = Printable(Utf8(program.empty() ? report.file : program) +
+                                 Verdict(explanation.state) + AsText(explanation.reason)) +
+                       "\n";
     for (const Remark& remark : explanation.remarks) {
         text +=
             Line(remark.line == 0 ? "note" : "line " + std::to_string(remark.line), remark.text);
@@ -152,9 +180,12 @@ std::string ReportAsText(const ExplainReport& report) {
         text += Line("compared as", Utf8(explanation.canonical));
     }
     std::string ruleFile = Utf8(kelvaro::kRuleFilePath);
-    ruleFile += report.ruleFileExists ? ", " + std::to_string(report.ruleFileSize) +
-                                            " bytes, changed " + report.ruleFileTime
-                                      : ", does not exist";
+    if (report.ruleFile == Presence::missing) {
+        ruleFile += ", does not exist";
+    } else if (!report.ruleFileTime.empty()) {
+        ruleFile +=
+            ", " + std::to_string(report.ruleFileSize) + " bytes, changed " + report.ruleFileTime;
+    }
     return text + Line("rule file", ruleFile);
 }
 
@@ -176,11 +207,17 @@ std::string ReportAsJson(const ExplainReport& report) {
         json["remarks"].push_back(AsJson(remark));
     }
     json["compared"] = Utf8(explanation.canonical);
-    json["rule_file"] = {{"path", Utf8(kelvaro::kRuleFilePath)}, {"exists", report.ruleFileExists}};
-    if (report.ruleFileExists) {
-        json["rule_file"]["size"] = report.ruleFileSize;
-        json["rule_file"]["changed"] = report.ruleFileTime;
-        json["rule_file"]["rules"] = explanation.rules;
+    nlohmann::ordered_json& ruleFile = json["rule_file"];
+    ruleFile = {{"path", Utf8(kelvaro::kRuleFilePath)}, {"exists", nullptr}};
+    if (report.ruleFile != Presence::unknown) {
+        ruleFile["exists"] = report.ruleFile == Presence::present;
+    }
+    if (!report.ruleFileTime.empty()) {
+        ruleFile["size"] = report.ruleFileSize;
+        ruleFile["changed"] = report.ruleFileTime;
+    }
+    if (!report.ruleFileTime.empty() && explanation.state != LockState::unknown) {
+        ruleFile["rules"] = explanation.rules;
     }
     return json.dump() + "\n";
 }

@@ -8,13 +8,16 @@
 
 namespace rightclick {
 
+enum class Presence { unknown, missing, present };
+
 // The answer of --explain.
 struct ExplainReport {
     std::wstring file;
     Target target;
-    bool ruleFileExists = false;
+    Presence ruleFile = Presence::unknown;
+    std::string ruleFileProblem;  // why it cannot be read
     uint64_t ruleFileSize = 0;
-    std::string ruleFileTime;  // the local time of the last change
+    std::string ruleFileTime;  // the local time of the last change; empty for a folder
     Explanation explanation;
 };
 

@@ -25,7 +25,7 @@ std::string DescribeTarget(const Options& options, const Target& target) {
                "the shortcut";
     }
     const std::string program = Utf8(target.program);
-    if (target.program.find(L'%') != std::wstring::npos) {
+    if (StoresVariable(target.program)) {
         return program + " (environment variables are not expanded)";
     }
     return kelvaro::PathExists(target.program.c_str()) ? program : program + " (does not exist)";
@@ -73,7 +73,7 @@ std::string ReportAsText(const Options& options, const Outcome& outcome,
         text += "  note    " + note + "\n";
     }
     if (surroundings.target && surroundings.target->kind == kelvaro::FileKind::shortcut) {
-        text += "  target  " + DescribeTarget(options, *surroundings.target) + "\n";
+        text += "  target  " + Printable(DescribeTarget(options, *surroundings.target)) + "\n";
     }
     if (surroundings.target) {
         text += std::string("  locked  ") + (surroundings.locked ? "yes" : "no") + "\n";

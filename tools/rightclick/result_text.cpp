@@ -59,4 +59,24 @@ std::string DescribeResult(HRESULT result) {
     return words.empty() ? HexResult(result) : HexResult(result) + " (" + words + ")";
 }
 
+std::string Printable(std::string_view text) {
+    std::string printable;
+    for (size_t at = 0; at < text.size(); ++at) {
+        auto value = static_cast<unsigned char>(text[at]);
+        // U+0080 to U+009F are two bytes.
+        const auto next = static_cast<unsigned char>(at + 1 < text.size() ? text[at + 1] : 0);
+        const bool twoBytes = value == 0xC2 && next >= 0x80 && next <= 0x9F;
+        if (value >= 0x20 && value != 0x7F && !twoBytes) {
+            printable.push_back(text[at]);
+            continue;
+        }
+        value = twoBytes ? next : value;
+        at += twoBytes ? 1 : 0;
+        printable += "<U+";
+        kelvaro::AppendNumber(printable, value, 16, 4);
+        printable += '>';
+    }
+    return printable;
+}
+
 }  // namespace rightclick

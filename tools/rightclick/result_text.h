@@ -16,4 +16,8 @@ std::string SystemText(HRESULT result);
 // Returns `result` in hexadecimal: "0x80070057".
 std::string HexResult(HRESULT result);
 
+// Returns the UTF-8 `text` with control characters as "<U+001B>", so that it cannot control a
+// terminal or begin a line.
+std::string Printable(std::string_view text);
+
 }  // namespace rightclick

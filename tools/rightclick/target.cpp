@@ -33,8 +33,21 @@ std::string ExplainNoProgram(const std::wstring& file, const Target& target) {
     return name + " leads to " + Utf8(target.stored) + ", which is not a program (.exe)";
 }
 
+bool StoresVariable(const std::wstring& path) {
+    size_t begin = path.find(L'%');
+    while (begin != std::wstring::npos) {
+        const size_t end = path.find_first_of(L"%\\/", begin + 1);
+        if (end != std::wstring::npos && path[end] == L'%' && end > begin + 1) {
+            return !kelvaro::PathExists(path.c_str());
+        }
+        begin = path.find(L'%', begin + 1);
+    }
+    return false;
+}
+
 std::string FileName(const std::wstring& file) {
-    return Utf8(file.substr(file.find_last_of(L"\\/") + 1));
+    const std::wstring name = file.substr(file.find_last_of(L"\\/") + 1);
+    return Utf8(name.empty() ? file : name);
 }
 
 }  // namespace rightclick

@@ -19,7 +19,11 @@ Target ReadTarget(const std::wstring& file);
 // Returns why `target`, the target of `file`, has no program. Empty if it has one.
 std::string ExplainNoProgram(const std::wstring& file, const Target& target);
 
-// Returns the name of `file` without its folder, as UTF-8.
+// Returns whether `path` contains the name of an environment variable, as shortcuts can store it.
+// False if a file has this name.
+bool StoresVariable(const std::wstring& path);
+
+// Returns the name of `file` without its folder, as UTF-8; the whole path if it has no name.
 std::string FileName(const std::wstring& file);
 
 }  // namespace rightclick
