@@ -4,6 +4,7 @@
 #include "common/code_page.h"
 #include "common/file.h"
 #include "i18n/ui_locale.h"
+#include "rightclick/explain_report.h"
 #include "rules/lock_lookup.h"
 #include "server/exports.h"
 #include "support/every_entry_point.h"
@@ -175,6 +176,15 @@ TEST_F(FailingCalls, RegistrationFailsIfASuccessfulCallReturnsNoClsid) {
     const FailingCall failing("StringFromCLSID", static_cast<DWORD>(S_OK));
     EXPECT_EQ(DllRegisterServer(), E_FAIL);
     EXPECT_EQ(DllUnregisterServer(), E_FAIL);
+}
+
+TEST_F(FailingCalls, ExplainDoesNotTakeAFailureForAMissingRuleFile) {
+    const FailingCall open("CreateFileW", ERROR_CANT_RESOLVE_FILENAME);
+    const FailingCall attributes("GetFileAttributesW", ERROR_CANT_RESOLVE_FILENAME);
+    const rightclick::ExplainReport report = rightclick::ExplainFile(L"C:\\Apps\\Tool.exe");
+    EXPECT_EQ(report.explanation.state, rightclick::LockState::unknown);
+    EXPECT_EQ(report.explanation.reason.text.find("the rule file cannot be read: 0x80070781;"), 0U);
+    EXPECT_EQ(rightclick::ReportAsText(report).find(", does not exist"), std::string::npos);
 }
 
 }  // namespace

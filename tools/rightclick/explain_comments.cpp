@@ -18,8 +18,8 @@ size_t CommentLength(std::string_view rules, size_t at) {
     const std::string_view before = rules.substr(0, at);
     const size_t last = before.find_last_not_of(" \t");
     const bool beginsLine = last == std::string_view::npos || before[last] == '\n';
-    const bool comment = rest.starts_with('#') ? beginsLine
-                                               : rest.starts_with("//") && !before.ends_with(':');
+    const bool comment =
+        rest.starts_with('#') ? beginsLine : rest.starts_with("//") && !before.ends_with(':');
     return comment ? std::min(rest.find('\n'), rest.size()) : 0;
 }
 

@@ -27,7 +27,8 @@ bool IsRepeated(const Rule& rule, std::string_view key, std::string_view first,
 
 // Returns whether the value of `field` reads like one of `words`.
 bool IsOneOf(const LooseField& field, std::initializer_list<std::string_view> words) {
-    const size_t end = field.quote.empty() ? field.raw.find_first_of(" \t\r\n/#") : field.raw.size();
+    const size_t end =
+        field.quote.empty() ? field.raw.find_first_of(" \t\r\n/#") : field.raw.size();
     const std::string word = LowerCase(field.raw.substr(0, end));
     return std::find(words.begin(), words.end(), word) != words.end();
 }
@@ -49,9 +50,8 @@ std::string AsWritten(const LooseField& field) {
 
 // Explains a field that looks as if it switched the rule off.
 std::string ExplainSwitch(const LooseField& field, bool switchedOn) {
-    const std::string write = switchedOn
-                                  ? ": write \"enabled\": false instead of \"enabled\": true"
-                                  : ": write \"enabled\": false";
+    const std::string write = switchedOn ? ": write \"enabled\": false instead of \"enabled\": true"
+                                         : ": write \"enabled\": false";
     if (field.key != kEnabled) {
         const std::string effect = Quoted(field.key) + " has no effect" + write;
         return (LowerCase(field.key) == kEnabled ? "keys are case-sensitive, so " : "the key ") +

@@ -48,7 +48,9 @@ void DescribeRuleFile(ExplainReport& report) {
     }
     if (!file) {
         const HRESULT result = kelvaro::FailureFromWin32(error);
-        report.ruleFileProblem = SystemText(result) + " (" + HexResult(result) + ")";
+        const std::string words = SystemText(result);
+        report.ruleFileProblem =
+            words.empty() ? HexResult(result) : words + " (" + HexResult(result) + ")";
     }
     WIN32_FILE_ATTRIBUTE_DATA data = {};
     if (!GetFileAttributesExW(kelvaro::kRuleFilePath, GetFileExInfoStandard, &data)) {
