@@ -142,9 +142,6 @@ TEST(Explain, ExplainsNearMisses) {
         {with(R"("target":"'C:\\Apps\\Tool.exe'")"), "single quotation marks inside: " + write},
         {with(R"("target":"\"C:\\Apps\\Tool.exe \"")"), "quotation marks inside, and the first"},
         {with(R"("target":"C:\\Apps\\Tool.exe.")"), "ends with a dot: " + write},
-        {with("\"target\":\"\xC2\xA0"
-              "C:\\\\Apps\\\\Tool.exe\""),
-         "an invisible character (U+00A0)"},
         {with(R"("target":["C:\\a.exe","C:\\Apps\\Tool.exe"])"), "a rule has one path: add {"},
         {with(R"("Path":"C:\Apps\Tool.exe\")"), "instead of \"Path\"; the backslashes are not"},
         {with(R"("target":"\\\\?\\C:\\Apps\\Tool.exe")"), R"(the prefix \\?\ counts: )" + write},
@@ -198,6 +195,9 @@ TEST(Explain, ExplainsLettersOfOtherAlphabets) {
         {R"({"type":"exe","target":"C:\new\tool.exe"})", L"C:\\new\\tool.exe",
          R"(\n, \r and \t are control characters): write "C:\\new\\tool.exe")"},
         {rule("\\u00C4rger.exe"), L"C:\\\u00C4rger.exe", "\\u escapes are not decoded"},
+        {rule("a\xC2\xA0"
+              "b.exe"),
+         L"C:\\a b.exe", "an invisible character (U+00A0)"},
         {rule("a b.exe"), L"C:\\a\u3000b.exe",
          "the program contains an invisible character (U+3000)"},
         {rule("Windows/a.exe"), L"%windir%\\a.exe", "right-click the program itself"},

@@ -180,7 +180,7 @@ std::string ExplainSelectedSpelling(const OtherPath& other) {
     const std::wstring& selected = other.program.canonical;
     if (other.program.storesVariable && HasSameName(other)) {
         return "it is for " + Shown(Utf8(other.path)) +
-               ", but the shortcut stores an environment variable, which is not expanded: "
+               ", but the selected path stores an environment variable, which is not expanded: "
                "right-click the program itself";
     }
     return HasPrefix(selected) && selected.substr(4) == other.path
