@@ -1,6 +1,7 @@
 #include "rightclick/explain.h"
 
 #include <algorithm>
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "rightclick/explain_comments.h"
@@ -20,11 +21,6 @@ constexpr size_t kMaxRemarks = 10;
 
 // The most important kind first.
 enum class Kind { locks, switchedOff, nearMiss, ignored, otherPath };
-
-struct Finding {
-    Kind kind;
-    Remark remark;
-};
 
 // Returns whether `rules` is in UTF-16, and not only begins like it.
 bool IsUtf16(std::string_view rules) {
@@ -149,15 +145,15 @@ class Explainer {
         const std::string_view passed = rules_.substr(counted_, first - counted_);
         line_ += static_cast<size_t>(std::count(passed.begin(), passed.end(), '\n'));
         counted_ = first;
-        findings_.push_back({kind, {line_, remark}});
+        findings_.insert({kind, {line_, remark}});
     }
 
     void ExamineProgram() {
         if (program_.canonical.find_first_of(L"{}") != std::wstring::npos) {
-            findings_.push_back({Kind::switchedOff,
-                                 {0,
-                                  "its path contains a brace, and rules with braces inside are "
-                                  "ignored: it cannot be locked"}});
+            findings_.insert({Kind::switchedOff,
+                              {0,
+                               "its path contains a brace, and rules with braces inside are "
+                               "ignored: it cannot be locked"}});
         }
         if (program_.storesVariable) {
             notes_.push_back(
@@ -203,14 +199,10 @@ class Explainer {
 
     // Takes the most important finding as the reason and the next ones as remarks.
     void Summarise() {
-        std::stable_sort(
-            findings_.begin(), findings_.end(),
-            [](const Finding& left, const Finding& right) { return left.kind < right.kind; });
-        const bool locked = !findings_.empty() && findings_.front().kind == Kind::locks;
+        const bool locked = findings_.contains(Kind::locks);
         if (locked) {
             // The advice to lock the program has no use.
-            std::erase_if(findings_,
-                          [](const Finding& finding) { return finding.kind != Kind::locks; });
+            findings_.erase(findings_.upper_bound(Kind::locks), findings_.end());
         }
         const std::string error =
             objects_ == 0 || IsUtf16(rules_) ? std::string() : FindSyntaxError();
@@ -218,7 +210,8 @@ class Explainer {
         if (findings_.empty()) {
             explanation_.reason.text = ExplainNoRule() + (error.empty() ? "" : "; ") + error;
         } else {
-            explanation_.reason = findings_.front().remark;
+            explanation_.reason = findings_.begin()->second;
+            findings_.erase(findings_.begin());
             if (!error.empty()) {
                 notes_.push_back(error + "; other programs may refuse it");
             }
@@ -226,14 +219,14 @@ class Explainer {
         AddRemarks();
     }
 
-    // Adds the findings after the first one, which is the reason, and the notes.
+    // Adds the first findings and the notes.
     void AddRemarks() {
-        const size_t end = std::min(findings_.size(), kMaxRemarks + 1);
-        for (size_t at = 1; at < end; ++at) {
-            explanation_.remarks.push_back(findings_[at].remark);
+        const size_t shown = std::min(findings_.size(), kMaxRemarks);
+        for (auto next = findings_.begin(); explanation_.remarks.size() < shown; ++next) {
+            explanation_.remarks.push_back(next->second);
         }
-        if (end < findings_.size()) {
-            const size_t hidden = findings_.size() - end;
+        if (shown < findings_.size()) {
+            const size_t hidden = findings_.size() - shown;
             notes_.insert(notes_.begin(),
                           std::to_string(hidden) +
                               (hidden == 1 ? " more remark is" : " more remarks are") +
@@ -247,10 +240,10 @@ class Explainer {
     std::string_view rules_;
     Comments comments_;
     Program program_;
-    std::vector<Finding> findings_;   // on single rules
-    std::vector<std::string> notes_;  // on the file and the program
-    size_t objects_ = 0;              // flat objects
-    size_t counted_ = 0;              // how far the lines are counted
+    std::multimap<Kind, Remark> findings_;  // on single rules, the most important ones first
+    std::vector<std::string> notes_;        // on the file and the program
+    size_t objects_ = 0;                    // flat objects
+    size_t counted_ = 0;                    // how far the lines are counted
     size_t line_ = 1;
     Explanation explanation_;
 };
