@@ -25,36 +25,23 @@ target_link_options(
   LINKER:--gc-sections)
 set_target_properties(KelvaroShellExt PROPERTIES LINK_DEPENDS "${PROJECT_BINARY_DIR}/KelvaroShellExt.def")
 
-if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
-  # The symbols go into a PDB, which Windows' debuggers find by the file name and the GUID in the DLL.
-  # /pdbsourcepath replaces the build directory in the PDB.
-  set(symbols KelvaroShellExt.pdb)
-  target_link_options(
-    KelvaroShellExt
-    PRIVATE
-    LINKER:--pdb=${symbols}
-    LINKER:-Xlink=/Brepro
-    LINKER:-Xlink=/pdbaltpath:%_PDB%
-    LINKER:-Xlink=/pdbsourcepath:C:\\KelvaroShellExt)
-  # clang passes the directories of this variable to the linker.
-  set_target_properties(KelvaroShellExt PROPERTIES RULE_LAUNCH_LINK
-                                                   "${CMAKE_COMMAND} -E env --unset=LIBRARY_PATH")
-  # The runtime libraries bring DWARF sections with them.
-  set(separate_symbols ${CMAKE_OBJCOPY} --strip-debug KelvaroShellExt.dll)
-else()
-  # The symbols go into a separate file, which debuggers find by the name in the DLL. Without
-  # SOURCE_DATE_EPOCH the copies would contain the current time.
-  set(symbols KelvaroShellExt.dll.debug)
-  set(copy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
-  set(separate_symbols
-      ${copy} --only-keep-debug KelvaroShellExt.dll ${symbols}
-      COMMAND ${copy} --strip-all --add-gnu-debuglink=${symbols} KelvaroShellExt.dll)
-endif()
+# The symbols go into a PDB, which Windows' debuggers find by the file name and the GUID in the DLL.
+# /pdbsourcepath replaces the build directory in the PDB.
+target_link_options(
+  KelvaroShellExt
+  PRIVATE
+  LINKER:--pdb=KelvaroShellExt.pdb
+  LINKER:-Xlink=/Brepro
+  LINKER:-Xlink=/pdbaltpath:%_PDB%
+  LINKER:-Xlink=/pdbsourcepath:C:\\KelvaroShellExt)
+# clang passes the directories of this variable to the linker.
+set_target_properties(KelvaroShellExt PROPERTIES RULE_LAUNCH_LINK
+                                                 "${CMAKE_COMMAND} -E env --unset=LIBRARY_PATH")
+# The runtime libraries bring DWARF sections with them.
 add_custom_command(
   TARGET KelvaroShellExt
   POST_BUILD
-  COMMAND ${separate_symbols}
+  COMMAND ${CMAKE_OBJCOPY} --strip-debug KelvaroShellExt.dll
   WORKING_DIRECTORY $<TARGET_FILE_DIR:KelvaroShellExt>
-  BYPRODUCTS "${PROJECT_BINARY_DIR}/${symbols}"
+  BYPRODUCTS "${PROJECT_BINARY_DIR}/KelvaroShellExt.pdb"
   VERBATIM)
-set_target_properties(KelvaroShellExt PROPERTIES KELVARO_SYMBOLS ${symbols})
