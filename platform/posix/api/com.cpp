@@ -16,29 +16,27 @@ thread_local int g_initialised = 0;  // calls of CoInitializeEx not yet undone
 
 }  // namespace
 
-HRESULT CoInitializeEx(LPVOID /*reserved*/, DWORD model) noexcept {
-    const compat::Call call("CoInitializeEx", E_OUTOFMEMORY, "model={}", model);
+HRESULT CoInitializeEx(LPVOID /*reserved*/, DWORD /*model*/) noexcept {
+    const compat::Call call("CoInitializeEx", E_OUTOFMEMORY);
     if (call.Fails()) {
-        return static_cast<HRESULT>(call.Error());
+        return call.Result();
     }
     return g_initialised++ == 0 ? S_OK : S_FALSE;
 }
 
 void CoUninitialize() noexcept {
-    const compat::Call call("CoUninitialize");
     --g_initialised;
 }
 
-HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid,
+HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD /*context*/, REFIID riid,
                          LPVOID* ppv) noexcept {
-    const compat::Call call("CoCreateInstance", REGDB_E_CLASSNOTREG, "{} context={} {}", clsid,
-                            context, riid);
+    const compat::Call call("CoCreateInstance", REGDB_E_CLASSNOTREG);
     if (ppv == nullptr) {
         return E_POINTER;
     }
     *ppv = nullptr;
     if (call.Fails()) {
-        return static_cast<HRESULT>(call.Error());
+        return call.Result();
     }
     if (g_initialised <= 0) {
         return CO_E_NOTINITIALIZED;
@@ -50,10 +48,10 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
 }
 
 HRESULT StringFromCLSID(REFCLSID clsid, LPOLESTR* text) noexcept {
-    const compat::Call call("StringFromCLSID", E_OUTOFMEMORY, "{}", clsid);
+    const compat::Call call("StringFromCLSID", E_OUTOFMEMORY);
     *text = nullptr;
     if (call.Fails()) {
-        return static_cast<HRESULT>(call.Error());
+        return call.Result();
     }
     const std::wstring units = compat::WideFromUtf8(compat::FormatGuid(clsid));
     *text = static_cast<LPOLESTR>(CoTaskMemAlloc((units.size() + 1) * sizeof(wchar_t)));
@@ -65,10 +63,10 @@ HRESULT StringFromCLSID(REFCLSID clsid, LPOLESTR* text) noexcept {
 }
 
 HRESULT CLSIDFromString(LPCOLESTR text, CLSID* clsid) noexcept {
-    const compat::Call call("CLSIDFromString", CO_E_CLASSSTRING, "{}", text);
+    const compat::Call call("CLSIDFromString", CO_E_CLASSSTRING);
     *clsid = {};
     if (call.Fails()) {
-        return static_cast<HRESULT>(call.Error());
+        return call.Result();
     }
     return compat::ParseGuid(text, *clsid) ? S_OK : CO_E_CLASSSTRING;
 }

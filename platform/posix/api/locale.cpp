@@ -4,8 +4,6 @@
 #include <ctime>
 #include <string_view>
 
-#include "internal/call.h"
-
 namespace {
 
 struct Language {
@@ -13,10 +11,9 @@ struct Language {
     LANGID id;
 };
 
-// Prefixes of the host's locale names, longer ones first.
-constexpr Language kLanguages[] = {{"zh_TW", 0x0404}, {"zh_HK", 0x0C04}, {"zh_SG", 0x1004},
-                                   {"zh", 0x0804},    {"de", 0x0407},    {"fr", 0x040C},
-                                   {"ja", 0x0411}};
+// Prefixes of the host's locale names, longer ones first: two variants of one language, and one
+// that the library does not have.
+constexpr Language kLanguages[] = {{"zh_TW", 0x0404}, {"zh", 0x0804}, {"de", 0x0407}};
 constexpr LANGID kAmericanEnglish = 0x0409;
 
 std::string_view HostLocale() noexcept {
@@ -32,7 +29,6 @@ std::string_view HostLocale() noexcept {
 }  // namespace
 
 LANGID GetUserDefaultUILanguage() noexcept {
-    const compat::Call call("GetUserDefaultUILanguage");
     const std::string_view locale = HostLocale();
     for (const auto& [tag, id] : kLanguages) {
         if (locale.starts_with(tag)) {
@@ -43,7 +39,6 @@ LANGID GetUserDefaultUILanguage() noexcept {
 }
 
 void GetLocalTime(SYSTEMTIME* time) noexcept {
-    const compat::Call call("GetLocalTime");
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
     tm local = {};

@@ -47,7 +47,7 @@ std::string HostFileOf(HMODULE module) {
 HMODULE LoadLibraryW(LPCWSTR name) noexcept {
     std::string host;
     {
-        const compat::Call call("LoadLibraryW", ERROR_MOD_NOT_FOUND, "{}", name);
+        const compat::Call call("LoadLibraryW", ERROR_MOD_NOT_FOUND);
         if (call.Fails()) {
             return nullptr;
         }
@@ -73,7 +73,7 @@ HMODULE LoadLibraryW(LPCWSTR name) noexcept {
 }
 
 FARPROC GetProcAddress(HMODULE module, LPCSTR name) noexcept {
-    const compat::Call call("GetProcAddress", ERROR_PROC_NOT_FOUND, "{}", name);
+    const compat::Call call("GetProcAddress", ERROR_PROC_NOT_FOUND);
     if (call.Fails()) {
         return nullptr;
     }
@@ -102,8 +102,7 @@ BOOL FreeLibrary(HMODULE module) noexcept {
 }
 
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
-    const compat::Call call("GetModuleFileNameW", ERROR_MOD_NOT_FOUND, "{} size={}",
-                            module == nullptr ? "null" : "module", size);
+    const compat::Call call("GetModuleFileNameW", ERROR_MOD_NOT_FOUND);
     if (call.Fails()) {
         return 0;
     }
@@ -123,8 +122,7 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
 }
 
 BOOL DisableThreadLibraryCalls(HMODULE module) noexcept {
-    const compat::Call call("DisableThreadLibraryCalls", ERROR_INVALID_HANDLE, "{}",
-                            module == nullptr ? "null" : "module");
+    const compat::Call call("DisableThreadLibraryCalls", ERROR_INVALID_HANDLE);
     if (call.Fails()) {
         return FALSE;
     }

@@ -60,13 +60,13 @@ DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept {
 }
 
 DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* /*filePart*/) noexcept {
-    const compat::Call call("GetFullPathNameW", ERROR_INVALID_NAME, "{}", name);
+    const compat::Call call("GetFullPathNameW", ERROR_INVALID_NAME);
     if (call.Fails()) {
         return 0;
     }
     if (name == nullptr || *name == L'\0') {
         return static_cast<DWORD>(compat::Fail(ERROR_INVALID_NAME));
     }
-    std::wstring path = compat::NormalizePath(MakeAbsolute(name));
+    std::wstring path = compat::ResolveDots(MakeAbsolute(name));
     return CopyPath(path, buffer, size);
 }

@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "internal/encoding.h"
+#include "internal/host_file.h"
 #include "internal/path_syntax.h"
 
 namespace compat {
@@ -27,11 +28,6 @@ bool HasForbiddenCharacter(std::wstring_view path) noexcept {
 bool Exists(const std::string& host) noexcept {
     struct stat status = {};
     return lstat(host.c_str(), &status) == 0;
-}
-
-bool IsDirectory(const std::string& host) noexcept {
-    struct stat status = {};
-    return stat(host.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 // Returns the entry of `directory` whose name is `name` in any letter case, or `name` if there is
@@ -102,8 +98,8 @@ std::string DriveDirectory() {
     return directory;
 }
 
-HostPath ToHostPath(std::wstring_view path) {
-    const std::wstring normal = NormalizePath(std::wstring(path));
+HostPath ToHostPath(const wchar_t* path) {
+    const std::wstring normal = ResolveDots(path == nullptr ? L"" : path);
     const DrivePath split = SplitDrivePath(normal);
     if (split.error != ERROR_SUCCESS) {
         return {{}, split.error};
