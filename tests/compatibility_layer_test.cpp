@@ -239,11 +239,10 @@ TEST_F(CompatibilityLayer, TestsFailCountAndWatchCalls) {
         EXPECT_EQ(ErrorOf(bool(Open(L"C:\\Test\\file"))), static_cast<DWORD>(ERROR_DISK_FULL));
         EXPECT_TRUE(Open(L"C:\\Test\\file"));
     }
-    LPOLESTR text = nullptr;
-    StringFromCLSID(CLSID_ShellLink, &text);  // its allocation is not a call of its own
-    CoTaskMemFree(text);
+    kelvaro::ComPtr<IShellLinkW> link;  // the query that creates it is not a call of its own
+    CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW, link.Put());
     EXPECT_EQ(calls.Take(),
-              (std::map<std::string, size_t>{{"CreateFileW", 3}, {"StringFromCLSID", 1}}));
+              (std::map<std::string, size_t>{{"CreateFileW", 3}, {"CoCreateInstance", 1}}));
     int boxes = 0;
     const compat::Watch<&MessageBoxW> watch([&boxes](HWND, LPCWSTR boxText, auto...) {
         ++boxes;

@@ -72,7 +72,6 @@ TEST_F(FailingCalls, LogsWhyTheSelectionCannotBeRead) {
         size_t skip;
         HRESULT result;
     } cases[] = {
-        {"GlobalAlloc", "Initialize GetData failed", 0, E_INVALIDARG},
         {"GlobalLock", "Initialize GlobalLock failed", 1, E_INVALIDARG},
         {"DragQueryFileW", "Initialize ignored selection count=0", 0, E_INVALIDARG},
         {"DragQueryFileW", "Initialize DragQueryFileW failed", 1, E_INVALIDARG},

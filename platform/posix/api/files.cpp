@@ -170,19 +170,17 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES*
     return compat::Handles().Add<HANDLE>(std::make_shared<File>(descriptor, access));
 }
 
-BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
-              OVERLAPPED* /*async*/) noexcept {
+BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read, OVERLAPPED* async) noexcept {
     if (read != nullptr) {
         *read = 0;
     }
     const compat::Call call("ReadFile", ERROR_READ_FAULT);
+    compat::Watch<&ReadFile>::Pass(file, buffer, size, read, async);
     if (call.Fails()) {
         return FALSE;
     }
     return TransferBytes(file, GENERIC_READ, read, [buffer, size](int descriptor) {
-        const ssize_t got = ::read(descriptor, buffer, size);
-        compat::CountBytesRead(static_cast<size_t>(std::max<ssize_t>(got, 0)));
-        return got;
+        return ::read(descriptor, buffer, size);
     });
 }
 
@@ -220,10 +218,6 @@ DWORD GetFileAttributesW(LPCWSTR name) noexcept {
 }
 
 BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept {
-    const compat::Call call("SetFileAttributesW", ERROR_ACCESS_DENIED);
-    if (call.Fails()) {
-        return FALSE;
-    }
     return WithHostPath(name, [attributes](const char* host) {
         struct stat status = {};
         if (stat(host, &status) != 0) {
@@ -244,10 +238,6 @@ BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* /*security*/) noexcept 
 }
 
 BOOL RemoveDirectoryW(LPCWSTR name) noexcept {
-    const compat::Call call("RemoveDirectoryW", ERROR_ACCESS_DENIED);
-    if (call.Fails()) {
-        return FALSE;
-    }
     const Entry entry = FindEntry(name);
     if (entry.error != ERROR_SUCCESS) {
         return Fail(entry.error);
@@ -259,10 +249,6 @@ BOOL RemoveDirectoryW(LPCWSTR name) noexcept {
 }
 
 BOOL DeleteFileW(LPCWSTR name) noexcept {
-    const compat::Call call("DeleteFileW", ERROR_ACCESS_DENIED);
-    if (call.Fails()) {
-        return FALSE;
-    }
     const Entry entry = FindEntry(name);
     if (entry.error != ERROR_SUCCESS) {
         return Fail(entry.error);
@@ -274,10 +260,6 @@ BOOL DeleteFileW(LPCWSTR name) noexcept {
 }
 
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
-    const compat::Call call("MoveFileExW", ERROR_ACCESS_DENIED);
-    if (call.Fails()) {
-        return FALSE;
-    }
     const Entry source = FindEntry(from);
     const Entry target = FindEntry(to);
     if (source.error != ERROR_SUCCESS) {
@@ -301,10 +283,6 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
 }
 
 BOOL GetFileAttributesExW(LPCWSTR name, GET_FILEEX_INFO_LEVELS /*level*/, LPVOID data) noexcept {
-    const compat::Call call("GetFileAttributesExW", ERROR_ACCESS_DENIED);
-    if (call.Fails()) {
-        return FALSE;
-    }
     const Entry entry = FindEntry(name);
     const DWORD attributes = Attributes(entry);
     if (attributes == INVALID_FILE_ATTRIBUTES) {

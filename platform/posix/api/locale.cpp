@@ -6,16 +6,6 @@
 
 namespace {
 
-struct Language {
-    std::string_view tag;
-    LANGID id;
-};
-
-// Prefixes of the host's locale names, longer ones first: two variants of one language, and one
-// that the library does not have.
-constexpr Language kLanguages[] = {{"zh_TW", 0x0404}, {"zh", 0x0804}, {"de", 0x0407}};
-constexpr LANGID kAmericanEnglish = 0x0409;
-
 std::string_view HostLocale() noexcept {
     for (const char* const variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
         const char* const value = std::getenv(variable);
@@ -29,13 +19,9 @@ std::string_view HostLocale() noexcept {
 }  // namespace
 
 LANGID GetUserDefaultUILanguage() noexcept {
-    const std::string_view locale = HostLocale();
-    for (const auto& [tag, id] : kLanguages) {
-        if (locale.starts_with(tag)) {
-            return id;
-        }
-    }
-    return kAmericanEnglish;
+    constexpr LANGID kChinese = 0x0804;
+    constexpr LANGID kAmericanEnglish = 0x0409;
+    return HostLocale().starts_with("zh") ? kChinese : kAmericanEnglish;
 }
 
 void GetLocalTime(SYSTEMTIME* time) noexcept {

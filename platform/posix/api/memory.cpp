@@ -96,10 +96,6 @@ HLOCAL LocalFree(HLOCAL memory) noexcept {
 }
 
 LPVOID CoTaskMemAlloc(SIZE_T size) noexcept {
-    const compat::Call call("CoTaskMemAlloc", ERROR_NOT_ENOUGH_MEMORY);
-    if (call.Fails()) {
-        return nullptr;
-    }
     void* const memory = std::malloc(size);
     if (memory != nullptr) {
         compat::CountResource(compat::Resource::taskMemory, 1);

@@ -1,16 +1,13 @@
 #include <objbase.h>
 #include <shellapi.h>
 #include <spawn.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <windows.h>
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
-#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -33,13 +30,6 @@ constexpr char kCommandLineVariable[] = "KELVARO_COMMAND_LINE";
 // The handle of a process or of its first thread. It can only be closed.
 struct ProcessHandle final : compat::KernelObject {};
 
-struct Launch {
-    std::string program;
-    std::string directory;
-    std::vector<std::string> arguments;
-    std::vector<std::string> environment;
-};
-
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     pointers.reserve(texts.size() + 1);
@@ -50,75 +40,57 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
+// Returns the environment with the variables that the new process needs in front, where getenv
+// finds them first.
 std::vector<std::string> EnvironmentWith(std::wstring_view commandLine) {
-    const std::string variables[] = {
+    std::vector<std::string> environment = {
         std::string(kCommandLineVariable) + "=" + compat::Utf8FromWide(commandLine),
         std::string(compat::kDriveVariable) + "=" + compat::DriveDirectory()};
-    std::vector<std::string> environment(std::begin(variables), std::end(variables));
     for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string_view name = std::string_view(*entry).substr(0, std::strcspn(*entry, "="));
-        if (name != kCommandLineVariable && name != compat::kDriveVariable) {
-            environment.emplace_back(*entry);
-        }
+        environment.emplace_back(*entry);
     }
     return environment;
 }
 
-// Returns ERROR_SUCCESS if `program` can be run, otherwise the error.
-DWORD CheckProgram(const std::string& program) noexcept {
-    struct stat status = {};
-    if (stat(program.c_str(), &status) != 0) {
-        return compat::ErrorFromErrno(errno);
-    }
-    if (S_ISDIR(status.st_mode)) {
-        return ERROR_ACCESS_DENIED;
-    }
-    return access(program.c_str(), X_OK) == 0 ? ERROR_SUCCESS : ERROR_BAD_EXE_FORMAT;
-}
-
-// Starts a process that nobody has to wait for.
-DWORD Start(Launch& launch) {
+// Starts a process that nobody has to wait for. Returns 0 or an errno value.
+int Start(const std::string& program, const std::string& directory,
+          std::vector<std::string> arguments, std::vector<std::string> environment) {
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addchdir_np(&actions, launch.directory.c_str());
+    posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
     pid_t process = 0;
-    const int failure =
-        posix_spawn(&process, launch.program.c_str(), &actions, &attributes,
-                    Pointers(launch.arguments).data(), Pointers(launch.environment).data());
+    const int failure = posix_spawn(&process, program.c_str(), &actions, &attributes,
+                                    Pointers(arguments).data(), Pointers(environment).data());
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
-    if (failure != 0) {
-        return compat::ErrorFromErrno(failure);
+    if (failure == 0) {
+        // Reaps the process when it ends.
+        std::thread([process] { waitpid(process, nullptr, 0); }).detach();
     }
-    // Reaps the process when it ends.
-    std::thread([process] { waitpid(process, nullptr, 0); }).detach();
-    return ERROR_SUCCESS;
+    return failure;
 }
 
 DWORD StartCommandLine(std::wstring_view commandLine, const std::wstring& directory) {
-    const std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
+    std::vector<std::string> arguments;
+    for (const std::wstring& argument : compat::ParseCommandLine(commandLine)) {
+        arguments.push_back(compat::Utf8FromWide(argument));
+    }
     if (arguments.empty()) {
         return ERROR_INVALID_PARAMETER;
     }
-    const auto [program, error] = compat::ToHostPath(arguments[0].c_str());
+    const auto [program, error] = compat::ToHostPath(compat::WideFromUtf8(arguments[0]).c_str());
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    if (const DWORD refused = CheckProgram(program); refused != ERROR_SUCCESS) {
-        return refused;
-    }
-    Launch launch = {
-        program, compat::ToHostPath(directory.c_str()).host, {}, EnvironmentWith(commandLine)};
-    if (launch.directory.empty() || access(launch.directory.c_str(), X_OK) != 0) {
-        return ERROR_DIRECTORY;
-    }
-    for (const std::wstring& argument : arguments) {
-        launch.arguments.push_back(compat::Utf8FromWide(argument));
-    }
-    return Start(launch);
+    const int failure = Start(program, compat::ToHostPath(directory.c_str()).host, arguments,
+                              EnvironmentWith(commandLine));
+    // A file without the right to execute is not a program.
+    const bool noProgram = failure == EACCES && !compat::IsDirectory(program);
+    return failure == 0 ? DWORD{ERROR_SUCCESS}
+                        : compat::ErrorFromErrno(noProgram ? ENOEXEC : failure);
 }
 
 std::wstring OwnCommandLine() {
@@ -165,16 +137,11 @@ BOOL CreateProcessW(LPCWSTR application, LPWSTR commandLine, SECURITY_ATTRIBUTES
 }
 
 LPWSTR GetCommandLineW() noexcept {
-    const compat::Call call("GetCommandLineW");
     static std::wstring line = OwnCommandLine();
     return line.data();
 }
 
 LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
-    const compat::Call call("CommandLineToArgvW", ERROR_NOT_ENOUGH_MEMORY);
-    if (call.Fails()) {
-        return nullptr;
-    }
     std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
     if (arguments.empty()) {
         arguments.push_back(compat::FromHostPath(compat::ProgramFile()));

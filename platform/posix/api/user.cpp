@@ -62,10 +62,6 @@ int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) noexcept 
 }
 
 HMENU CreatePopupMenu() noexcept {
-    const compat::Call call("CreatePopupMenu", ERROR_NOT_ENOUGH_MEMORY);
-    if (call.Fails()) {
-        return nullptr;
-    }
     return Menus().Add<HMENU>(std::make_shared<Menu>());
 }
 
@@ -90,19 +86,11 @@ BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR tex
 }
 
 int GetMenuItemCount(HMENU menu) noexcept {
-    const compat::Call call("GetMenuItemCount", ERROR_INVALID_MENU_HANDLE);
-    if (call.Fails()) {
-        return -1;
-    }
     const auto found = FindMenu(menu);
     return found ? static_cast<int>(found->items.size()) : -1;
 }
 
 UINT GetMenuItemID(HMENU menu, int position) noexcept {
-    const compat::Call call("GetMenuItemID", ERROR_INVALID_MENU_HANDLE);
-    if (call.Fails()) {
-        return static_cast<UINT>(-1);
-    }
     const auto found = FindMenu(menu);
     const MenuItem* const item =
         found ? FindItem(*found, static_cast<UINT>(position), MF_BYPOSITION) : nullptr;
@@ -110,10 +98,6 @@ UINT GetMenuItemID(HMENU menu, int position) noexcept {
 }
 
 int GetMenuStringW(HMENU menu, UINT item, LPWSTR buffer, int capacity, UINT flags) noexcept {
-    const compat::Call call("GetMenuStringW", ERROR_INVALID_MENU_HANDLE);
-    if (call.Fails()) {
-        return 0;
-    }
     const auto found = FindMenu(menu);
     const MenuItem* const wanted = found ? FindItem(*found, item, flags) : nullptr;
     if (wanted == nullptr) {

@@ -29,9 +29,9 @@ class ScopedCallObserver {
     CallObserver observer_;
 };
 
-// The scope of one platform call. Every function that can fail, allocates or is counted begins with
-// one. A call inside another one, such as the allocation that StringFromCLSID makes, is part of
-// that and not announced to observers.
+// The scope of one platform call. Every function that the library calls and that can fail,
+// allocates or is counted begins with one. A call inside another one, such as the query for an
+// interface that CoCreateInstance makes, is part of that and not announced to observers.
 class Call {
   public:
     // `error` is the system error code or HRESULT that the call can fail with. Without it the call
