@@ -48,7 +48,7 @@ class Selection : public DriveTest {
   public:
     Selection() {
         SetLocale(L"en-US");
-        WriteRules(kToolRule);
+        WriteRules(kToolRule + std::string(R"({"type":"exe","target":"C:\\missing.lnk"})"));
     }
     // Returns the messages since the last call.
     Strings NewMessages() {

@@ -180,6 +180,9 @@ TEST_F(MenuItem, RecognisesItsCommand) {
         {"a wide offset", "open", CMIC_MASK_UNICODE, kLong, wideOffset, false},
         {"a size of 0", kVerbName, CMIC_MASK_UNICODE, 0, nullptr, true},
     };
+    const Strings started = {"InvokeCommand start selected=C:\\Apps\\Tool.exe",
+                             "Launch failed: KelvaroAuthPrompt/Kelvaro not found in "
+                             "C:\\Program Files\\Kelvaro"};
     const MessageBoxes boxes;
     for (const auto& [what, verb, mask, size, wideVerb, known] : cases) {
         CMINVOKECOMMANDINFOEX request = {};
@@ -191,10 +194,8 @@ TEST_F(MenuItem, RecognisesItsCommand) {
         EXPECT_EQ(Menu().InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&request)),
                   known ? S_OK : E_FAIL)
             << what;
-        EXPECT_EQ(Messages()[0], known ? "InvokeCommand start selected=C:\\Apps\\Tool.exe"
-                                       : "InvokeCommand ignored unknown verb")
+        EXPECT_EQ(Messages(), known ? started : Strings{"InvokeCommand ignored unknown verb"})
             << what;
-        EXPECT_EQ(Messages().size(), known ? 2U : 1U) << what;
     }
 }
 
