@@ -10,6 +10,7 @@
 
 #ifndef _WIN32
 #include <thread>
+#include "testing/counted_calls.h"
 #endif
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved);
@@ -203,6 +204,12 @@ TEST_F(Server, CountsExactlyOnSeveralThreads) {
     EXPECT_EQ(factory->Release(), 1U);
     EXPECT_EQ(object->AddRef(), 2U);
     EXPECT_EQ(object->Release(), 1U);
+}
+
+TEST_F(Server, DeclinesThreadNotifications) {
+    compat::CountedCalls calls;
+    InstallLibrary();  // runs its DllMain
+    EXPECT_EQ(calls.Take()["DisableThreadLibraryCalls"], 1U);
 }
 
 #endif
