@@ -2,10 +2,6 @@
 
 #include "support/fixture.h"
 
-#ifndef _WIN32
-#include <thread>
-#endif
-
 namespace kelvaro {
 namespace {
 
@@ -134,33 +130,6 @@ TEST_F(Log, AppendsWhileAnotherProgramHasTheFileOpen) {
     CloseHandle(holder);
     EXPECT_EQ(Messages(), (Strings{"one", "two"}));
 }
-
-#ifndef _WIN32
-
-// A line in two writes, or one that starts at a remembered end of the file, mixes with the others.
-TEST_F(Log, LinesOfConcurrentThreadsStayWhole) {
-    constexpr size_t kThreads = 4;
-    constexpr size_t kLines = 500;
-    std::vector<std::thread> threads;
-    for (size_t thread = 0; thread < kThreads; ++thread) {
-        threads.emplace_back([thread] {
-            for (size_t line = 0; line < kLines; ++line) {
-                WriteLog(std::wstring(100 + thread, static_cast<wchar_t>(L'a' + thread)));
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    const Strings messages = Messages();
-    EXPECT_EQ(messages.size(), kThreads * kLines);
-    for (const std::string& message : messages) {
-        ASSERT_GE(message.size(), 100U);
-        ASSERT_EQ(message, std::string(100 + static_cast<size_t>(message[0] - 'a'), message[0]));
-    }
-}
-
-#endif
 
 }  // namespace
 }  // namespace kelvaro

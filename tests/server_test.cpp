@@ -10,6 +10,7 @@
 
 #ifndef _WIN32
 #include <thread>
+
 #include "testing/counted_calls.h"
 #endif
 
