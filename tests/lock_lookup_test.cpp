@@ -131,7 +131,8 @@ TEST_F(LockLookup, LowersOnlyAToZInAnyLocale) {
 
 TEST_F(LockLookup, IgnoresAnyWhiteSpaceAroundTargets) {
     const UnicodeLocale locale;
-    for (const std::string space : {" ", "\t", "\\n", "\x0B", "\xE3\x80\x80", "\xE2\x80\x83"}) {
+    for (const std::string space :
+         {" ", "\t", "\\n", "\\r", "\\t", "\x0B", "\xE3\x80\x80", "\xE2\x80\x83"}) {
         for (const std::string& target : {space + "C:/Apps/Tool.exe" + space,
                                           space + "C:/Apps/Tool.exe", "C:/Apps/Tool.exe" + space}) {
             WriteRules("{\"type\":\"exe\",\"target\":\"" + target + "\"}");

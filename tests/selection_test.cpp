@@ -88,6 +88,7 @@ TEST_F(Selection, StoresEveryPathButAcceptsOnlyProgramsAndShortcuts) {
          "Initialize ignored non exe/lnk: C:\\Apps\\Tool.lnk.exe."},
         {L"C:\\Apps\\Tool.com", E_INVALIDARG, "Initialize ignored non exe/lnk: C:\\Apps\\Tool.com"},
         {L"C:\\Apps\\exe", E_INVALIDARG, "Initialize ignored non exe/lnk: C:\\Apps\\exe"},
+        {L"C:\\Toollnk", E_INVALIDARG, "Initialize ignored non exe/lnk: C:\\Toollnk"},
     };
     const MessageBoxes boxes;
     Extension extension;

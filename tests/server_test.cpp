@@ -9,8 +9,6 @@
 #include "support/fixture.h"
 
 #ifndef _WIN32
-#include <thread>
-
 #include "testing/counted_calls.h"
 #endif
 
@@ -176,36 +174,6 @@ TEST_F(Server, StoresItsModuleOnlyWhenTheProcessAttaches) {
 }
 
 #ifndef _WIN32
-
-TEST_F(Server, CountsExactlyOnSeveralThreads) {
-    ComPtr<IClassFactory> factory;
-    ComPtr<IShellExtInit> object;
-    DllGetClassObject(kShellExtClsid, IID_IClassFactory, factory.Put());
-    factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put());
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 20'000; ++round) {
-                ComPtr<IClassFactory> another;
-                DllGetClassObject(kShellExtClsid, IID_IClassFactory, another.Put());
-                factory->LockServer(TRUE);
-                factory->AddRef();
-                object->AddRef();
-                object->Release();
-                factory->Release();
-                factory->LockServer(FALSE);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(g_objectCount, 2U);
-    EXPECT_EQ(factory->AddRef(), 2U);
-    EXPECT_EQ(factory->Release(), 1U);
-    EXPECT_EQ(object->AddRef(), 2U);
-    EXPECT_EQ(object->Release(), 1U);
-}
 
 TEST_F(Server, DeclinesThreadNotifications) {
     compat::CountedCalls calls;

@@ -47,7 +47,7 @@ TEST_F(Shortcut, OnlyWholeTargetsThatEndInExeCount) {
     const struct {
         std::string stored, target;
     } cases[] = {{"C:\\Apps\\Missing.EXE", "C:\\Apps\\Missing.EXE"},
-                 {"C:\\Apps\\A  b .exe", "C:\\Apps\\A  b .exe"},
+                 {" C:\\Apps\\A  b .exe", " C:\\Apps\\A  b .exe"},
                  {"C:\\Apps\\Tool.lnk", ""},
                  {"C:\\Apps\\Tool.exe.bak", ""},
                  {"C:\\Apps\\Toolexe", ""},
