@@ -7,11 +7,11 @@
 #include <string_view>
 #include <vector>
 
-#include "console/console.h"
+#include "common/code_page.h"
 #include "support/platform.h"
 
 // Converts wide text for failure messages.
-using console::Utf8;
+inline constexpr auto& Utf8 = kelvaro::Utf8FromWide;
 
 // Gives each test an empty drive C:, an empty registry and initialised COM. Fails a test that does
 // not release everything it obtained from the platform.

@@ -2,16 +2,17 @@
 
 #include <shlobj.h>
 
-#include "common/file.h"
-#include "console/console.h"
+#include "common/code_page.h"
 #include "menu/shortcut_target.h"
+#include "rightclick/handler.h"
 #include "rightclick/result_text.h"
 #include "rightclick/target.h"
+#include "server/clsid.h"
 
 namespace rightclick {
 namespace {
 
-using console::Utf8;
+using kelvaro::Utf8FromWide;
 
 std::string WithResult(const std::string& reason, HRESULT result) {
     return reason + " (" + HexResult(result) + ")";
@@ -27,31 +28,45 @@ std::string SystemReason(HRESULT result) {
     return text.empty() ? "the system has no text for the error" : text;
 }
 
+// Explains a failure of making the extension object.
+std::string ExplainObject(const std::string& library, const Outcome& outcome) {
+    if (outcome.load == CLASS_E_CLASSNOTAVAILABLE && outcome.clsid != kelvaro::kShellExtClsid) {
+        return "the registered class " + Utf8FromWide(ClsidText(outcome.clsid)) +
+               " is not the extension's, and " + library + " does not have it";
+    }
+    return library + " could not create the extension object: " + SystemReason(outcome.load);
+}
+
 std::string ExplainLoad(const Options& options, const Outcome& outcome) {
+    const bool registered = options.library.empty();
     const std::string library =
-        (options.library.empty() ? "the registered library " : "the library ") +
-        Utf8(outcome.library);
+        (registered ? "the registered library " : "the library ") + Utf8FromWide(outcome.library);
+    std::string reason;
     switch (outcome.loadStep) {
-        case LoadStep::findLibrary:
-            return library + " does not exist";
-        case LoadStep::loadLibrary:
-            return library + " cannot be loaded: " + SystemReason(outcome.load);
+        case LoadStep::loadLibrary: {
+            const std::string absence = ExplainAbsence(outcome.library);
+            reason = library + (absence.empty() ? " cannot be loaded: " + SystemReason(outcome.load)
+                                                : " " + absence);
+            break;
+        }
         case LoadStep::findExport:
-            return library + " is not a shell extension: it does not export DllGetClassObject";
+            reason = library + " is not a shell extension: it does not export DllGetClassObject";
+            break;
         case LoadStep::createObject:
+            reason = ExplainObject(library, outcome);
             break;
     }
-    return library + " does not create the extension: " + SystemReason(outcome.load);
+    return WithResult(reason, outcome.load) + (registered ? kHowToRegister : "");
 }
 
 }  // namespace
 
-std::string ExplainSelection(const Options& options) {
-    const size_t count = options.files.size();
-    if (count != 1) {
-        return std::to_string(count) + " files are selected; the extension takes exactly one";
+std::string ExplainSelection(const std::vector<std::wstring>& files) {
+    if (files.size() != 1) {
+        return std::to_string(files.size()) +
+               " files are selected; the extension takes exactly one";
     }
-    const std::wstring& file = options.files.front();
+    const std::wstring& file = files.front();
     if (kelvaro::KindOfFile(file) == kelvaro::FileKind::other) {
         return ExplainNoProgram(file, {});
     }
@@ -64,23 +79,24 @@ std::string ExplainSelection(const Options& options) {
 
 std::string ExplainNoItem(const Options& options, const Outcome& outcome) {
     if (FAILED(outcome.load)) {
-        return WithResult(ExplainLoad(options, outcome), outcome.load);
+        return ExplainLoad(options, outcome);
     }
     if (FAILED(outcome.initialize)) {
-        const std::string selection = ExplainSelection(options);
-        return WithResult(selection.empty() ? "the extension refuses the selection: " +
+        const std::string selection = ExplainSelection(options.files);
+        return WithResult(selection.empty() ? "the extension rejected the selection: " +
                                                   SystemReason(outcome.initialize)
                                             : selection,
                           outcome.initialize);
     }
     if (FAILED(outcome.query)) {
-        return WithResult("the extension fails to build its item: " + SystemReason(outcome.query),
-                          outcome.query);
+        return WithResult(
+            "the extension could not build its menu item: " + SystemReason(outcome.query),
+            outcome.query);
     }
     if ((options.flags & CMF_DEFAULTONLY) != 0) {
         return WithResult("--flags requests only the default item of the menu", outcome.query);
     }
-    return WithResult("the extension adds nothing to the menu", outcome.query);
+    return WithResult("the extension added nothing to the menu", outcome.query);
 }
 
 }  // namespace rightclick

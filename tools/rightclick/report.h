@@ -17,7 +17,7 @@ struct Surroundings {
     std::optional<Target> target;       // of the only selected program or shortcut
     bool locked = false;                // a rule locks its program
     bool colour = false;                // use terminal colours
-    std::vector<std::string> logLines;  // added by this right-click, in UTF-8
+    std::vector<std::string> logLines;  // added during the right-click, in UTF-8
 };
 
 // Returns the outcome as lines of text.

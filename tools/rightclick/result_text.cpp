@@ -1,7 +1,8 @@
 #include "rightclick/result_text.h"
 
+#include "common/code_page.h"
+#include "common/result.h"
 #include "common/text.h"
-#include "console/console.h"
 
 namespace rightclick {
 namespace {
@@ -14,7 +15,7 @@ struct KnownResult {
 // Results that have a name of their own in the SDK.
 constexpr KnownResult kKnown[] = {
     {S_OK, "S_OK: done"},
-    {S_FALSE, "S_FALSE: no"},
+    {S_FALSE, "S_FALSE: succeeded without effect"},
     {E_FAIL, "E_FAIL: failed"},
     {E_INVALIDARG, "E_INVALIDARG: invalid argument"},
     {E_OUTOFMEMORY, "E_OUTOFMEMORY: not enough memory"},
@@ -42,7 +43,7 @@ std::string SystemText(HRESULT result) {
     FormatMessageW(
         FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
         nullptr, code, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
-    std::string words = console::Utf8(kelvaro::TrimWhitespace(text));
+    std::string words = kelvaro::Utf8FromWide(kelvaro::TrimWhitespace(text));
     if (words.ends_with('.')) {
         words.pop_back();
     }
@@ -59,24 +60,10 @@ std::string DescribeResult(HRESULT result) {
     return words.empty() ? HexResult(result) : HexResult(result) + " (" + words + ")";
 }
 
-std::string Printable(std::string_view text) {
-    std::string printable;
-    for (size_t at = 0; at < text.size(); ++at) {
-        auto value = static_cast<unsigned char>(text[at]);
-        // U+0080 to U+009F are two bytes.
-        const auto next = static_cast<unsigned char>(at + 1 < text.size() ? text[at + 1] : 0);
-        const bool twoBytes = value == 0xC2 && next >= 0x80 && next <= 0x9F;
-        if (value >= 0x20 && value != 0x7F && !twoBytes) {
-            printable.push_back(text[at]);
-            continue;
-        }
-        value = twoBytes ? next : value;
-        at += twoBytes ? 1 : 0;
-        printable += "<U+";
-        kelvaro::AppendNumber(printable, value, 16, 4);
-        printable += '>';
-    }
-    return printable;
+std::string DescribeError(DWORD error) {
+    const HRESULT result = kelvaro::FailureFromWin32(error);
+    const std::string words = SystemText(result);
+    return words.empty() ? HexResult(result) : words + " (" + HexResult(result) + ")";
 }
 
 }  // namespace rightclick

@@ -16,8 +16,7 @@ std::string SystemText(HRESULT result);
 // Returns `result` in hexadecimal: "0x80070057".
 std::string HexResult(HRESULT result);
 
-// Returns the UTF-8 `text` with control characters as "<U+001B>", so that it cannot control a
-// terminal or begin a line.
-std::string Printable(std::string_view text);
+// Returns the text for the system error code `error`, then the HRESULT in brackets.
+std::string DescribeError(DWORD error);
 
 }  // namespace rightclick
