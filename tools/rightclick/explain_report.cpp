@@ -12,7 +12,6 @@
 #include "common/result.h"
 #include "rightclick/reason.h"
 #include "rightclick/result_text.h"
-#include "rightclick/shown_text.h"
 #include "rules/lock_lookup.h"
 
 namespace rightclick {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 
 #include "common/code_page.h"
@@ -22,14 +23,12 @@ uint64_t LogSize() {
     return known ? (uint64_t{data.nFileSizeHigh} << 32) | uint64_t{data.nFileSizeLow} : 0;
 }
 
-// Returns the text of `line` after `message`, which must begin the message of the line. Null if it
-// does not.
-const char* After(const std::string& line, std::string_view message) {
-    constexpr std::string_view kEndOfTime = "] ";
-    const size_t end = line.find(kEndOfTime);
-    const bool begins = end != std::string::npos &&
-                        line.compare(end + kEndOfTime.size(), message.size(), message) == 0;
-    return begins ? line.c_str() + end + kEndOfTime.size() + message.size() : nullptr;
+// Returns the text of `line` after its time and `message`. std::nullopt if it has another message.
+std::optional<std::string> After(const std::string& line, std::string_view message) {
+    const size_t time = line.find("] ");
+    return time != std::string::npos && line.compare(time + 2, message.size(), message) == 0
+               ? std::optional(line.substr(time + 2 + message.size()))
+               : std::nullopt;
 }
 
 }  // namespace
@@ -67,18 +66,18 @@ std::string ExplainUnwritableLog() {
 
 PromptResult ReadPromptResult(const std::vector<std::string>& lines) {
     for (const std::string& line : lines) {
-        if (After(line, "CreateProcess started") != nullptr) {
+        if (After(line, "CreateProcess started")) {
             return {"started", "the prompt was started"};
         }
-        if (const char* const code = After(line, "CreateProcess failed gle=")) {
-            const auto error = static_cast<DWORD>(std::strtoul(code, nullptr, 10));
+        if (const auto code = After(line, "CreateProcess failed gle=")) {
+            const auto error = static_cast<DWORD>(std::strtoul(code->c_str(), nullptr, 10));
             return {"not started", "the prompt did not start: " + DescribeError(error)};
         }
-        if (const char* const folder =
+        if (const auto folder =
                 After(line, "Launch failed: KelvaroAuthPrompt/Kelvaro not found in ")) {
-            return {"not found", std::string("no prompt was found in ") + folder};
+            return {"not found", "no prompt was found in " + *folder};
         }
-        if (After(line, "Launch failed: module dir empty") != nullptr) {
+        if (After(line, "Launch failed: module dir empty")) {
             return {"not found", "no prompt was found: Windows did not return the DLL's path"};
         }
     }

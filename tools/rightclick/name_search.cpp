@@ -6,7 +6,7 @@
 
 #include "common/code_page.h"
 #include "rightclick/platform_text.h"
-#include "rightclick/shown_text.h"
+#include "rightclick/result_text.h"
 #include "rules/anchor_search.h"
 
 namespace rightclick {
@@ -17,8 +17,8 @@ constexpr wchar_t kMalformed = 0xFFFD;
 // The bytes that can be before a file name, as a table for speed.
 constexpr auto kBeforeName = [] {
     std::array<bool, 256> table = {};
-    for (const unsigned char byte : {'"', '\'', '\\', '/', ':'}) {
-        table[byte] = true;
+    for (const char byte : std::string_view("\"'\\/:")) {
+        table[static_cast<unsigned char>(byte)] = true;
     }
     return table;
 }();

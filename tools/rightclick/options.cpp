@@ -42,98 +42,60 @@ std::string CheckFlags(const std::string& text) {
     return valid ? "" : "must be a hexadecimal number up to FFFFFFFF";
 }
 
-std::string CheckFile(const std::string& text) {
+std::string CheckNotEmpty(const std::string& text) {
     return text.empty() ? "is empty" : "";
-}
-
-// Throws a CLI::Error if the number of files is wrong for the action.
-void CheckCount(const Options& options) {
-    switch (options.action) {
-        case Action::explain:
-            if (options.files.size() != 1) {
-                throw CLI::ValidationError("--explain", "takes exactly one FILE");
-            }
-            break;
-        case Action::registerLibrary:
-        case Action::unregisterLibrary:
-            if (!options.files.empty()) {
-                throw CLI::ValidationError(
-                    options.action == Action::registerLibrary ? "--register" : "--unregister",
-                    "this option takes no FILE");
-            }
-            break;
-        case Action::rightClick:
-        case Action::print:
-            if (options.files.empty()) {
-                throw CLI::RequiredError("FILE");
-            }
-    }
 }
 
 }  // namespace
 
 Options ParseOptions(const std::vector<std::wstring>& arguments) {
     Options options;
+    std::vector<std::string> files;
+    std::string verb;
+    std::string flags = "0";
+    std::string library;
     CLI::App app(kDescription, "rightclick");
     app.footer(kFooter);
     app.allow_windows_style_options(false);  // a path can begin with a slash
     app.set_help_flag("--help", "print this text");
     app.set_version_flag("--version", "rightclick " KELVARO_VERSION, "print the version");
-
-    const auto addAction = [&options](Action action) {
-        return [&options, action](const std::string& library) {
-            options.action = action;
-            options.library = FullPath(library);
-        };
-    };
-    app.add_option_function<std::vector<std::string>>(
-           "FILE",
-           [&options](const std::vector<std::string>& files) {
-               std::transform(files.begin(), files.end(), std::back_inserter(options.files),
-                              FullPath);
-           },
-           "one selection: Windows paths (C:\\Apps\\Tool.exe)\nor paths of this machine")
+    app.add_option("FILE", files,
+                   "one selection: Windows paths (C:\\Apps\\Tool.exe)\nor paths of this machine")
         ->type_name("")
-        ->check(CheckFile);
+        ->check(CheckNotEmpty);
     auto* const choose = app.add_flag("--choose", options.choose, "also choose the item");
-    auto* const verb = app.add_option_function<std::string>(
-        "--verb", [&options](const std::string& name) { options.verb = Wide(name); },
-        "choose the command with the verb NAME,\neven if there is no item");
+    auto* const named = app.add_option(
+        "--verb", verb, "choose the command with the verb NAME,\neven if there is no item");
     auto* const popup = app.add_flag("--popup", options.popup,
                                      "show the menu at the pointer and run the item\n"
                                      "that is chosen there (only the Windows program)");
-    auto* const flags = app.add_option_function<std::string>(
-        "--flags",
-        [&options](const std::string& text) {
-            options.flags = static_cast<UINT>(std::strtoul(text.c_str(), nullptr, 16));
-        },
-        "flags for QueryContextMenu (1: default item only)");
-    auto* const library = app.add_option_function<std::string>(
-        "--library", [&options](const std::string& file) { options.library = FullPath(file); },
-        "use LIBRARY instead of the registered one");
+    auto* const hex =
+        app.add_option("--flags", flags, "flags for QueryContextMenu (1: default item only)");
+    auto* const other =
+        app.add_option("--library", library, "use LIBRARY instead of the registered one");
     auto* const log = app.add_flag("--log", options.log,
                                    "print the lines added to the log during the right-click");
     auto* const json = app.add_flag("--json", options.json, "print one JSON object");
-    auto* const explain = app.add_flag_callback(
-        "--explain", [&options] { options.action = Action::explain; },
-        "show whether a rule locks the program, and what\nthe extension reads from similar rules");
-    auto* const registers = app.add_option_function<std::string>(
-        "--register", addAction(Action::registerLibrary), "call DllRegisterServer of LIBRARY");
+    bool explains = false;
+    auto* const explain = app.add_flag("--explain", explains,
+                                       "show whether a rule locks the program, and what\n"
+                                       "the extension reads from similar rules");
+    auto* const registers =
+        app.add_option("--register", library, "call DllRegisterServer of LIBRARY");
     auto* const unregisters =
-        app.add_option_function<std::string>("--unregister", addAction(Action::unregisterLibrary),
-                                             "call DllUnregisterServer of LIBRARY");
+        app.add_option("--unregister", library, "call DllUnregisterServer of LIBRARY");
 
-    verb->type_name("NAME");
-    flags->type_name("HEX")->check(CheckFlags);
-    for (auto* const option : {library, registers, unregisters}) {
-        option->type_name("LIBRARY")->check(CheckFile);
+    named->type_name("NAME");
+    hex->type_name("HEX")->check(CheckFlags);
+    for (auto* const option : {other, registers, unregisters}) {
+        option->type_name("LIBRARY")->check(CheckNotEmpty);
     }
-    popup->excludes(choose)->excludes(verb);
+    popup->excludes(choose)->excludes(named);
     explain->excludes(registers)->excludes(unregisters);
     registers->excludes(unregisters)->excludes(json);
     unregisters->excludes(json);
     for (auto* const action : {explain, registers, unregisters}) {
-        for (auto* const option : {choose, verb, popup, flags, library, log}) {
+        for (auto* const option : {choose, named, popup, hex, other, log}) {
             action->excludes(option);
         }
     }
@@ -145,13 +107,33 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
     std::ostringstream error;
     try {
         app.parse(std::move(reversed));
-        CheckCount(options);
+        if ((*registers || *unregisters) && !files.empty()) {
+            throw CLI::ValidationError(*registers ? "--register" : "--unregister",
+                                       "this option takes no FILE");
+        }
+        if (explains && files.size() != 1) {
+            throw CLI::ValidationError("--explain", "takes exactly one FILE");
+        }
+        if (!*registers && !*unregisters && files.empty()) {
+            throw CLI::RequiredError("FILE");
+        }
     } catch (const CLI::Error& result) {
-        options.action = Action::print;
         app.exit(result, output, error);
+        options.action = Action::print;
+        options.output = output.str();
+        options.error = error.str();
+        return options;
     }
-    options.output = output.str();
-    options.error = error.str();
+    options.action = explains       ? Action::explain
+                     : *registers   ? Action::registerLibrary
+                     : *unregisters ? Action::unregisterLibrary
+                                    : Action::rightClick;
+    std::transform(files.begin(), files.end(), std::back_inserter(options.files), FullPath);
+    options.library = library.empty() ? L"" : FullPath(library);
+    options.flags = static_cast<UINT>(std::strtoul(flags.c_str(), nullptr, 16));
+    if (*named) {
+        options.verb = Wide(verb);
+    }
     return options;
 }
 

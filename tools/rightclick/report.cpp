@@ -6,7 +6,6 @@
 #include "rightclick/log_lines.h"
 #include "rightclick/reason.h"
 #include "rightclick/result_text.h"
-#include "rightclick/shown_text.h"
 
 namespace rightclick {
 namespace {
