@@ -4,7 +4,6 @@
 #include "rightclick/handler.h"
 #include "rightclick/log_lines.h"
 #include "rightclick/options.h"
-#include "rightclick/reason.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
 #include "rightclick/target.h"

@@ -13,10 +13,9 @@
 namespace rightclick {
 namespace {
 
+using Json = nlohmann::ordered_json;
 using kelvaro::RulePiece;
-
-constexpr size_t kMostRules = 10;
-constexpr size_t kMostKeys = 10;
+using kelvaro::Utf8FromWide;
 
 // The most relevant rules first.
 enum class Rank { locks, switchedOff, sameTarget, other };
@@ -31,17 +30,21 @@ Rank RankOf(const RulePiece& piece, std::wstring_view canonical) {
     return kelvaro::ExtractBoolField(piece.text, "enabled", true) ? Rank::locks : Rank::switchedOff;
 }
 
-// Returns the keys of `text`: what is in double quotes before a colon.
-std::vector<std::wstring> ReadKeys(std::string_view text) {
-    std::vector<std::wstring> keys;
+// Returns `bytes` of a rule file as the extension reads them.
+std::string ValidUtf8(std::string_view bytes) {
+    return Utf8FromWide(kelvaro::WideFromBytes(CP_UTF8, 0, bytes));
+}
+
+// Returns the first ten keys of `text`: what is in double quotes before a colon.
+Json ReadKeys(std::string_view text) {
+    constexpr size_t kMost = 10;
+    Json keys = Json::array();
     size_t begin = text.find('"');
-    while (begin != std::string_view::npos && keys.size() < kMostKeys) {
+    while (begin != std::string_view::npos && keys.size() < kMost) {
         const size_t end = text.find('"', begin + 1);
-        const size_t colon =
-            text.find_first_not_of(" \t\n\v\f\r", std::min(end, text.size() - 1) + 1);
-        if (colon != std::string_view::npos && text[colon] == ':') {
-            keys.push_back(
-                kelvaro::WideFromBytes(CP_UTF8, 0, text.substr(begin + 1, end - begin - 1)));
+        const size_t after = text.find_first_not_of(" \t\n\v\f\r", std::max(end, end + 1));
+        if (after != std::string_view::npos && text[after] == ':') {
+            keys.push_back(ValidUtf8(text.substr(begin + 1, end - begin - 1)));
         }
         begin = end;
     }
@@ -52,30 +55,34 @@ std::vector<std::wstring> ReadKeys(std::string_view text) {
 bool IsUtf16(std::string_view rules) {
     const bool begins = rules.starts_with("\xFF\xFE") || rules.starts_with("\xFE\xFF") ||
                         (rules.size() >= 2 && (rules[0] == '\0') != (rules[1] == '\0'));
-    const auto zeros = begins ? std::count(rules.begin(), rules.end(), '\0') : 0;
-    return begins && static_cast<size_t>(zeros) >= rules.size() / 4;
+    return begins &&
+           static_cast<size_t>(std::count(rules.begin(), rules.end(), '\0')) >= rules.size() / 4;
 }
 
 class Explainer {
   public:
-    Explainer(std::string_view rules, std::wstring_view program) : rules_(rules) {
-        explanation_.canonical = kelvaro::NormalizePath(program);
-    }
+    Explainer(std::string_view rules, std::wstring_view program)
+        : rules_(rules), canonical_(kelvaro::NormalizePath(program)) {}
 
-    Explanation Run() {
-        const std::wstring& canonical = explanation_.canonical;
-        const auto locking = kelvaro::FindLockingRule(rules_, canonical);
-        explanation_.locked = locking.has_value();
-        FindSimilarRules(canonical, locking ? locking->data() : nullptr);
-        for (const auto& [rank, found] : found_) {
-            explanation_.similar.push_back(Examine(found.piece, found.line, rank == Rank::locks));
-        }
+    Json Run() {
+        const auto locking = kelvaro::FindLockingRule(rules_, canonical_);
+        FindSimilarRules(locking ? locking->data() : nullptr);
         const bool decided = !found_.empty() && found_.begin()->first <= Rank::switchedOff;
-        explanation_.line = decided ? found_.begin()->second.line : 0;
-        explanation_.verdict = explanation_.locked ? "is locked by the rule on line " +
-                                                         std::to_string(explanation_.line)
-                                                   : "is not locked: " + ExplainUnlocked();
-        return std::move(explanation_);
+        const size_t line = decided ? found_.begin()->second.line : 0;
+        Json json = {{"locked", locking.has_value()}};
+        json["verdict"] = locking ? "is locked by the rule on line " + std::to_string(line)
+                                  : "is not locked: " + ExplainUnlocked(line);
+        if (decided) {
+            json["line"] = line;
+        }
+        json["similar"] = Json::array();
+        for (const auto& [rank, found] : found_) {
+            json["similar"].push_back(Examine(found.piece, found.line, rank == Rank::locks));
+        }
+        json["not_shown"] = notShown_;
+        json["compared"] = Utf8FromWide(canonical_);
+        json["rules"] = count_;
+        return json;
     }
 
   private:
@@ -85,85 +92,85 @@ class Explainer {
     };
 
     // `locking` is the start of the rule that locks the program, or null.
-    void FindSimilarRules(const std::wstring& canonical, const char* locking) {
-        const NameSearch name(canonical);
+    void FindSimilarRules(const char* locking) {
+        constexpr size_t kMost = 10;
+        const NameSearch name(canonical_);
         kelvaro::RulePieces pieces(rules_);
         while (const auto piece = pieces.Next()) {
             const std::string_view text = piece->text;
-            if (piece->IsFlatObject() && (kelvaro::FindStringField(text, "type") ||
-                                          kelvaro::FindStringField(text, "target"))) {
-                ++explanation_.rules;
-            }
+            const bool hasFields =
+                kelvaro::FindStringField(text, "type") || kelvaro::FindStringField(text, "target");
+            count_ += piece->IsFlatObject() && hasFields ? 1 : 0;
             const bool locks = piece->IsFlatObject() && text.data() == locking;
             if (locks || name.IsIn(text)) {
-                const Rank rank = locks ? Rank::locks : RankOf(*piece, canonical);
+                const Rank rank = locks ? Rank::locks : RankOf(*piece, canonical_);
                 found_.insert({rank, {*piece, LineOf(text)}});
             }
-            if (found_.size() > kMostRules) {
+            if (found_.size() > kMost) {
                 found_.erase(std::prev(found_.end()));
-                ++explanation_.notShown;
+                ++notShown_;
             }
         }
-    }
-
-    // Returns the line on which `text` begins. Every call must be for a later text.
-    size_t LineOf(std::string_view text) {
-        const size_t begin =
-            Offset(text) + std::min(text.find_first_not_of(", \t\r\n"), text.size());
-        line_ +=
-            static_cast<size_t>(std::count(rules_.begin() + static_cast<ptrdiff_t>(counted_),
-                                           rules_.begin() + static_cast<ptrdiff_t>(begin), '\n'));
-        counted_ = begin;
-        return line_;
     }
 
     size_t Offset(std::string_view text) const {
         return static_cast<size_t>(text.data() - rules_.data());
     }
 
-    SimilarRule Examine(const RulePiece& piece, size_t line, bool locks) const {
-        SimilarRule rule;
-        rule.line = line;
-        rule.ignored = ExplainIgnored(piece, line);
-        rule.locks = locks;
-        if (kelvaro::FindStringField(piece.text, "type")) {
-            rule.type = kelvaro::WideFromBytes(CP_UTF8, 0,
-                                               kelvaro::ExtractStringField(piece.text, "type", {}));
+    // Returns the line on which `text` begins. Every call must be for a later text.
+    size_t LineOf(std::string_view text) {
+        const size_t begin =
+            Offset(text) + std::min(text.find_first_not_of(", \t\r\n"), text.size());
+        const std::string_view passed = rules_.substr(counted_, begin - counted_);
+        line_ += static_cast<size_t>(std::count(passed.begin(), passed.end(), '\n'));
+        counted_ = begin;
+        return line_;
+    }
+
+    Json Examine(const RulePiece& piece, size_t line, bool locks) const {
+        Json rule = {{"line", line}, {"locks", locks}};
+        const std::string_view text = piece.text;
+        if (!piece.IsFlatObject()) {
+            rule["ignored"] = ExplainIgnored(piece, line);
+            return rule;
         }
-        rule.enabled = kelvaro::ExtractBoolField(piece.text, "enabled", true);
-        rule.enabledByDefault = !kelvaro::FindBoolField(piece.text, "enabled");
-        if (kelvaro::FindStringField(piece.text, "target")) {
-            rule.target = kelvaro::CanonicalTarget(piece.text);
+        rule["type"] = nullptr;
+        if (kelvaro::FindStringField(text, "type")) {
+            rule["type"] = ValidUtf8(kelvaro::ExtractStringField(text, "type", {}));
         }
-        rule.keys = ReadKeys(piece.text);
+        const auto enabled = kelvaro::FindBoolField(text, "enabled");
+        rule["enabled"] = enabled ? Json(*enabled == "true") : nullptr;
+        rule["target"] = nullptr;
+        if (kelvaro::FindStringField(text, "target")) {
+            rule["target"] = Utf8FromWide(kelvaro::CanonicalTarget(text));
+        }
+        rule["keys"] = ReadKeys(text);
         return rule;
     }
 
-    // Returns why `piece` is not a flat object. Empty if it is one.
+    // Returns why `piece`, which begins on `line`, is not a flat object.
     std::string ExplainIgnored(const RulePiece& piece, size_t line) const {
-        if (piece.IsFlatObject()) {
-            return {};
-        }
-        const size_t end = Offset(piece.text) + piece.text.size();
+        const std::string_view text = piece.text;
         if (!piece.opened) {
-            return Offset(piece.text) == 0 ? "there is no { before it"
-                                           : "there is a } before it and no { after that; a rule "
-                                             "contains no braces";
+            return Offset(text) == 0 ? "there is no { before it"
+                                     : "there is a } before it and no { after that; a rule "
+                                       "contains no braces";
         }
-        if (end == rules_.size()) {
+        if (Offset(text) + text.size() == rules_.size()) {
             return "the file ends before its }";
         }
-        const auto lines = std::count(piece.text.begin(), piece.text.end(), '\n');
-        return "the { on line " + std::to_string(line + static_cast<size_t>(lines)) +
+        line += static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+        return "the { on line " + std::to_string(line) +
                " comes before its }; a rule contains no braces";
     }
 
-    std::string ExplainUnlocked() const {
-        if (explanation_.canonical.find_first_of(L"{}") != std::wstring::npos) {
+    // `line` is that of a rule for the program that is switched off, or 0.
+    std::string ExplainUnlocked(size_t line) const {
+        if (canonical_.find_first_of(L"{}") != std::wstring::npos) {
             return "its path contains a brace, and a rule contains no braces";
         }
-        if (explanation_.line != 0) {
-            return "the rule on line " + std::to_string(explanation_.line) +
+        if (line != 0) {
+            return "the rule on line " + std::to_string(line) +
                    " is switched off (\"enabled\": false)";
         }
         if (rules_.empty()) {
@@ -172,26 +179,25 @@ class Explainer {
         if (IsUtf16(rules_)) {
             return "the rule file is in UTF-16: save it as UTF-8";
         }
-        switch (explanation_.rules) {
-            case 0:
-                return "the rule file contains no rules";
-            case 1:
-                return "the only rule is not for it";
-            default:
-                return "none of the " + std::to_string(explanation_.rules) + " rules is for it";
+        if (count_ == 0) {
+            return "the rule file contains no rules";
         }
+        return count_ == 1 ? "the only rule is not for it"
+                           : "none of the " + std::to_string(count_) + " rules is for it";
     }
 
     std::string_view rules_;
-    std::multimap<Rank, Found> found_;
+    std::wstring canonical_;
+    std::multimap<Rank, Found> found_;  // at most ten
+    size_t notShown_ = 0;
+    size_t count_ = 0;    // flat objects with a type or a target
     size_t counted_ = 0;  // how far the lines are counted
     size_t line_ = 1;
-    Explanation explanation_;
 };
 
 }  // namespace
 
-Explanation ExplainLock(std::string_view rules, std::wstring_view program) {
+Json ExplainLock(std::string_view rules, std::wstring_view program) {
     return Explainer(rules, program).Run();
 }
 

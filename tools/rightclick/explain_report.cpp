@@ -4,20 +4,19 @@
 
 #include <algorithm>
 #include <ctime>
-#include <nlohmann/json.hpp>
 
 #include "common/code_page.h"
 #include "common/file.h"
 #include "common/owners.h"
-#include "common/result.h"
-#include "rightclick/reason.h"
+#include "rightclick/explain.h"
 #include "rightclick/result_text.h"
+#include "rightclick/target.h"
 #include "rules/lock_lookup.h"
 
 namespace rightclick {
 namespace {
 
-using kelvaro::FileKind;
+using Json = nlohmann::ordered_json;
 using kelvaro::Utf8FromWide;
 
 std::string LocalTime(const FILETIME& fileTime) {
@@ -35,16 +34,18 @@ std::string LocalTime(const FILETIME& fileTime) {
     return text;
 }
 
-// Adds what is known about the rule file itself. Returns why it cannot be read; empty if it can.
-std::string ExamineRuleFile(ExplainReport& report) {
+// Returns why the rule file cannot be read. Empty if it can. Stores what is known about the file in
+// `json`.
+std::string ExamineRuleFile(Json& json) {
+    json = {{"path", Utf8FromWide(kelvaro::kRuleFilePath)}, {"exists", nullptr}};
     WIN32_FILE_ATTRIBUTE_DATA data = {};
     if (GetFileAttributesExW(kelvaro::kRuleFilePath, GetFileExInfoStandard, &data)) {
-        report.ruleFile = Presence::present;
+        json["exists"] = true;
         if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
             return "the rule file cannot be read: it is a folder";
         }
-        report.ruleFileSize = (uint64_t{data.nFileSizeHigh} << 32) | uint64_t{data.nFileSizeLow};
-        report.ruleFileTime = LocalTime(data.ftLastWriteTime);
+        json["size"] = (uint64_t{data.nFileSizeHigh} << 32) | uint64_t{data.nFileSizeLow};
+        json["changed"] = LocalTime(data.ftLastWriteTime);
     }
     const kelvaro::ScopedHandle file(
         CreateFileW(kelvaro::kRuleFilePath, GENERIC_READ,
@@ -55,17 +56,10 @@ std::string ExamineRuleFile(ExplainReport& report) {
         return {};
     }
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
-        report.ruleFile = Presence::missing;
+        json["exists"] = false;
         return "the rule file does not exist";
     }
     return "the rule file cannot be read: " + DescribeError(error);
-}
-
-// Returns the index of the first unit in which the texts differ, npos if they are equal.
-size_t FirstDifference(std::wstring_view left, std::wstring_view right) noexcept {
-    const auto [at, other] = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
-    return at == left.end() && other == right.end() ? std::wstring_view::npos
-                                                    : static_cast<size_t>(at - left.begin());
 }
 
 // Returns `text` with at least `width` characters and a blank.
@@ -74,8 +68,8 @@ std::string Padded(std::string text, size_t width) {
     return text;
 }
 
-std::string Line(const std::string& label, const std::string& text) {
-    return "  " + Padded(label, 11) + text + "\n";
+std::string Line(const std::string& label, const Json& text) {
+    return "  " + Padded(label, 11) + Printable(text.get<std::string>()) + "\n";
 }
 
 // Returns the part of a long text around the index `at`, for people.
@@ -87,18 +81,28 @@ std::string Excerpt(std::wstring_view text, size_t at) {
     return (begin > 0 ? "..." : "") + Printable(text.substr(begin, kLongest)) + (cut ? "..." : "");
 }
 
+std::wstring Wide(const Json& text) {
+    return kelvaro::WideFromBytes(CP_UTF8, 0, text.get<std::string>());
+}
+
 // Formats the lines about one rule: what is read from it, and what is wanted where that differs.
 class RuleText {
   public:
-    RuleText(const SimilarRule& rule, std::wstring_view canonicalPath)
-        : rule_(rule), label_("line " + std::to_string(rule.line)) {
-        if (!rule.ignored.empty()) {
-            Add("ignored", rule.ignored);
+    RuleText(const Json& rule, const Json& canonicalPath)
+        : keys_(rule.value("keys", Json::array())), label_("line " + rule["line"].dump()) {
+        if (rule.contains("ignored")) {
+            Add("ignored", rule["ignored"]);
             return;
         }
-        AddString("type", rule.type, L"exe");
-        AddEnabled();
-        AddString("target", rule.target, canonicalPath);
+        AddString("type", rule["type"], L"exe");
+        const bool byDefault = rule["enabled"].is_null();
+        const size_t count = Count("enabled");
+        AddValue("enabled", rule["enabled"] == false ? L"false" : L"true", L"true",
+                 byDefault
+                     ? count > 0 ? "  (its value is neither true nor false)" : "  (no \"enabled\")"
+                 : count > 1 ? "  (only the first true or false is used)"
+                             : "");
+        AddString("target", rule["target"], Wide(canonicalPath));
     }
 
     const std::string& Text() const { return text_; }
@@ -109,191 +113,131 @@ class RuleText {
         label_.clear();
     }
 
-    // Adds a value and, if it is not what is wanted, that value with a mark below the first
-    // difference.
     void AddValue(const char* name, std::wstring_view value, std::wstring_view wanted,
                   const std::string& remark) {
-        const size_t at = FirstDifference(value, wanted);
-        if (at == std::wstring_view::npos) {
-            Add(name, Excerpt(value, 0) + remark);
-            return;
+        const auto [differs, other] =
+            std::mismatch(value.begin(), value.end(), wanted.begin(), wanted.end());
+        const auto at = static_cast<size_t>(differs - value.begin());
+        const bool equal = differs == value.end() && other == wanted.end();
+        Add(name, (value.empty() ? "(empty)" : Excerpt(value, equal ? 0 : at)) + remark);
+        if (!equal) {
+            Add("wanted", Excerpt(wanted, at));
+            // The bar keeps a blank before it from being shown as one at the end.
+            const std::wstring before = std::wstring(value.substr(0, at)) + L'|';
+            Add("", std::string(Columns(Excerpt(before, at)) - 1, ' ') + '^');
         }
-        Add(name, (value.empty() ? "(empty)" : Excerpt(value, at)) + remark);
-        Add("wanted", Excerpt(wanted, at));
-        // The bar keeps a blank before it from being shown as one at the end.
-        const std::wstring before = std::wstring(value.substr(0, at)) + L'|';
-        Add("", std::string(Columns(Excerpt(before, at)) - 1, ' ') + '^');
     }
 
-    void AddString(const char* name, const std::optional<std::wstring>& value,
-                   std::wstring_view wanted) {
+    void AddString(const char* name, const Json& value, std::wstring_view wanted) {
         const std::string key = std::string("\"") + name + "\"";
-        const auto count = std::count(rule_.keys.begin(), rule_.keys.end(),
-                                      kelvaro::WideFromBytes(CP_UTF8, 0, name));
-        if (value) {
-            AddValue(name, *value, wanted,
-                     count > 1 ? "  (only the first " + key + " is used)" : "");
+        if (value.is_string()) {
+            AddValue(name, Wide(value), wanted,
+                     Count(name) > 1 ? "  (only the first " + key + " is used)" : "");
             return;
         }
-        Add(name,
-            count > 0 ? "(no value in double quotes)" : "no " + key + "; it has " + ListKeys());
+        Add(name, Count(name) > 0 ? "(no value in double quotes)"
+                                  : "no " + key + "; it has " + ListKeys());
         Add("wanted", Excerpt(wanted, 0));
     }
 
-    void AddEnabled() {
-        const auto count = std::count(rule_.keys.begin(), rule_.keys.end(), L"enabled");
-        const char* remark = count > 1 ? "  (only the first true or false is used)" : "";
-        if (rule_.enabledByDefault) {
-            remark = count > 0 ? "  (its value is neither true nor false)" : "  (no \"enabled\")";
-        }
-        AddValue("enabled", rule_.enabled ? L"true" : L"false", L"true", remark);
+    size_t Count(const char* key) const {
+        return static_cast<size_t>(std::count(keys_.begin(), keys_.end(), key));
     }
 
     std::string ListKeys() const {
         std::string list;
-        for (const std::wstring& key : rule_.keys) {
-            list += (list.empty() ? "\"" : ", \"") + Excerpt(key, 0) + "\"";
+        for (const Json& key : keys_) {
+            list += (list.empty() ? "\"" : ", \"") + Excerpt(Wide(key), 0) + "\"";
         }
         return list.empty() ? "no key in double quotes" : list;
     }
 
-    const SimilarRule& rule_;
+    Json keys_;
     std::string label_;
     std::string text_;
 };
 
-std::string DescribeRuleFile(const ExplainReport& report) {
-    const std::string path = Utf8FromWide(kelvaro::kRuleFilePath);
-    if (report.ruleFile == Presence::missing) {
-        return path + ", does not exist";
+// Adds what the user should know about the selected file and its program.
+void AddNotes(Json& notes, const std::wstring& file, const std::wstring& program) {
+    for (const std::string& note : NotesOnFiles({file})) {
+        notes.push_back(note);
     }
-    return report.ruleFileTime.empty() ? path
-                                       : path + ", " + std::to_string(report.ruleFileSize) +
-                                             " bytes, changed " + report.ruleFileTime;
-}
-
-nlohmann::ordered_json TextOrNull(const std::optional<std::wstring>& text) {
-    return text ? nlohmann::ordered_json(Utf8FromWide(*text)) : nullptr;
-}
-
-nlohmann::ordered_json AsJson(const SimilarRule& rule, std::wstring_view canonicalPath) {
-    nlohmann::ordered_json json = {{"line", rule.line}, {"locks", rule.locks}};
-    if (!rule.ignored.empty()) {
-        json["ignored"] = rule.ignored;
-        return json;
+    if (const std::string rejected = ExplainSelection({file}); !rejected.empty()) {
+        notes.push_back("there is no item: " + rejected);
     }
-    json["type"] = TextOrNull(rule.type);
-    json["enabled"] = rule.enabled;
-    json["target"] = TextOrNull(rule.target);
-    const size_t at = FirstDifference(rule.target.value_or(L""), canonicalPath);
-    if (rule.target && at != std::wstring_view::npos) {
-        json["difference"] = at;
+    const std::string absence = ExplainAbsence(program);
+    if (StoresVariable(program)) {
+        notes.push_back("environment variables in the path are not expanded");
+    } else if (program != file && !absence.empty()) {
+        notes.push_back(FileName(program) + " " + absence);
     }
-    json["keys"] = nlohmann::json::array();
-    for (const std::wstring& key : rule.keys) {
-        json["keys"].push_back(Utf8FromWide(key));
-    }
-    return json;
 }
 
 }  // namespace
 
-ExplainReport ExplainFile(const std::wstring& file) {
-    ExplainReport report;
-    report.file = file;
-    report.target = ReadTarget(file);
-    const std::string problem = ExamineRuleFile(report);
-    const std::wstring& program = report.target.program;
-    if (program.empty()) {
-        report.explanation.verdict =
-            "leads to no program: " + ExplainNoProgram(file, report.target);
-        return report;
+Json ExplainFile(const std::wstring& file) {
+    const Target target = ReadTarget(file);
+    Json ruleFile;
+    const std::string problem = ExamineRuleFile(ruleFile);
+    Json json = {{"file", Utf8FromWide(file)}, {"target", nullptr}, {"locked", nullptr}};
+    if (target.kind == kelvaro::FileKind::shortcut) {
+        json["stored_target"] = Utf8FromWide(target.stored);
     }
+    json["notes"] = Json::array();
+    json["rule_file"] = ruleFile;
+    if (target.program.empty()) {
+        json["verdict"] = "leads to no program: " + ExplainNoProgram(file, target);
+        return json;
+    }
+    json["target"] = Utf8FromWide(target.program);
+    AddNotes(json["notes"], file, target.program);
+    kelvaro::FileBytes rules;
     if (problem.empty()) {
-        const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
-        report.explanation = ExplainLock(rules.View(), program);
-    } else {
-        report.explanation = ExplainLock({}, program);
-        report.explanation.verdict = "is not locked: " + problem;
+        rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
     }
-    report.notes = NotesOnFiles({file});
-    if (const std::string rejected = ExplainSelection({file}); !rejected.empty()) {
-        report.notes.push_back("there is no item: " + rejected);
+    json.update(ExplainLock(rules.View(), target.program));
+    if (!problem.empty()) {
+        json["verdict"] = "is not locked: " + problem;
     }
-    if (StoresVariable(program)) {
-        report.notes.emplace_back("environment variables in the path are not expanded");
-    } else if (const std::string missing = ExplainAbsence(program);
-               !missing.empty() && program != file) {
-        report.notes.push_back(FileName(program) + " " + missing);
-    }
-    return report;
+    return json;
 }
 
-int ExitStatus(const ExplainReport& report) noexcept {
+int ExitStatus(const Json& explanation) {
     constexpr int kNoProgram = 2;
-    if (report.target.program.empty()) {
-        return kNoProgram;
-    }
-    return report.explanation.locked ? 0 : 1;
+    const Json& locked = explanation["locked"];
+    return locked.is_null() ? kNoProgram : locked == true ? 0 : 1;
 }
 
-std::string ReportAsText(const ExplainReport& report) {
-    const Explanation& explanation = report.explanation;
-    const std::wstring& program = report.target.program;
-    std::string text = Printable(program.empty() ? report.file : program) + " " +
-                       Printable(explanation.verdict) + "\n";
-    for (const SimilarRule& rule : explanation.similar) {
-        text += RuleText(rule, explanation.canonical).Text();
+std::string ReportAsText(const Json& explanation) {
+    const Json& path = explanation[explanation["target"].is_null() ? "file" : "target"];
+    std::string text =
+        Printable(path.get<std::string>() + " " + explanation["verdict"].get<std::string>()) + "\n";
+    for (const Json& rule : explanation.value("similar", Json::array())) {
+        text += RuleText(rule, explanation["compared"]).Text();
     }
-    if (explanation.notShown > 0) {
-        text +=
-            Line("not shown", std::to_string(explanation.notShown) + " more with this file name");
+    if (const size_t notShown = explanation.value("not_shown", size_t{0}); notShown > 0) {
+        text += Line("not shown", std::to_string(notShown) + " more with this file name");
     }
-    for (const std::string& note : report.notes) {
-        text += Line("note", Printable(note));
+    for (const Json& note : explanation["notes"]) {
+        text += Line("note", note);
     }
-    if (report.target.kind == FileKind::shortcut) {
-        const std::wstring& stored = report.target.stored;
-        text += Line("shortcut", Printable(report.file));
-        text += Line("target", stored.empty() ? "none" : Printable(stored));
+    if (explanation.contains("stored_target")) {
+        const std::string stored = explanation["stored_target"];
+        text += Line("shortcut", explanation["file"]);
+        text += Line("target", stored.empty() ? "none" : stored);
     }
-    if (!explanation.canonical.empty()) {
-        text += Line("compared as", Printable(explanation.canonical));
+    if (explanation.contains("compared")) {
+        text += Line("compared as", explanation["compared"]);
     }
-    return text + Line("rule file", DescribeRuleFile(report));
-}
-
-std::string ReportAsJson(const ExplainReport& report) {
-    const Explanation& explanation = report.explanation;
-    const std::wstring& program = report.target.program;
-    nlohmann::ordered_json json = {{"file", Utf8FromWide(report.file)}, {"target", nullptr}};
-    json["locked"] = nullptr;
-    if (!program.empty()) {
-        json["target"] = Utf8FromWide(program);
-        json["locked"] = explanation.locked;
+    const Json& file = explanation["rule_file"];
+    std::string ruleFile = file["path"];
+    if (file.contains("size")) {
+        ruleFile +=
+            ", " + file["size"].dump() + " bytes, changed " + file["changed"].get<std::string>();
+    } else if (file["exists"] == false) {
+        ruleFile += ", does not exist";
     }
-    json["verdict"] = explanation.verdict;
-    if (explanation.line != 0) {
-        json["line"] = explanation.line;
-    }
-    json["similar"] = nlohmann::json::array();
-    for (const SimilarRule& rule : explanation.similar) {
-        json["similar"].push_back(AsJson(rule, explanation.canonical));
-    }
-    json["not_shown"] = explanation.notShown;
-    json["notes"] = report.notes;
-    json["compared"] = Utf8FromWide(explanation.canonical);
-    nlohmann::ordered_json& ruleFile = json["rule_file"];
-    ruleFile = {{"path", Utf8FromWide(kelvaro::kRuleFilePath)}, {"exists", nullptr}};
-    if (report.ruleFile != Presence::unknown) {
-        ruleFile["exists"] = report.ruleFile == Presence::present;
-    }
-    if (!report.ruleFileTime.empty()) {
-        ruleFile["size"] = report.ruleFileSize;
-        ruleFile["changed"] = report.ruleFileTime;
-        ruleFile["rules"] = explanation.rules;
-    }
-    return json.dump() + "\n";
+    return text + Line("rule file", ruleFile);
 }
 
 }  // namespace rightclick

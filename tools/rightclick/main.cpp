@@ -12,7 +12,6 @@
 #include "rightclick/log_lines.h"
 #include "rightclick/menu_screen.h"
 #include "rightclick/options.h"
-#include "rightclick/reason.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
 #include "rightclick/right_click.h"
@@ -106,9 +105,9 @@ int ReportRightClick(const Options& options, bool colour) {
 }
 
 int Explain(const Options& options) {
-    const ExplainReport report = ExplainFile(options.files.front());
-    console::Print(stdout, options.json ? ReportAsJson(report) : ReportAsText(report));
-    return ExitStatus(report);
+    const auto explanation = ExplainFile(options.files.front());
+    console::Print(stdout, options.json ? explanation.dump() + "\n" : ReportAsText(explanation));
+    return ExitStatus(explanation);
 }
 
 int Run(const Options& options, bool colour) {

@@ -20,6 +20,9 @@ struct Surroundings {
     std::vector<std::string> logLines;  // added during the right-click, in UTF-8
 };
 
+// Returns why `outcome` has no item: in the user's terms, then the result of the call in brackets.
+std::string ExplainNoItem(const Options& options, const Outcome& outcome);
+
 // Returns the outcome as lines of text.
 std::string ReportAsText(const Options& options, const Outcome& outcome,
                          const Surroundings& surroundings);

@@ -18,6 +18,22 @@ Target ReadTarget(const std::wstring& file) {
     return target;
 }
 
+std::string ExplainSelection(const std::vector<std::wstring>& files) {
+    if (files.size() != 1) {
+        return std::to_string(files.size()) +
+               " files are selected; the extension takes exactly one";
+    }
+    const std::wstring& file = files.front();
+    if (kelvaro::KindOfFile(file) == kelvaro::FileKind::other) {
+        return ExplainNoProgram(file, {});
+    }
+    if (file.size() >= MAX_PATH) {
+        return "the path has " + std::to_string(file.size()) +
+               " characters; the extension reads at most " + std::to_string(MAX_PATH - 1);
+    }
+    return {};
+}
+
 std::string ExplainNoProgram(const std::wstring& file, const Target& target) {
     if (!target.program.empty()) {
         return {};

@@ -17,6 +17,10 @@ struct Target {
 // Returns the target of `file`. The calling thread must have initialised COM.
 Target ReadTarget(const std::wstring& file);
 
+// Returns why the extension rejects the selection `files`, in the user's terms. Empty if it accepts
+// it or for a reason that the files do not show.
+std::string ExplainSelection(const std::vector<std::wstring>& files);
+
 // Returns why `target`, the target of `file`, has no program. Empty if it has one.
 std::string ExplainNoProgram(const std::wstring& file, const Target& target);
 
