@@ -139,6 +139,18 @@ TEST(Explain, FindsTheFileNameInAnyCaseAndEscaping) {
     }
 }
 
+// None of these may take quadratic time.
+TEST(Explain, ReadsAdversarialFiles) {
+    for (const std::string_view part :
+         {"\\ ", "\":\xE2\x80\x8B", "\\\xC3\xA4", "{\"t\":", "\"type\":\""}) {
+        std::string rules;
+        while (rules.size() < 2'000'000) {
+            rules += part;
+        }
+        EXPECT_EQ(ExplainLock(rules, kProgram)["similar"].size(), 0U) << part;
+    }
+}
+
 TEST(Explain, ShowsTheMostSimilarRulesFirst) {
     std::string rules;
     for (int count = 0; count < 20; ++count) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
 
 #include "common/code_page.h"
@@ -23,18 +24,8 @@ constexpr auto kBeforeName = [] {
     return table;
 }();
 
-bool IsAscii(wchar_t unit) noexcept {
-    return unit < 0x80;
-}
-
-bool IsAsciiByte(char byte) noexcept {
-    return static_cast<unsigned char>(byte) < 0x80;
-}
-
-bool IsLetterOrDigit(char byte) noexcept {
-    return (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
-           (byte >= 'a' && byte <= 'z');
-}
+// Accepts a byte or a UTF-16 unit.
+constexpr auto IsAscii = [](auto unit) { return static_cast<unsigned>(unit) < 0x80; };
 
 // Returns `text` without blanks, unseen characters and differences of letter case. Keeps nulls, so
 // that no text in UTF-16 is taken for one in UTF-8.
@@ -47,19 +38,19 @@ std::wstring Fold(std::wstring_view text) {
 }
 
 // Removes one ASCII character or one escape from the start of `text` and returns it.
-wchar_t TakeUnit(std::string_view& text) {
+std::wstring TakeUnit(std::string_view& text) {
     constexpr size_t kEscape = 6;  // \u006F
     unsigned unit = 0;
     if (text.size() >= kEscape && text.starts_with("\\u") &&
         std::from_chars(text.data() + 2, text.data() + kEscape, unit, 16).ptr ==
             text.data() + kEscape) {
         text.remove_prefix(kEscape);
-        return static_cast<wchar_t>(unit);
+        return {static_cast<wchar_t>(unit)};
     }
     text.remove_prefix(text.size() > 1 && text[0] == '\\' ? 1 : 0);
     const auto byte = static_cast<unsigned char>(text[0]);
     text.remove_prefix(1);
-    return static_cast<wchar_t>(byte);
+    return {static_cast<wchar_t>(byte)};
 }
 
 }  // namespace
@@ -69,26 +60,30 @@ NameSearch::NameSearch(std::wstring_view canonicalPath)
 
 bool NameSearch::IsAtStartOf(std::string_view text) const {
     constexpr size_t kLongestRun = 4096;  // much longer than a file name
+    constexpr int kMostSkipped = 16;      // so that each search ends soon
+    int skipped = 0;
     std::wstring_view wanted = name_;
     while (!wanted.empty()) {
-        if (text.empty()) {
+        if (text.empty() || skipped > kMostSkipped) {
             return false;
         }
-        const auto run = static_cast<size_t>(
-            std::find_if(text.begin(), text.begin() + std::min(text.size(), kLongestRun),
-                         IsAsciiByte) -
-            text.begin());
         const char byte = text[0];
-        const bool letter = byte > ' ' && byte < 0x7F && byte != '\\';
-        if (letter && IsAscii(wanted[0]) &&
+        const bool graphic = byte > ' ' && byte < 0x7F && byte != '\\';
+        if (graphic && IsAscii(wanted[0]) &&
             kelvaro::LooseFold(byte) != kelvaro::LooseFold(static_cast<char>(wanted[0]))) {
             return false;  // the usual case, decided quickly
         }
-        const wchar_t unit = run == 0 ? TakeUnit(text) : L'\0';
-        const std::wstring read =
-            Fold(run == 0 ? std::wstring(1, unit)
-                          : kelvaro::WideFromBytes(CP_UTF8, 0, text.substr(0, run)));
-        text.remove_prefix(run);
+        std::wstring read;
+        if (IsAscii(byte)) {
+            read = Fold(TakeUnit(text));
+        } else {
+            const std::string_view window = text.substr(0, kLongestRun);
+            const auto end = std::find_if(window.begin(), window.end(), IsAscii);
+            const auto run = static_cast<size_t>(end - window.begin());
+            read = Fold(kelvaro::WideFromBytes(CP_UTF8, 0, text.substr(0, run)));
+            text.remove_prefix(run);
+        }
+        skipped += read.empty() ? 1 : 0;
         if (read.find(kMalformed) != std::wstring::npos) {
             const auto ascii = std::find_if(wanted.begin(), wanted.end(), IsAscii);
             wanted.remove_prefix(static_cast<size_t>(ascii - wanted.begin()));
@@ -98,7 +93,7 @@ bool NameSearch::IsAtStartOf(std::string_view text) const {
             return false;
         }
     }
-    return text.empty() || !IsLetterOrDigit(text[0]);
+    return text.empty() || std::isalnum(static_cast<unsigned char>(text[0])) == 0;
 }
 
 bool NameSearch::IsIn(std::string_view text) const {
