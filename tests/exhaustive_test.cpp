@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "console/console.h"
+#include "common/code_page.h"
 #include "i18n/language_file.h"
 #include "oracle/rule_oracle.h"
 #include "oracle/text_oracle.h"
@@ -84,7 +84,7 @@ size_t CompareRules(const std::string& rules, std::vector<size_t>& locked) {
         const bool locks = std::count(expected.begin(), expected.end(), kPaths[at]) != 0;
         locked[at] += locks ? 1 : 0;
         if (AnyRuleLocks(rules, kPaths[at]) != locks) {
-            ADD_FAILURE() << rules << " and " << console::Utf8(kPaths[at]);
+            ADD_FAILURE() << rules << " and " << Utf8FromWide(kPaths[at]);
         }
     }
     return expected.size();
@@ -125,7 +125,7 @@ TEST(Exhaustive, LanguageFilesAgreeWithALineByLineParser) {
         const auto expected = oracle::FindIniValue(text, L"s", L"k");
         found += expected ? 1 : 0;
         if (value.has_value() != expected.has_value() || (expected && *value != *expected)) {
-            ADD_FAILURE() << console::Utf8(text);
+            ADD_FAILURE() << Utf8FromWide(text);
         }
     });
     std::printf("%zu language files, the entry is in %zu\n", files, found);
@@ -137,7 +137,7 @@ TEST(Exhaustive, NormalizedPathsAgreeWithAStepByStepImplementation) {
                                   L"Z",  L"z", L":",  L".", L"[",  L"@",  L"\u00C4"};
     const size_t paths = ForEachConcatenation(units, kUnits, [](const std::wstring& path) {
         if (NormalizePath(path) != oracle::NormalizePath(path)) {
-            ADD_FAILURE() << console::Utf8(path);
+            ADD_FAILURE() << Utf8FromWide(path);
         }
     });
     std::printf("%zu paths\n", paths);
