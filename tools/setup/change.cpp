@@ -100,6 +100,10 @@ void Undo(const Journal& journal, const Change& change) {
             if (IsFile(change.Path(name))) {
                 Rename(change.Path(name), change.NewPath(name));
             }
+            const std::wstring folder(kelvaro::ParentPath(change.Path(name)));
+            if (!Exists(folder)) {
+                MakeDirectory(folder);
+            }
             Rename(change.OldPath(name), change.Path(name));
         }
     }
@@ -134,6 +138,10 @@ Change Plan(const std::wstring& directory) {
     return change;
 }
 
+std::wstring BaseName(const std::wstring& name) {
+    return name.substr(name.find(L'\\') + 1);
+}
+
 // Returns the number in a name such as "NAME.1.old". 0 if `name` has not this form.
 unsigned long NumberOf(const std::wstring& file, const std::wstring& name,
                        std::wstring_view suffix) {
@@ -160,11 +168,11 @@ std::wstring Change::Path(const std::wstring& name) const {
 }
 
 std::wstring Change::NewPath(const std::wstring& name) const {
-    return Path(name) + L'.' + number + L".new";
+    return Path(BaseName(name)) + L'.' + number + L".new";
 }
 
 std::wstring Change::OldPath(const std::wstring& name) const {
-    return Path(name) + L'.' + number + L".old";
+    return Path(BaseName(name)) + L'.' + number + L".old";
 }
 
 void MakeChange(const std::wstring& directory, const std::function<void(const Change&)>& steps) {
@@ -224,16 +232,14 @@ void RestoreRenamedLibrary(const std::wstring& directory) {
 std::vector<std::wstring> DeleteOldFiles(const std::wstring& directory) {
     std::vector<std::wstring> held;
     for (const std::wstring& name : FileNames()) {
-        const std::wstring path = kelvaro::JoinPath(directory, name);
-        const std::wstring folder(kelvaro::ParentPath(path));
-        const std::wstring base = name.substr(name.find(L'\\') + 1);
-        for (const std::wstring& file : FilesStartingWith(folder, base)) {
+        const std::wstring base = BaseName(name);
+        for (const std::wstring& file : FilesStartingWith(directory, base)) {
             const bool isOld = NumberOf(file, base, L".old") > 0 ||
                                NumberOf(file, base, L".new") > 0 ||
                                // Scripts before version 1.2 named it so.
                                file == kLibraryName + std::wstring(L".new");
-            if (isOld && !Delete(kelvaro::JoinPath(folder, file))) {
-                held.push_back(kelvaro::JoinPath(folder, file));
+            if (isOld && !Delete(kelvaro::JoinPath(directory, file))) {
+                held.push_back(kelvaro::JoinPath(directory, file));
             }
         }
     }

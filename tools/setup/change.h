@@ -9,8 +9,9 @@
 // directory, which files and directories exist, and the registration. The change is final when that
 // entry is deleted. Until then a failure, or the next run, undoes it.
 //
-// A new file first gets the name "NAME.1.new" (or the next free number), an existing one that it
-// replaces "NAME.1.old". Later runs delete every file with such a name that no program holds.
+// A new file is first named "NAME.1.new" (or the next free number), one that it replaces
+// "NAME.1.old", both in the directory itself. Later runs delete every file with such a name that no
+// program holds.
 namespace setup {
 
 inline constexpr wchar_t kLibraryName[] = L"KelvaroShellExt.dll";

@@ -97,11 +97,12 @@ std::string Remove(const std::wstring& directory, bool removesFiles) {
     }
     MakeChange(directory, [&](const Change& change) {
         std::for_each(roots.begin(), roots.end(), RemoveRegistration);
-        for (const std::wstring& name : change.present) {
-            if (removesFiles) {
+        if (removesFiles && !change.present.empty()) {
+            for (const std::wstring& name : change.present) {
                 Rename(change.Path(name), change.OldPath(name));
-                report = "Removed the extension's files from " + Quoted(directory) + ".\n";
             }
+            DeleteIfEmpty(change.Path(L"Lang"));
+            report = "Removed the extension's files from " + Quoted(directory) + ".\n";
         }
     });
     if (!roots.empty()) {
@@ -137,13 +138,11 @@ std::string RunCommand(const Options& options, const std::wstring& source) {
         report = "Undid the changes of an earlier run that was interrupted.\n";
     }
     RestoreRenamedLibrary(target);
+    DeleteOldFiles(target);
     report += Run(options, target, source);
     for (const std::wstring& file : DeleteOldFiles(target)) {
         report += "A program still uses " + Quoted(file) +
                   ". Run setup again when it has ended to delete the file.\n";
-    }
-    if (options.action == Action::uninstall) {
-        DeleteIfEmpty(JoinPath(target, L"Lang"));
     }
     return report;
 }

@@ -57,8 +57,10 @@ void LoadLibraryApart(const std::wstring& file, bool registers) {
 }
 
 int RunLoader(const std::wstring& file, bool registers) {
-    // The process that waits reports what happens. No box does.
-    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    // The process that waits reports what happens. No box and no debugger does.
+    SetErrorMode(SEM_FAILCRITICALERRORS);
+    SetUnhandledExceptionFilter(
+        [](EXCEPTION_POINTERS*) -> LONG { return EXCEPTION_EXECUTE_HANDLER; });
     const rightclick::Library library(file);
     using Export = HRESULT(STDMETHODCALLTYPE*)();
     for (const char* const name :

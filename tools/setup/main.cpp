@@ -19,11 +19,11 @@ constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
 
-// Waits until no other setup runs, on the whole machine. Throws Failure after ten seconds.
+// Waits until no other setup runs, on the whole machine. Throws Failure after five seconds.
 class OnlySetup {
   public:
     OnlySetup() : mutex_(CreateMutexW(nullptr, FALSE, L"Global\\VorandelKelvaroSetup")) {
-        constexpr DWORD kPatience = 10'000;
+        constexpr DWORD kPatience = 5'000;
         // Another user's mutex cannot be opened.
         const DWORD state = mutex_ ? WaitForSingleObject(mutex_.Get(), kPatience) : WAIT_FAILED;
         if (state != WAIT_OBJECT_0 && state != WAIT_ABANDONED) {
