@@ -97,13 +97,14 @@ std::string Remove(const std::wstring& directory, bool removesFiles) {
     }
     MakeChange(directory, [&](const Change& change) {
         std::for_each(roots.begin(), roots.end(), RemoveRegistration);
-        if (removesFiles && !change.present.empty()) {
-            for (const std::wstring& name : change.present) {
-                Rename(change.Path(name), change.OldPath(name));
-            }
-            DeleteIfEmpty(change.Path(L"Lang"));
+        if (!removesFiles) {
+            return;
+        }
+        for (const std::wstring& name : change.present) {
+            Rename(change.Path(name), change.OldPath(name));
             report = "Removed the extension's files from " + Quoted(directory) + ".\n";
         }
+        DeleteIfEmpty(change.Path(L"Lang"));
     });
     if (!roots.empty()) {
         NotifyShell();
