@@ -277,6 +277,7 @@ TEST_F(Setup, AcceptsEverySpellingOfADirectory) {
         {L"C:\\Test\\a/b\\\\", L"C:\\Test\\a\\b"},
         {L"C:\\Test\\a\\..\\c\\.", L"C:\\Test\\c"},
         {L"\\\\?\\C:\\Test\\d\\", L"C:\\Test\\d"},
+        {L"\\\\.\\C:\\Test\\e", L"C:\\Test\\e"},
         {L"relative", L"C:\\Test\\relative"},
         {L".", L"C:\\Test"},
     };
@@ -415,7 +416,9 @@ TEST_F(Setup, DirectoriesInTheWayStay) {
     MakeDirectory(JoinPath(kTarget, kDll));
     Expect(1, "a directory has this name", L"install C:\\Test\\Target");
     Write(L"C:\\Test\\File", "");
-    Expect(1, "C:\\Test\\File", L"install C:\\Test\\File");
+    Expect(1, "a file has this name", L"install C:\\Test\\File");
+    Write(L"C:\\Test\\New\\Lang", "");
+    Expect(1, "New\\Lang\": a file has this name", L"install C:\\Test\\New");
     Expect(1, "C:\\Test\\File", L"install C:\\Test\\File\\Below");
 }
 

@@ -33,6 +33,15 @@ void CheckSource(const std::wstring& source, const std::vector<std::wstring>& na
     }
 }
 
+// Throws Failure if `path` names what `isInTheWay` accepts, a file or a directory.
+void RequireFree(const std::wstring& path, bool (*isInTheWay)(const std::wstring&),
+                 const std::string& kind) {
+    if (isInTheWay(path)) {
+        throw Failure("Cannot create " + Quoted(path) + ": a " + kind +
+                      " has this name. Rename it or choose another directory.");
+    }
+}
+
 // Registers the DLL in `directory`. Throws Failure unless it is registered there afterwards.
 void RegisterLibrary(const std::wstring& directory) {
     const std::wstring library = JoinPath(directory, kLibraryName);
@@ -59,11 +68,10 @@ std::string Install(const std::wstring& directory, const std::wstring& source) {
         return Register(directory);
     }
     for (const std::wstring& name : names) {
-        if (IsDirectory(JoinPath(directory, name))) {
-            throw Failure("Cannot write " + Quoted(JoinPath(directory, name)) +
-                          ": a directory has this name. Rename it or choose another directory.");
-        }
+        RequireFree(JoinPath(directory, name), IsDirectory, "directory");
     }
+    RequireFree(JoinPath(directory, L"Lang"), IsFile, "file");
+    RequireFree(directory, IsFile, "file");
     MakeChange(directory, [&](const Change& change) {
         std::for_each(change.created.rbegin(), change.created.rend(), MakeDirectory);
         for (const std::wstring& name : names) {

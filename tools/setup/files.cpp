@@ -11,6 +11,7 @@ namespace setup {
 namespace {
 
 constexpr std::wstring_view kLong = L"\\\\?\\";
+constexpr std::wstring_view kDevice = L"\\\\.\\";
 constexpr std::wstring_view kLongNetwork = L"\\\\?\\UNC\\";
 
 bool HasPrefix(std::wstring_view path, std::wstring_view prefix) {
@@ -19,7 +20,7 @@ bool HasPrefix(std::wstring_view path, std::wstring_view prefix) {
 
 // Returns the form of `path` that is not limited to 260 characters.
 std::wstring Native(const std::wstring& path) {
-    if (HasPrefix(path, kLong) || HasPrefix(path, L"\\\\.\\")) {
+    if (HasPrefix(path, kLong) || HasPrefix(path, kDevice)) {
         return path;
     }
     return HasPrefix(path, L"\\\\") ? kelvaro::Concat({kLongNetwork, path.substr(2)})
@@ -41,7 +42,8 @@ kelvaro::ScopedHandle Open(const std::wstring& path, DWORD access) {
 std::wstring FullPath(std::wstring path) {
     if (HasPrefix(path, kLongNetwork)) {
         path.replace(0, kLongNetwork.size(), L"\\\\");
-    } else if (HasPrefix(path, kLong) && path.size() > 5 && path[5] == L':') {
+    } else if ((HasPrefix(path, kLong) || HasPrefix(path, kDevice)) && path.size() > 5 &&
+               path[5] == L':') {
         path.erase(0, kLong.size());
     }
     std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
