@@ -93,24 +93,31 @@ bool Contains(const std::vector<std::wstring>& list, const std::wstring& name) {
 }
 
 // Each step can be repeated, so that undoing can be interrupted as well. A registered directory has
-// its library back before the registration is restored, and loses it afterwards.
+// its library back before the registration is restored, and loses it afterwards. If a new file is
+// still there, the file in its final place is somebody else's and stays.
 void Undo(const Journal& journal, const Change& change) {
+    const auto takeBack = [&change](const std::wstring& name) {
+        if (IsFile(change.Path(name)) && !Exists(change.NewPath(name))) {
+            Rename(change.Path(name), change.NewPath(name));
+        }
+    };
     for (const std::wstring& name : change.present) {
-        if (IsFile(change.OldPath(name))) {
-            if (IsFile(change.Path(name))) {
-                Rename(change.Path(name), change.NewPath(name));
-            }
-            const std::wstring folder(kelvaro::ParentPath(change.Path(name)));
-            if (!Exists(folder)) {
-                MakeDirectory(folder);
-            }
+        if (!IsFile(change.OldPath(name))) {
+            continue;
+        }
+        takeBack(name);
+        const std::wstring folder(kelvaro::ParentPath(change.Path(name)));
+        if (!Exists(folder)) {
+            MakeDirectory(folder);
+        }
+        if (!Exists(change.Path(name))) {
             Rename(change.OldPath(name), change.Path(name));
         }
     }
     RestoreRegistration(journal.Key(), change.directory);
     for (const std::wstring& name : FileNames()) {
-        if (!Contains(change.present, name) && IsFile(change.Path(name))) {
-            Rename(change.Path(name), change.NewPath(name));
+        if (!Contains(change.present, name)) {
+            takeBack(name);
         }
     }
     DeleteOldFiles(change.directory);
