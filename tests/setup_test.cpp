@@ -111,6 +111,9 @@ TEST_F(SetupProgram, LongPathsAreUsableOrRefused) {
 }
 
 TEST_F(SetupProgram, KeepsTheInstalledVersionIfTheNewOneIsUnusable) {
+    Copy(platform::BuiltFile(KELVARO_BAD_LIBRARY), JoinPath(kSource, kDll));
+    Expect(1, "0x80070005", L"install C:\\Test\\New\\Directory");
+    Copy(platform::BuiltFile(KELVARO_LIBRARY), JoinPath(kSource, kDll));
     InstallEarlierVersion(kTarget);
     const std::wstring library = JoinPath(kSource, kDll);
     Write(library, Read(library).substr(0, 30000));
@@ -120,8 +123,8 @@ TEST_F(SetupProgram, KeepsTheInstalledVersionIfTheNewOneIsUnusable) {
     Expect(1, "0x8007007F", L"install C:\\Test\\Target");
     Expect(1, "Cannot load", L"register");
     Copy(platform::BuiltFile(KELVARO_BAD_LIBRARY), library);
-    Expect(1, "Access", L"install C:\\Test\\Target");
-    Expect(1, "Access", L"install C:\\Test\\New");
+    Expect(1, "0x80070005", L"install C:\\Test\\Target");
+    Expect(1, "0x80070005", L"install C:\\Test\\New");
     for (const wchar_t* const behaviour : {L"crashes", L"does nothing"}) {
         const ScopedVariable variable(L"KELVARO_BAD_LIBRARY", behaviour);
         Expect(1, "Cannot register", L"install C:\\Test\\New");
