@@ -38,6 +38,7 @@ SetupTest::SetupTest() {
 void SetupTest::Reset(const char* program) {
     platform::Reset();
     RegDeleteTreeW(HKEY_CURRENT_USER, kJournal);
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, kJournal);
     Copy(platform::BuiltFile(program), JoinPath(kSource, L"setup.exe"));
     Copy(platform::BuiltFile(KELVARO_LIBRARY), JoinPath(kSource, kDll));
     Write(JoinPath(kSource, kEnglish), "[ShellExt]\nhelp=New help\n");

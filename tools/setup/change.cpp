@@ -15,19 +15,16 @@
 namespace setup {
 namespace {
 
-constexpr wchar_t kJournal[] = L"Software\\VorandelKelvaroSetup";
 constexpr wchar_t kUnfinished[] = L"Unfinished";
 
-// The entry that describes the unfinished change. Has copies of the registration as subkeys. Counts
-// from the moment in which its only value is written.
+// The entry that describes the unfinished change: a value beside the user's backup of the
+// registration. Counts from the moment in which it is written.
 class Journal {
   public:
     Journal() {
-        Check(RegCreateKeyExW(HKEY_CURRENT_USER, kJournal, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+        Check(RegCreateKeyExW(HKEY_CURRENT_USER, kBackupKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
                               key_.Put(), nullptr));
     }
-
-    HKEY Key() const { return key_.Get(); }
 
     void Write(const Change& change) const {
         std::wstring lines;
@@ -74,15 +71,14 @@ class Journal {
     void Delete() const {
         Check(RegDeleteValueW(key_.Get(), kUnfinished));
         RegFlushKey(key_.Get());
-        DeleteRest();
+        DeleteBackup();
     }
-
-    static void DeleteRest() { RegDeleteTreeW(HKEY_CURRENT_USER, kJournal); }
 
   private:
     static void Check(LSTATUS status) {
         SetLastError(static_cast<DWORD>(status));
-        Require(status == ERROR_SUCCESS, "change", std::wstring(L"HKEY_CURRENT_USER\\") + kJournal);
+        Require(status == ERROR_SUCCESS, "change",
+                std::wstring(L"HKEY_CURRENT_USER\\") + kBackupKey);
     }
 
     kelvaro::ScopedKey key_;
@@ -114,7 +110,7 @@ void Undo(const Journal& journal, const Change& change) {
             Rename(change.OldPath(name), change.Path(name));
         }
     }
-    RestoreRegistration(journal.Key(), change.directory);
+    RestoreRegistration(change.directory);
     for (const std::wstring& name : FileNames()) {
         if (!Contains(change.present, name)) {
             takeBack(name);
@@ -183,14 +179,14 @@ std::wstring Change::OldPath(const std::wstring& name) const {
 }
 
 void MakeChange(const std::wstring& directory, const std::function<void(const Change&)>& steps) {
-    Journal::DeleteRest();
+    DeleteBackup();
     const Journal journal;
     const Change change = Plan(directory);
     try {
-        BackUpRegistration(journal.Key());
+        BackUpRegistration();
         journal.Write(change);
     } catch (const std::exception&) {
-        Journal::DeleteRest();
+        DeleteBackup();
         throw;
     }
     try {
@@ -213,7 +209,7 @@ bool UndoUnfinishedChange() {
     const Journal journal;
     Change change;
     if (!journal.Read(change)) {
-        Journal::DeleteRest();
+        DeleteBackup();
         return false;
     }
     Undo(journal, change);

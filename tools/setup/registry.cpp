@@ -58,11 +58,6 @@ void CopyKey(HKEY from, HKEY root, const std::wstring& path) {
     RequireStatus(RegCopyTreeW(from, nullptr, to.Get()), "write", path);
 }
 
-// Returns the name of the key in the backup for key number `number` below `root`.
-std::wstring BackupName(HKEY root, size_t number) {
-    return (root == HKEY_CURRENT_USER ? L"User" : L"Machine") + std::to_wstring(number);
-}
-
 }  // namespace
 
 std::optional<std::wstring> RegisteredDirectory(HKEY root) {
@@ -92,42 +87,51 @@ void RemoveRegistration(HKEY root) {
     }
 }
 
-void BackUpRegistration(HKEY backup) {
+void BackUpRegistration() {
     for (const HKEY root : kRoots) {
+        ScopedKey backup;
+        const LSTATUS created = RegCreateKeyExW(root, kBackupKey, 0, nullptr, 0, KEY_ALL_ACCESS,
+                                                nullptr, backup.Put(), nullptr);
+        if (created == ERROR_ACCESS_DENIED && root == HKEY_LOCAL_MACHINE) {
+            continue;
+        }
+        RequireStatus(created, "create", KeyName(root, kBackupKey));
         for (size_t number = 0; number < Keys().size(); ++number) {
-            ScopedKey key;
             const std::wstring path = Keys()[number];
-            const LSTATUS status = RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Put());
-            if (status != ERROR_FILE_NOT_FOUND) {
-                RequireStatus(status, "read", KeyName(root, path));
-                CopyKey(key.Get(), backup, BackupName(root, number));
+            ScopedKey key;
+            const LSTATUS opened = RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Put());
+            if (opened != ERROR_FILE_NOT_FOUND) {
+                RequireStatus(opened, "read", KeyName(root, path));
+                CopyKey(key.Get(), backup.Get(), std::to_wstring(number));
             }
         }
     }
 }
 
-void RestoreRegistration(HKEY backup, const std::wstring& directory) {
+void RestoreRegistration(const std::wstring& directory) {
     for (const HKEY root : kRoots) {
-        if (RegisteredDirectory(root) && !IsRegistered(root, directory)) {
+        ScopedKey backup;
+        if (RegOpenKeyExW(root, kBackupKey, 0, KEY_READ, backup.Put()) != ERROR_SUCCESS ||
+            (RegisteredDirectory(root) && !IsRegistered(root, directory))) {
             continue;
         }
         for (size_t number = 0; number < Keys().size(); ++number) {
             const std::wstring path = Keys()[number];
-            ScopedKey key;
             ScopedKey former;
-            // A user who may not change a key has not changed it.
-            if (RegOpenKeyExW(root, path.c_str(), 0, KEY_ALL_ACCESS, key.Put()) ==
-                ERROR_ACCESS_DENIED) {
-                continue;
-            }
             DeleteKey(root, path);
-            if (RegOpenKeyExW(backup, BackupName(root, number).c_str(), 0, KEY_READ,
+            if (RegOpenKeyExW(backup.Get(), std::to_wstring(number).c_str(), 0, KEY_READ,
                               former.Put()) == ERROR_SUCCESS) {
                 CopyKey(former.Get(), root, path);
             }
         }
     }
     NotifyShell();
+}
+
+void DeleteBackup() noexcept {
+    for (const HKEY root : kRoots) {
+        RegDeleteTreeW(root, kBackupKey);
+    }
 }
 
 void NotifyShell() noexcept {

@@ -20,12 +20,18 @@ bool IsRegistered(HKEY root, const std::wstring& directory);
 
 void RemoveRegistration(HKEY root);
 
-// Copies the registration below all roots into `backup`.
-void BackUpRegistration(HKEY backup);
+// Where the registration is kept during a change, below each root. Not all below the user's: a
+// program without rights could place there what a setup with rights then registers for all users.
+inline constexpr wchar_t kBackupKey[] = L"Software\\VorandelKelvaroSetup";
 
-// Makes the registration what it was when `backup` was made, except where another directory than
+// Copies the registration below each root that the user may change.
+void BackUpRegistration();
+
+// Makes the registration what it was at BackUpRegistration, except where another directory than
 // `directory` is registered: that is somebody else's.
-void RestoreRegistration(HKEY backup, const std::wstring& directory);
+void RestoreRegistration(const std::wstring& directory);
+
+void DeleteBackup() noexcept;
 
 // Makes Explorer read the registration again.
 void NotifyShell() noexcept;
