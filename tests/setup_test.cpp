@@ -181,7 +181,12 @@ TEST_F(SetupProgram, RemovesOnlyItsOwnRegistration) {
     ASSERT_EQ(RegisterUnderRoot(HKEY_LOCAL_MACHINE, kClasses, kClsidText, JoinPath(kOther, kDll)),
               S_OK);
     Expect(0, "The extension in \"C:\\Test\\Other\" stays", L"uninstall C:\\Test\\Target");
-    EXPECT_EQ(RegisteredLibrary(), JoinPath(kOther, kDll));
+    {
+        const ScopedHandle file(CreateFileW(JoinPath(kOther, kEnglish).c_str(), GENERIC_READ,
+                                            FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+        Expect(1, "Close the program", L"uninstall C:\\Test\\Other");
+    }
+    EXPECT_EQ(RegisteredLibrary(), JoinPath(kOther, kDll)) << "restored";
     Expect(0, "Removed the registration", L"uninstall C:\\Test\\Other");
     EXPECT_EQ(RegisteredLibrary(), L"");
 }
