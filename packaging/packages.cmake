@@ -12,9 +12,8 @@ install(
   PATTERN "*.ini")
 
 # Debuggers need the DLL too: a small dump contains neither its code nor its unwind tables.
-get_target_property(symbols KelvaroShellExt KELVARO_SYMBOLS)
 install(
-  FILES "$<TARGET_FILE:KelvaroShellExt>" "${PROJECT_BINARY_DIR}/${symbols}"
+  FILES "$<TARGET_FILE:KelvaroShellExt>" "${PROJECT_BINARY_DIR}/KelvaroShellExt.pdb"
   DESTINATION .
   COMPONENT symbols)
 

@@ -2,15 +2,16 @@
 configure_file(server/version.rc.in "${CMAKE_CURRENT_BINARY_DIR}/version.rc" @ONLY)
 # A PDB contains the linker's command line. Relative paths keep it free of the build directory.
 configure_file("${exports_file}" "${PROJECT_BINARY_DIR}/KelvaroShellExt.def" COPYONLY)
+set(platform "${PROJECT_SOURCE_DIR}/platform")
 target_sources(
   KelvaroShellExt
-  PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/version.rc"
-          "${PROJECT_SOURCE_DIR}/platform/windows/exception_memory.cpp"
-          "${PROJECT_SOURCE_DIR}/platform/windows/terminate_handler.cpp")
+  PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/version.rc" "${platform}/windows/exceptions.cpp"
+          "${platform}/windows/terminate_handler.cpp")
+target_include_directories(kelvaro_core PUBLIC "${platform}")
 target_link_libraries(kelvaro_core PUBLIC ole32 shell32 shlwapi uuid)
 
 # The flag is not for the linker, which would add the compiler's library for it.
-target_sources(kelvaro_core PRIVATE "${PROJECT_SOURCE_DIR}/platform/windows/stack_protector.cpp")
+target_sources(kelvaro_core PRIVATE "${platform}/windows/stack_protector.cpp")
 target_compile_options(kelvaro_core PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fstack-protector-strong>)
 
 # No separate run-time library of the compiler; a base address from the whole 64-bit range; no time

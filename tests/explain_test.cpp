@@ -1,7 +1,6 @@
 #include "rightclick/explain.h"
 
 #include <nlohmann/json.hpp>
-#include <random>
 
 #include "rightclick/explain_report.h"
 #include "rules/lock_lookup.h"
@@ -171,41 +170,6 @@ TEST(Explain, ShowsTheMostSimilarRulesFirst) {
     locks.resize(4);
     EXPECT_EQ(locks, (std::vector<bool>{true, true, false, false}));
     EXPECT_NE(Text(rules).find("\n  not shown   14 more with this file name\n"), std::string::npos);
-}
-
-TEST(Explain, AgreesWithTheLookupOnRandomFiles) {
-    constexpr std::string_view kParts[] = {"{",
-                                           "{",
-                                           "}",
-                                           "}",
-                                           ",",
-                                           "\n",
-                                           ":",
-                                           "\"",
-                                           "\"type\":\"exe\",",
-                                           "\"enabled\":false,",
-                                           "\"enabled\":true,",
-                                           "\"target\":",
-                                           "\"C:\\\\Apps\\\\Tool.exe\"",
-                                           "\"c:/apps/TOOL.exe\"",
-                                           "\"C:\\Apps\\Tool.exe\"",
-                                           "\xFF",
-                                           "\\"};
-    std::mt19937 random(20261125);
-    int locked = 0;
-    for (int file = 0; file < 20'000; ++file) {
-        std::string rules;
-        for (size_t count = random() % 24; count > 0; --count) {
-            rules += kParts[random() % std::size(kParts)];
-        }
-        const std::string text = Text(rules);
-        EXPECT_EQ(text.find("is not locked: the rule on") != std::string::npos &&
-                      text.find("enabled  false") == std::string::npos,
-                  false)
-            << text;
-        locked += text.find(" is locked by") != std::string::npos ? 1 : 0;
-    }
-    EXPECT_GT(locked, 10);
 }
 
 using ExplainFileTest = DriveTest;

@@ -1,12 +1,11 @@
-// Makes the calls of the built DLL to its imports fail, one after the other: the allocator and
-// every platform function that can fail.
+// Makes the calls of the built DLL to its imports fail, one after the other: every platform
+// function that can fail. memory_exhaustion_test refuses memory.
 
 #include <windows.h>
 
 #include <shlobj.h>
 #include <shlwapi.h>
 
-#include <cstdlib>
 #include <regex>
 #include <set>
 
@@ -45,11 +44,6 @@ struct Stub<Result (*)(Arguments...)> {
     }
 };
 
-// Has the type of malloc without its attributes, which a template argument cannot have.
-void* Allocate(size_t size) {
-    return std::malloc(size);
-}
-
 struct Import {
     const char* name;
     void* (*install)(void* original);  // returns the replacement
@@ -66,7 +60,6 @@ void* Install(void* original) {
 }
 
 constexpr Import kImports[] = {
-    {"malloc", Install<&Allocate, 0>},
     {"CreateFileW", Install<&CreateFileW, -1, ERROR_ACCESS_DENIED>},
     {"ReadFile", Install<&ReadFile, FALSE, ERROR_READ_FAULT>},
     {"WriteFile", Install<&WriteFile, FALSE, ERROR_DISK_FULL>},
@@ -162,11 +155,6 @@ TEST_F(FailingImports, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
         EXPECT_GT(failures, 0U) << import.name;
         calls += failures;
     }
-    // The allocator once more, with a prompt that starts and without a prompt.
-    Copy(L"C:\\windows\\system32\\hostname.exe", kPrompt);
-    calls += FailEach(library, kImports[0], RightClick);
-    DeleteFileW(kPrompt);
-    calls += FailEach(library, kImports[0], RightClick);
     CallWithFailure(RightClick, ExportsOf(library), SIZE_MAX);
     EXPECT_NE(Messages()[0].find("locked=1"), std::string::npos) << "a later right-click must work";
     std::printf("made calls of %zu imports fail %zu times\n", std::size(kImports), calls);

@@ -5,16 +5,12 @@
 #include <shellapi.h>
 #include <shlobj.h>
 
-#include <algorithm>
-#include <span>
-
 #include "common/owners.h"
 #include "common/path.h"
 #include "registration/registration.h"
 #include "rightclick/library.h"
 #include "rightclick/right_click.h"
 #include "server/clsid.h"
-#include "server/exports.h"
 #include "support/fixture.h"
 #include "support/prompt.h"
 
@@ -188,34 +184,6 @@ TEST_F(WindowsShell, TheShellItselfLoadsTheLibrary) {
         Messages(),
         (Strings{"Initialize ok selected=C:\\Test\\None.exe target=C:\\Test\\None.exe locked=0",
                  "Initialize ok selected=C:\\Test\\Tool.lnk target=C:\\Apps\\Tool.exe locked=0"}));
-}
-
-// Returns the number of bytes allocated from the heaps of the process.
-size_t AllocatedBytes() {
-    HANDLE heaps[64] = {};
-    const DWORD count = std::min<DWORD>(GetProcessHeaps(std::size(heaps), heaps), std::size(heaps));
-    size_t bytes = 0;
-    for (const HANDLE heap : std::span(heaps, count)) {
-        PROCESS_HEAP_ENTRY entry = {};
-        while (HeapWalk(heap, &entry)) {
-            bytes += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
-        }
-    }
-    return bytes;
-}
-
-TEST_F(WindowsShell, UnloadingFreesAllMemory) {
-    const auto loadTwenty = [this] {
-        for (int load = 0; load < 20; ++load) {
-            const rightclick::Library library(library_);
-            ASSERT_EQ(library.Export<decltype(&DllCanUnloadNow)>("DllCanUnloadNow")(), S_OK);
-        }
-        ASSERT_EQ(GetModuleHandleW(L"KelvaroShellExt.dll"), nullptr);
-    };
-    loadTwenty();
-    const size_t before = AllocatedBytes();
-    loadTwenty();
-    EXPECT_LT(AllocatedBytes(), before + 20 * 100);
 }
 
 std::wstring LongDirectory() {

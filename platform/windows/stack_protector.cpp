@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "windows/fail_fast.h"
+
 // What functions compiled with -fstack-protector-strong refer to. The compiler's own definitions
 // would add six imports to the DLL, among them the cryptography provider of ADVAPI32.
 
@@ -14,11 +16,9 @@ extern "C" {
 // it.
 std::uintptr_t __stack_chk_guard = 0x595E9FBD94FDA700;
 
-// Ends the process at once: after a buffer overrun neither its stack nor its handlers can be
-// trusted. Windows Error Reporting writes a dump with the code STATUS_STACK_BUFFER_OVERRUN.
+// After a buffer overrun neither the stack nor the handlers of the process can be trusted.
 [[noreturn]] void __stack_chk_fail() {
-    __asm__ volatile("int $0x29" : : "c"(FAST_FAIL_STACK_COOKIE_CHECK_FAILURE));
-    __builtin_unreachable();
+    FailFast(FAST_FAIL_STACK_COOKIE_CHECK_FAILURE);
 }
 
 }  // extern "C"

@@ -1,10 +1,11 @@
-#include <cstdlib>
+#include <windows.h>
 
-// Replaces the terminate handler of the compiler's runtime library, which prints the type of the
-// exception and needs the demangler for that: half of the DLL's size. No exception leaves an entry
-// point, so aborting is enough.
+#include "windows/fail_fast.h"
+
+// Replaces the terminate handler of the compiler's runtime library. That one prints the type of the
+// exception, which needs the demangler, half of the DLL's size, and aborts, which may show a box.
 namespace __gnu_cxx {
 [[noreturn]] void __verbose_terminate_handler() {
-    std::abort();
+    FailFast(FAST_FAIL_FATAL_APP_EXIT);
 }
 }  // namespace __gnu_cxx
