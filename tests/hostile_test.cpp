@@ -11,9 +11,6 @@
 #ifndef _WIN32
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <atomic>
-#include <thread>
 #endif
 
 namespace kelvaro {
@@ -117,26 +114,6 @@ TEST_F(Hostile, ShortcutsWithWrongLengthsDoNotCrash) {
 }
 
 #ifndef _WIN32
-
-TEST_F(Hostile, SurvivesFilesTruncatedDuringReading) {
-    std::atomic<bool> done = false;
-    std::thread writer([&done] {
-        const auto native = platform::NativePath(kRules);
-        std::string large = kToolRule;
-        large.resize(size_t{4} << 20, ' ');
-        while (!done) {
-            Write(kRules, large);
-            EXPECT_EQ(truncate(native.c_str(), 10), 0);
-        }
-    });
-    for (int count = 0; count < 300; ++count) {
-        IsTargetLocked(kTool);
-    }
-    done = true;
-    writer.join();
-    WriteRules(kToolRule);
-    EXPECT_TRUE(IsTargetLocked(kTool));
-}
 
 // The tests below use the host: under Windows, sparse files and links need more rights.
 TEST_F(Hostile, FilesOfTwoGibibytes) {
