@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "console/console.h"
+#include "common/code_page.h"
 #include "i18n/language_file.h"
 #include "oracle/rule_oracle.h"
 #include "oracle/text_oracle.h"
@@ -15,6 +15,15 @@ namespace kelvaro {
 namespace {
 
 using namespace std::string_literals;
+
+// Instrumented and unoptimised code is slow.
+#if defined(KELVARO_INSTRUMENTED) || !defined(NDEBUG)
+constexpr size_t kPieces = 3;
+constexpr size_t kUnits = 5;
+#else
+constexpr size_t kPieces = 4;
+constexpr size_t kUnits = 6;
+#endif
 
 // Calls `visit` with every concatenation of at most `most` of `pieces`. Returns their number.
 template <class Text, size_t kCount, class Visit>
@@ -75,7 +84,7 @@ size_t CompareRules(const std::string& rules, std::vector<size_t>& locked) {
         const bool locks = std::count(expected.begin(), expected.end(), kPaths[at]) != 0;
         locked[at] += locks ? 1 : 0;
         if (AnyRuleLocks(rules, kPaths[at]) != locks) {
-            ADD_FAILURE() << rules << " and " << console::Utf8(kPaths[at]);
+            ADD_FAILURE() << rules << " and " << Utf8FromWide(kPaths[at]);
         }
     }
     return expected.size();
@@ -85,8 +94,9 @@ template <size_t kCount>
 void CompareAllRules(const std::string (&pieces)[kCount], const std::string& before,
                      const std::string& after) {
     std::vector<size_t> locked(std::size(kPaths));
-    const size_t files = ForEachConcatenation(
-        pieces, 4, [&](const std::string& text) { CompareRules(before + text + after, locked); });
+    const size_t files = ForEachConcatenation(pieces, kPieces, [&](const std::string& text) {
+        CompareRules(before + text + after, locked);
+    });
     std::printf("%zu rule files with %zu paths each; locked:", files, std::size(kPaths));
     for (size_t at = 0; at < locked.size(); ++at) {
         std::printf(" %zu", locked[at]);
@@ -110,12 +120,12 @@ TEST(Exhaustive, LanguageFilesAgreeWithALineByLineParser) {
                                   L"\n",     L" \t\n",     L"[S]",     L"k=v",         L"k=v]\n",
                                   L"[k=v\n", L"k=v\r",     L"[S]\r",   L"k = \n",      L"[[S]]\n"};
     size_t found = 0;
-    const size_t files = ForEachConcatenation(lines, 4, [&](const std::wstring& text) {
+    const size_t files = ForEachConcatenation(lines, kPieces, [&](const std::wstring& text) {
         const auto value = FindIniValue(text, L"S", L"k");
         const auto expected = oracle::FindIniValue(text, L"s", L"k");
         found += expected ? 1 : 0;
         if (value.has_value() != expected.has_value() || (expected && *value != *expected)) {
-            ADD_FAILURE() << console::Utf8(text);
+            ADD_FAILURE() << Utf8FromWide(text);
         }
     });
     std::printf("%zu language files, the entry is in %zu\n", files, found);
@@ -125,9 +135,9 @@ TEST(Exhaustive, LanguageFilesAgreeWithALineByLineParser) {
 TEST(Exhaustive, NormalizedPathsAgreeWithAStepByStepImplementation) {
     const std::wstring units[] = {L"\\", L"/", L"\"", L" ", L"\t", L"\n", L"a",
                                   L"Z",  L"z", L":",  L".", L"[",  L"@",  L"\u00C4"};
-    const size_t paths = ForEachConcatenation(units, 6, [](const std::wstring& path) {
+    const size_t paths = ForEachConcatenation(units, kUnits, [](const std::wstring& path) {
         if (NormalizePath(path) != oracle::NormalizePath(path)) {
-            ADD_FAILURE() << console::Utf8(path);
+            ADD_FAILURE() << Utf8FromWide(path);
         }
     });
     std::printf("%zu paths\n", paths);

@@ -85,6 +85,24 @@ TEST_F(Registration, UnregistrationRemovesOnlyItsOwnKeys) {
               ERROR_SUCCESS);
 }
 
+#ifndef _WIN32
+TEST_F(Registration, EntriesWrittenBeforeAFailureStay) {
+    const std::wstring library = InstallLibrary();
+    for (size_t written = 0; written < 5; ++written) {
+        DeleteFileW(L"C:\\registry.reg");
+        const compat::FailingCall failure("RegSetValueExW", ERROR_DISK_FULL, written, 1);
+        EXPECT_EQ(DllRegisterServer(), S_OK);
+        // The root of all classes writes keys that the user has to the user's classes.
+        EXPECT_EQ(Entries(HKEY_CLASSES_ROOT, L""), EntriesFor(library)) << written;
+        const auto user = Entries(HKEY_CURRENT_USER, kClasses);
+        for (size_t entry = 0; entry < written; ++entry) {
+            EXPECT_EQ(user[entry], EntriesFor(library)[entry]) << written;
+        }
+        EXPECT_EQ(user == EntriesFor(library), written == 4) << written;
+    }
+}
+#endif
+
 TEST_F(Registration, FailsWithoutTheModulePath) {
     g_moduleHandle = reinterpret_cast<HMODULE>(uintptr_t{0x10});
     EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND));
