@@ -1,3 +1,4 @@
+#include <cstdio>
 #include <filesystem>
 #include <regex>
 #include <set>
