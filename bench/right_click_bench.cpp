@@ -17,9 +17,9 @@
 #include "rightclick/popup_menu.h"
 #include "rule_files.h"
 #include "support/fixture.h"
+#include "testing/counted_calls.h"
 #include "testing/failing_calls.h"
-#include "testing/recorded_calls.h"
-#include "testing/resources.h"
+#include "testing/watch.h"
 
 namespace bench {
 namespace {
@@ -156,13 +156,15 @@ void Measure(benchmark::State& state, Work work) {
     ResetAllocations();
     work(*selection.Get());
     state.counters["allocations"] = static_cast<double>(CountAllocations().count);
-    const compat::FailingNthCall counter({});  // no index: it only counts
-    const compat::RecordedCalls calls;
-    const size_t readBefore = compat::BytesRead();
+    const compat::FailingNthCall counter({});  // no number: it only counts
+    compat::CountedCalls calls;
+    size_t bytesRead = 0;
+    const compat::Watch<&ReadFile> watch(
+        [&bytesRead](HANDLE, LPVOID, DWORD size, auto...) { bytesRead += size; });
     work(*selection.Get());
-    state.counters["bytes read"] = static_cast<double>(compat::BytesRead() - readBefore);
+    state.counters["bytes read"] = static_cast<double>(bytesRead);
     state.counters["platform calls"] = static_cast<double>(counter.CallsMade());
-    state.counters["file opens"] = static_cast<double>(calls.Count("CreateFileW"));
+    state.counters["file opens"] = static_cast<double>(calls.Take()["CreateFileW"]);
 }
 
 void RightClick(benchmark::State& state) {

@@ -1,114 +1,101 @@
 // Limits the slow platform calls of each entry point. They dominate the delay that users see,
 // especially with a virus scanner. Raise a limit only deliberately.
 
-#include <objbase.h>
-#include <shlobj.h>
-
-#include "common/owners.h"
 #include "rightclick/drop_list.h"
-#include "rightclick/library.h"
 #include "rightclick/popup_menu.h"
 #include "server/clsid.h"
-#include "support/call_counter.h"
+#include "server/exports.h"
+#include "support/extension.h"
 #include "support/fixture.h"
 #include "support/message_boxes.h"
-#include "support/prompt.h"
+#include "testing/counted_calls.h"
 
 namespace kelvaro {
 namespace {
 
 using Counts = std::map<std::string, size_t>;
 
-// One text: the module's path once; the file name of the language for each of two folders and for
-// the result; the special-offer folder and then the standard one; the language file.
-constexpr size_t kModulePathsOfText = 1;
-constexpr size_t kSettingsOfText = 3;
-constexpr size_t kExistenceTestsOfText = 2;
-constexpr size_t kFilesOfText = 1;
-
-// Returns the budget of an entry point that logs `lines` lines, loads `texts` texts and makes
-// `others`.
-Counts Budget(size_t lines, size_t texts, const Counts& others = {}) {
-    Counts budget = others;
-    budget["CreateFileW"] += lines + texts * kFilesOfText;
-    budget["GetModuleFileNameW"] += texts * kModulePathsOfText;
-    budget["RegOpenKeyExW"] += texts * kSettingsOfText;
-    budget["GetFileAttributesW"] += texts * kExistenceTestsOfText;
-    std::erase_if(budget, [](const auto& entry) { return entry.second == 0; });
-    return budget;
+// Returns the limits of an entry point that writes `lines` log lines, loads `texts` texts and makes
+// `others`. For one text it needs the module's path once, the language setting three times (for
+// each of two folders and for the result), two existence tests and the language file.
+Counts Limits(size_t lines, size_t texts, Counts others = {}) {
+    others["CreateFileW"] += lines + texts;
+    others["GetModuleFileNameW"] += texts;
+    others["RegOpenKeyExW"] += 3 * texts;
+    others["GetFileAttributesW"] += 2 * texts;
+    return others;
 }
 
 class CallBudget : public DriveTest {
   public:
     CallBudget() {
-        Copy(platform::BuiltFile(KELVARO_LIBRARY), kLibrary);
+        InstallLibrary();
         WriteApplicationFiles();
         Write(kLog, "");
     }
+
+    // Fails for each slow call that was made more often than `limits` allow since the last check.
+    void Check(const char* what, Counts limits) {
+        Counts made = calls_.Take();
+        for (const char* const name :
+             {"CreateFileW", "GetFileAttributesW", "RegOpenKeyExW", "RegCreateKeyExW",
+              "RegDeleteTreeW", "GetModuleFileNameW", "CreateProcessW", "CoCreateInstance"}) {
+            EXPECT_LE(made[name], limits[name]) << name << " in " << what;
+        }
+    }
+    compat::CountedCalls calls_;
+    MessageBoxes boxes_;
 };
 
-TEST_F(CallBudget, EntryPointsMakeNoMoreSlowCallsThanPlanned) {
-    const rightclick::Library library(kLibrary);
-    ASSERT_TRUE(library.IsLoaded());
-    CallCounter counter(library.Handle());
-    MessageBoxes boxes;
-
+TEST_F(CallBudget, RightClicksMakeNoMoreSlowCallsThanPlanned) {
+    calls_.Take();
     ComPtr<IClassFactory> factory;
-    library.Export<HRESULT(STDMETHODCALLTYPE*)(REFCLSID, REFIID, LPVOID*)>("DllGetClassObject")(
-        kShellExtClsid, IID_IClassFactory, factory.Put());
-    ComPtr<IShellExtInit> object;
-    factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put());
-    ComPtr<IContextMenu> menu;
-    object->QueryInterface(IID_IContextMenu, menu.Put());
-    EXPECT_EQ(counter.Take(), Counts{}) << "creating the object";
-
-    for (const auto& [file, others] :
-         {std::pair(kTool, Counts{{"CreateFileW", 1}}),
-          std::pair(kShortcut, Counts{{"CreateFileW", 1}, {"CoCreateInstance", 1}})}) {
-        const ComPtr<IDataObject> selection(rightclick::MakeDropListObject({file}));
-        counter.Take();
-        EXPECT_EQ(object->Initialize(nullptr, selection.Get(), nullptr), S_OK);
-        EXPECT_EQ(counter.Take(), Budget(1, 0, others)) << "Initialize " << Utf8(file);
-    }
-    {
-        const rightclick::PopupMenu popup;
-        EXPECT_EQ(menu->QueryContextMenu(popup.Handle(), 0, 1, 9, CMF_NORMAL), 1);
-        EXPECT_EQ(counter.Take(), Budget(1, 2)) << "QueryContextMenu";
-    }
-    wchar_t text[80] = {};
+    DllGetClassObject(kShellExtClsid, IID_IClassFactory, factory.Put());
+    Extension extension;
+    Check("creating the objects", {});
+    EXPECT_EQ(extension.Select({kTool}), S_OK);
+    Check("Initialize with a program", Limits(1, 0, {{"CreateFileW", 1}}));
+    EXPECT_EQ(extension.Select({kShortcut}), S_OK);
+    Check("Initialize with a shortcut",
+          Limits(1, 0, {{"CreateFileW", 1}, {"CoCreateInstance", 1}}));
+    EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro");
+    Check("QueryContextMenu", Limits(1, 2));
+    const rightclick::PopupMenu popup;
+    EXPECT_EQ(extension.Menu().QueryContextMenu(popup.Handle(), 0, 1, 9, CMF_DEFAULTONLY), S_OK);
+    Check("QueryContextMenu for a double click", {});
     for (const auto& [kind, texts] :
-         {std::pair(UINT{GCS_VERBW}, size_t{0}), std::pair(UINT{GCS_HELPTEXTA}, size_t{0}),
-          std::pair(UINT{GCS_HELPTEXTW}, size_t{2})}) {
-        menu->GetCommandString(0, kind, nullptr, reinterpret_cast<LPSTR>(text), 80);
-        EXPECT_EQ(counter.Take(), Budget(0, texts)) << "GetCommandString " << kind;
+         {std::pair(GCS_VERBW, size_t{0}), std::pair(GCS_HELPTEXTA, size_t{0}),
+          std::pair(GCS_HELPTEXTW, size_t{2})}) {
+        wchar_t text[80] = {};
+        extension.Menu().GetCommandString(0, kind, nullptr, reinterpret_cast<LPSTR>(text), 80);
+        Check("GetCommandString", Limits(0, texts));
     }
-    CMINVOKECOMMANDINFO request = {};
-    request.cbSize = sizeof request;
-    const auto invoke = [&] { return menu->InvokeCommand(&request); };
-    EXPECT_EQ(invoke(), S_OK);
-    EXPECT_EQ(
-        counter.Take(),
-        Budget(3, 2, {{"GetModuleFileNameW", 1}, {"GetFileAttributesW", 1}, {"CreateProcessW", 1}}))
-        << "InvokeCommand with a prompt that cannot run";
-    DeleteFileW(kPrompt);
-    counter.Take();
-    EXPECT_EQ(invoke(), S_OK);
-    EXPECT_EQ(counter.Take(), Budget(2, 2, {{"GetModuleFileNameW", 1}, {"GetFileAttributesW", 3}}))
-        << "InvokeCommand without a prompt";
-    InstallPrompt(kPrompt);
-    counter.Take();
-    EXPECT_EQ(invoke(), S_OK);
-    EXPECT_EQ(
-        counter.Take(),
-        Budget(3, 0, {{"GetModuleFileNameW", 1}, {"GetFileAttributesW", 1}, {"CreateProcessW", 1}}))
-        << "InvokeCommand";
-    WaitForPrompt(1);
-    counter.Take();
+}
 
-    library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllRegisterServer")();
-    EXPECT_EQ(counter.Take(), (Counts{{"GetModuleFileNameW", 1}, {"RegCreateKeyExW", 5}}));
-    library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllUnregisterServer")();
-    EXPECT_EQ(counter.Take(), (Counts{{"RegDeleteTreeW", 6}}));
+TEST_F(CallBudget, InvocationsMakeNoMoreSlowCallsThanPlanned) {
+    const Counts start = {
+        {"GetModuleFileNameW", 1}, {"GetFileAttributesW", 1}, {"CreateProcessW", 1}};
+    Extension extension;
+    extension.Select({kTool});
+    calls_.Take();
+    EXPECT_EQ(extension.Choose(), S_OK);
+    Check("InvokeCommand with a prompt that cannot run", Limits(3, 2, start));
+    DeleteFileW(kPrompt);
+    EXPECT_EQ(extension.Choose(), S_OK);
+    Check("InvokeCommand without a prompt",
+          Limits(2, 2, {{"GetModuleFileNameW", 1}, {"GetFileAttributesW", 3}}));
+    Copy(platform::BuiltFile("/bin/true"), kPrompt);
+    EXPECT_EQ(extension.Choose(), S_OK);
+    Check("InvokeCommand", Limits(3, 0, start));
+    EXPECT_EQ(boxes_.shown.size(), 2U);
+}
+
+TEST_F(CallBudget, RegistrationMakesNoMoreSlowCallsThanPlanned) {
+    calls_.Take();
+    EXPECT_EQ(DllRegisterServer(), S_OK);
+    Check("DllRegisterServer", {{"GetModuleFileNameW", 1}, {"RegCreateKeyExW", 5}});
+    EXPECT_EQ(DllUnregisterServer(), S_OK);
+    Check("DllUnregisterServer", {{"RegDeleteTreeW", 6}});
 }
 
 }  // namespace

@@ -10,6 +10,10 @@
 #include "common/text.h"
 #include "support/fixture.h"
 
+#ifndef _WIN32
+#include "testing/watch.h"
+#endif
+
 namespace kelvaro {
 namespace {
 
@@ -123,6 +127,8 @@ TEST_F(File, UnreadableFilesAreEmpty) {
     }
 }
 
+#ifdef _WIN32
+
 // Opens an existing file with the given access and sharing, in place of another program.
 HANDLE OpenShared(const wchar_t* path, DWORD access, DWORD share) {
     return CreateFileW(path, access, share, nullptr, OPEN_EXISTING, 0, nullptr);
@@ -138,6 +144,8 @@ TEST_F(File, RespectsTheSharingOfOtherHandles) {
     EXPECT_EQ(ReadFileBytes(L"C:\\Test\\held").View(), "text");
     CloseHandle(holder);
 }
+
+#endif
 
 TEST_F(File, AppendsAndCreatesTheFile) {
     EXPECT_FALSE(AppendToFile(L"C:\\Test\\no\\file", "a"));
@@ -224,6 +232,23 @@ TEST_F(DriveTest, ReadsFilesUpToALimit) {
     EXPECT_EQ(ReadFileBytes(L"C:\\Test\\file", 3).View(), "abc");
     EXPECT_EQ(ReadFileBytes(L"C:\\Test\\file", 2).View(), "");
 }
+
+#ifndef _WIN32
+
+TEST_F(File, OpensFilesSharedForReadingWritingAndDeleting) {
+    Write(L"C:\\Test\\file", "abc");
+    std::filesystem::create_symlink("file", platform::NativePath(L"C:\\Test\\link"));
+    std::vector<DWORD> shares;
+    const compat::Watch<&CreateFileW> watch(
+        [&shares](LPCWSTR, DWORD, DWORD share, auto...) { shares.push_back(share); });
+    ReadFileBytes(L"C:\\Test\\file");
+    AppendToFile(L"C:\\Test\\file", "d");
+    PathExists(L"C:\\Test\\link");
+    constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    EXPECT_EQ(shares, std::vector<DWORD>(3, kAll));
+}
+
+#endif
 
 }  // namespace
 }  // namespace kelvaro

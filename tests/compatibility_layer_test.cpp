@@ -1,9 +1,13 @@
+// What tools/platform_calls cannot compare with Wine: the host's encodings, names and errors, the
+// registry file, calls of several threads, and the test controls.
+
 #include <objbase.h>
 #include <shellapi.h>
 #include <shlobj.h>
-#include <shlwapi.h>
-#include <algorithm>
+#include <unistd.h>
+
 #include <cstring>
+#include <thread>
 
 #include "common/owners.h"
 #include "internal/command_line.h"
@@ -12,14 +16,24 @@
 #include "internal/registry_file.h"
 #include "rightclick/drop_list.h"
 #include "support/fixture.h"
+#include "testing/counted_calls.h"
 #include "testing/failing_calls.h"
-#include "testing/recorded_calls.h"
 #include "testing/resources.h"
+#include "testing/watch.h"
 
 namespace {
 
-using Arguments = std::vector<std::wstring>;
 using CompatibilityLayer = DriveTest;
+
+kelvaro::ScopedHandle Open(const wchar_t* path, DWORD access = GENERIC_READ) {
+    return kelvaro::ScopedHandle(
+        CreateFileW(path, access, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+}
+
+// Returns ERROR_SUCCESS if `succeeded`, otherwise the last error.
+DWORD ErrorOf(bool succeeded) {
+    return succeeded ? DWORD{ERROR_SUCCESS} : GetLastError();
+}
 
 TEST_F(CompatibilityLayer, StoresOneUtf16UnitPerWchar) {
     const std::string bytes = "a\xC3\xA9\xE5\xB7\xA5\xF0\x9F\x98\x80";
@@ -29,42 +43,11 @@ TEST_F(CompatibilityLayer, StoresOneUtf16UnitPerWchar) {
     EXPECT_EQ(compat::Utf8FromWide(L"\xD83D!"), "\xEF\xBF\xBD!");
 }
 
-TEST_F(CompatibilityLayer, ConversionsReportDocumentedErrors) {
-    wchar_t text[8] = L"*******";
-    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "a\xFF", 2, nullptr, 0), 2);
-    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "ab", -1, text, 8), 3);
-    EXPECT_STREQ(text, L"ab");
-    const struct {
-        const char* bytes;
-        int size, capacity;
-        DWORD flags, error;
-    } cases[] = {{"abc", 3, 2, 0, ERROR_INSUFFICIENT_BUFFER},
-                 {"a\xFF", 2, 8, MB_ERR_INVALID_CHARS, ERROR_NO_UNICODE_TRANSLATION},
-                 {"abc", 0, 8, 0, ERROR_INVALID_PARAMETER},
-                 {nullptr, 3, 8, 0, ERROR_INVALID_PARAMETER}};
-    for (const auto& [bytes, size, capacity, flags, error] : cases) {
-        EXPECT_EQ(MultiByteToWideChar(CP_UTF8, flags, bytes, size, text, capacity), 0);
-        EXPECT_EQ(GetLastError(), error);
-    }
-}
-
-TEST_F(CompatibilityLayer, SplitsCommandLinesLikeWindows) {
-    const struct {
-        const wchar_t* line;
-        Arguments arguments;
-    } cases[] = {
-        {L"\"C:\\a b\\p.exe\" --x  \"c d\"", {L"C:\\a b\\p.exe", L"--x", L"c d"}},
-        {L"p a\\\\\"b c\"", {L"p", L"a\\b c"}},
-        {L"p \"a\\\"b\" c\\d\\\\", {L"p", L"a\"b", L"c\\d\\\\"}},
-        {L"p \"a\"\"b\" c", {L"p", L"a\"b c"}},
-        {L"p \"\" x", {L"p", L"", L"x"}},
-        {L"p \"\"\"a b\"\" \"", {L"p", L"\"a", L"b", L""}},
-        {L"\"p\\\" x", {L"p\\", L"x"}},
-        {L" x", {L"", L"x"}},
-        {L"", {}},
-    };
-    for (const auto& [line, arguments] : cases) {
-        EXPECT_EQ(compat::ParseCommandLine(line), arguments) << Utf8(line);
+TEST_F(CompatibilityLayer, JoinsTheHostsArgumentsToACommandLine) {
+    for (const std::vector<std::wstring>& arguments :
+         {std::vector<std::wstring>{L"C:\\a b\\p.exe", L"--x", L"c d\\", L"", L"\"", L"a\\\\\"b"},
+          {L"p"},
+          {}}) {
         EXPECT_EQ(compat::ParseCommandLine(compat::JoinCommandLine(arguments)), arguments);
     }
     int count = 0;
@@ -72,6 +55,89 @@ TEST_F(CompatibilityLayer, SplitsCommandLinesLikeWindows) {
     ASSERT_EQ(count, 1);
     EXPECT_EQ(own[0], compat::FromHostPath(compat::ProgramFile()));
     LocalFree(own);
+}
+
+TEST_F(CompatibilityLayer, DriveCIsADirectory) {
+    const std::string root = compat::DriveDirectory();
+    Write(L"C:\\Apps\\Tool.exe", "x");
+    EXPECT_EQ(compat::ToHostPath(L"c:/APPS\\tool.EXE").host, root + "/Apps/Tool.exe");
+    EXPECT_EQ(compat::ToHostPath(L"\\\\?\\C:\\Apps").host, root + "/Apps");
+    EXPECT_EQ(compat::ToHostPath(L"C:\\new\\file").host, root + "/new/file");
+    EXPECT_EQ(compat::ToHostPath(L"C:\\no\\..\\APPS\\.\\tool.exe.").host, root + "/Apps/Tool.exe");
+    EXPECT_EQ(compat::FromHostPath(root + "/Apps/\xC3\xA9"), L"C:\\Apps\\\u00E9");
+    EXPECT_EQ(compat::FromHostPath(root), L"C:\\");
+    EXPECT_TRUE(compat::FromHostPath(root + "x/y").starts_with(L"Z:\\"));
+    for (const auto& [path, error] :
+         {std::pair(L"D:\\x", ERROR_PATH_NOT_FOUND), std::pair(L"x", ERROR_PATH_NOT_FOUND),
+          std::pair(L"C:\\a|b", ERROR_INVALID_NAME), std::pair(L"C:\\a:b", ERROR_INVALID_NAME),
+          std::pair(L"C:\\a\tb", ERROR_INVALID_NAME),
+          std::pair<const wchar_t*, LONG>(nullptr, ERROR_PATH_NOT_FOUND)}) {
+        EXPECT_EQ(compat::ToHostPath(path).error, static_cast<DWORD>(error));
+        WIN32_FILE_ATTRIBUTE_DATA data = {};
+        EXPECT_EQ(ErrorOf(GetFileAttributesExW(path, GetFileExInfoStandard, &data)),
+                  static_cast<DWORD>(error));
+    }
+}
+
+TEST_F(CompatibilityLayer, RelativeAndHostPathsBecomeFullPaths) {
+    const std::wstring current = compat::CurrentDirectory();
+    const std::wstring drive = current.substr(0, 2);
+    const struct {
+        std::wstring name, full;
+    } cases[] = {
+        {L"a\\..\\b", current + L"\\b"},
+        {drive + L"b", current + L"\\b"},
+        {L"Q:b", L"Q:\\b"},
+        {compat::WideFromUtf8(compat::DriveDirectory()) + L"/./a", L"C:\\a"},
+    };
+    for (const auto& [name, full] : cases) {
+        wchar_t buffer[MAX_PATH] = {};
+        EXPECT_EQ(GetFullPathNameW(name.c_str(), MAX_PATH, buffer, nullptr), full.size());
+        EXPECT_EQ(Utf8(buffer), Utf8(full)) << Utf8(name);
+        EXPECT_EQ(GetFullPathNameW(name.c_str(), 1, buffer, nullptr), full.size() + 1);
+    }
+}
+
+TEST_F(CompatibilityLayer, HostErrorsBecomeDocumentedErrors) {
+    Write(L"C:\\Test\\file", "abc");
+    Write(L"C:\\Test\\read only", "x");
+    MakeDirectory(L"C:\\Test\\directory");
+    ASSERT_EQ(symlink("nowhere", platform::NativePath(L"C:\\Test\\dangling").c_str()), 0);
+    ASSERT_EQ(symlink("loop", platform::NativePath(L"C:\\Test\\loop").c_str()), 0);
+    SetFileAttributesW(L"C:\\Test\\read only", FILE_ATTRIBUTE_READONLY);
+    const std::wstring longName = L"C:\\Test\\" + std::wstring(300, L'n');
+    const auto move = [](LPCWSTR from, LPCWSTR to) {
+        return ErrorOf(MoveFileExW(from, to, MOVEFILE_REPLACE_EXISTING));
+    };
+    const struct {
+        const char* what;
+        DWORD error;
+        LONG expected;
+    } cases[] = {
+        {"a link to nothing", ErrorOf(bool(Open(L"C:\\Test\\dangling"))), ERROR_FILE_NOT_FOUND},
+        {"a link to itself", ErrorOf(bool(Open(L"C:\\Test\\loop"))), ERROR_CANT_RESOLVE_FILENAME},
+        {"a name of 300 characters", ErrorOf(bool(Open(longName.c_str()))),
+         ERROR_FILENAME_EXCED_RANGE},
+        {"writing a read-only file", ErrorOf(bool(Open(L"C:\\Test\\read only", GENERIC_WRITE))),
+         ERROR_ACCESS_DENIED},
+        {"deleting a read-only file", ErrorOf(DeleteFileW(L"C:\\Test\\read only")),
+         ERROR_ACCESS_DENIED},
+        {"replacing a read-only file", move(L"C:\\Test\\file", L"C:\\Test\\read only"),
+         ERROR_ACCESS_DENIED},
+        {"replacing a directory", move(L"C:\\Test\\file", L"C:\\Test\\directory"),
+         ERROR_ACCESS_DENIED},
+        {"a directory into itself", move(L"C:\\Test\\directory", L"C:\\Test\\directory\\x"),
+         ERROR_INVALID_PARAMETER},
+        {"a target that is no path", move(L"C:\\Test\\file", L"C:\\a|b"), ERROR_INVALID_NAME},
+        {"a file onto itself", move(L"C:\\Test\\file", L"C:\\Test\\file"), ERROR_SUCCESS},
+        {"removing a file", ErrorOf(RemoveDirectoryW(L"C:\\Test\\file")), ERROR_DIRECTORY},
+        {"removing a full directory", ErrorOf(RemoveDirectoryW(L"C:\\Test")), ERROR_DIR_NOT_EMPTY},
+    };
+    for (const auto& [what, error, expected] : cases) {
+        EXPECT_EQ(error, static_cast<DWORD>(expected)) << what;
+    }
+    EXPECT_EQ(GetFileAttributesW(L"C:\\Test\\dangling"), FILE_ATTRIBUTE_REPARSE_POINT);
+    EXPECT_EQ(Read(L"C:\\Test\\file"), "abc");
 }
 
 TEST_F(CompatibilityLayer, PersistsTheRegistryAsText) {
@@ -86,36 +152,20 @@ TEST_F(CompatibilityLayer, PersistsTheRegistryAsText) {
     };
     const DWORD number = 0x1234;
     set(L"text", REG_SZ, L"a\\\"b", 5 * sizeof(wchar_t));
-    set(L"open", REG_SZ, L"ab", 2 * sizeof(wchar_t));
-    set(L"expand", REG_EXPAND_SZ, L"%x%", 4 * sizeof(wchar_t));
+    set(L"open", REG_SZ, L"a", sizeof(wchar_t));
+    set(L"lines", REG_SZ, L"a\r\nb", 5 * sizeof(wchar_t));
     set(L"number", REG_DWORD, &number, sizeof number);
     set(nullptr, REG_BINARY, "\1\2", 2);
     const std::string text = Read(L"C:\\registry.reg");
     for (const char* const line :
          {"[HKEY_CURRENT_USER\\Software\\\xE8\xBD\xAF]\n", "\"text\"=\"a\\\\\\\"b\"\n",
-          "\"open\"=hex(1):61,00,62,00\n", "@=hex(3):01,02\n"}) {
+          "\"open\"=hex(1):61,00,00,00\n", "\"number\"=hex(4):34,12,00,00\n", "@=hex(3):01,02\n"}) {
         EXPECT_NE(text.find(line), std::string::npos) << line << " in " << text;
     }
     const auto keys = compat::ParseRegistry(text);
     EXPECT_EQ(compat::FormatRegistry(keys), text);
-
-    wchar_t buffer[4] = {};
-    DWORD size = sizeof buffer;
-    DWORD type = 0;
-    auto* const bytes = reinterpret_cast<BYTE*>(buffer);
-    EXPECT_EQ(RegQueryValueExW(key.Get(), L"TEXT", nullptr, &type, bytes, &size), ERROR_MORE_DATA);
-    EXPECT_EQ(size, 5 * sizeof(wchar_t));
-    size = sizeof buffer;
-    EXPECT_EQ(RegQueryValueExW(key.Get(), L"number", nullptr, &type, bytes, &size), ERROR_SUCCESS);
-    EXPECT_EQ(std::memcmp(buffer, &number, sizeof number), 0);
-    EXPECT_EQ(RegQueryValueExW(key.Get(), L"x", nullptr, nullptr, nullptr, nullptr),
-              ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(RegQueryValueExW(key.Get(), L"text", nullptr, nullptr, bytes, nullptr),
-              ERROR_INVALID_PARAMETER);
-    HKEY none = key.Get();
-    EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, L"None", 0, KEY_READ, &none), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(none, nullptr);
-    EXPECT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, L"None"), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(keys.at(L"hkey_current_user\\software\\\u8F6F").values.size(), 5U);
+    EXPECT_TRUE(compat::ParseRegistry("\"lost\"=\"x\"\n[\n[k]\n\"a\nb\"=\"c\"\n").contains(L"k"));
 }
 
 TEST_F(CompatibilityLayer, ClassesOfTheUserPrecedeTheMachines) {
@@ -135,16 +185,10 @@ TEST_F(CompatibilityLayer, ClassesOfTheUserPrecedeTheMachines) {
 TEST_F(CompatibilityLayer, DropListsAreNotReadBeyondTheirEnd) {
     const HGLOBAL list = rightclick::MakeDropList({L"C:\\a", L"C:\\\u5DE5"});
     auto* const drop = reinterpret_cast<HDROP>(list);
-    wchar_t name[4] = {};
-    EXPECT_EQ(DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0), 2U);
-    EXPECT_EQ(DragQueryFileW(drop, 1, nullptr, 0), 4U);
-    EXPECT_EQ(DragQueryFileW(drop, 1, name, 4), 3U);
-    EXPECT_STREQ(name, L"C:\\");
-    EXPECT_EQ(DragQueryFileW(drop, 2, name, 4), 0U);
     auto* const bytes = static_cast<char*>(GlobalLock(list));
-    for (const DWORD offset : {DWORD{0xFFFFFFFF}, DWORD{40}, DWORD{0}}) {
+    for (const DWORD offset : {DWORD{0xFFFFFFFF}, DWORD{61}, DWORD{40}, DWORD{0}}) {
         std::memcpy(bytes, &offset, sizeof offset);
-        DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0);
+        EXPECT_LE(DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0), 2U);
     }
     GlobalUnlock(list);
     EXPECT_EQ(GlobalFree(list), nullptr);
@@ -152,95 +196,62 @@ TEST_F(CompatibilityLayer, DropListsAreNotReadBeyondTheirEnd) {
     EXPECT_EQ(GlobalLock(list), nullptr);
 }
 
-TEST_F(CompatibilityLayer, NewGlobalMemoryIsZero) {
-    for (int round = 0; round < 100; ++round) {
-        const HGLOBAL memory = GlobalAlloc(GHND, 32);
-        auto* const bytes = static_cast<char*>(GlobalLock(memory));
-        EXPECT_EQ(std::count(bytes, bytes + 32, '\0'), 32);
-        std::memset(bytes, 0xCC, 32);
-        GlobalUnlock(memory);
-        GlobalFree(memory);
+// Each thread adds its own values to one key while it opens and closes handles of every kind.
+TEST_F(CompatibilityLayer, ThreadsLoseNoRegistryValueAndNoHandle) {
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 100;
+    Write(L"C:\\Test\\file", "x");
+    std::vector<std::thread> threads;
+    threads.reserve(kThreads);
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([thread] {
+            for (int round = 0; round < kRounds; ++round) {
+                const std::wstring name = std::to_wstring(thread * kRounds + round);
+                kelvaro::ScopedKey key;
+                RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Test", 0, nullptr, 0, KEY_WRITE,
+                                nullptr, key.Put(), nullptr);
+                EXPECT_EQ(RegSetValueExW(key.Get(), name.c_str(), 0, REG_SZ, nullptr, 0),
+                          ERROR_SUCCESS);
+                const auto file = Open(L"C:\\Test\\file");
+                const HGLOBAL memory = GlobalAlloc(GHND, 1);
+                EXPECT_TRUE(GlobalLock(memory) != nullptr && file);
+                GlobalUnlock(memory);
+                GlobalFree(memory);
+                DestroyMenu(CreatePopupMenu());
+            }
+        });
     }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    const auto keys = compat::ParseRegistry(Read(L"C:\\registry.reg"));
+    EXPECT_EQ(keys.at(L"hkey_current_user\\software\\test").values.size(),
+              size_t{kThreads} * kRounds);
 }
 
-TEST_F(CompatibilityLayer, PathMatchSpecMatchesWildcards) {
-    const struct {
-        const wchar_t *name, *pattern;
-        BOOL matches;
-    } cases[] = {{L"C:\\a.EXE", L"*.exe", TRUE},  {L".exe", L"*.exe", TRUE},
-                 {L"a.exe.bak", L"*.exe", FALSE}, {L"a.lnk", L"*.exe; *.lnk", TRUE},
-                 {L"abcbd", L"a*b?", TRUE},       {L"ab", L"a*b?", FALSE}};
-    for (const auto& [name, pattern, matches] : cases) {
-        EXPECT_EQ(PathMatchSpecW(name, pattern), matches) << Utf8(name);
-    }
-}
-
-TEST_F(CompatibilityLayer, ParsesAndFormatsClassIdentifiers) {
-    LPOLESTR text = nullptr;
-    ASSERT_EQ(StringFromCLSID(CLSID_ShellLink, &text), S_OK);
-    EXPECT_STREQ(text, L"{00021401-0000-0000-C000-000000000046}");
-    CLSID clsid = {};
-    EXPECT_EQ(CLSIDFromString(text, &clsid), S_OK);
-    EXPECT_TRUE(clsid == CLSID_ShellLink);
-    EXPECT_EQ(CLSIDFromString(L"{0002140a-0000-0000-c000-00000000004F}", &clsid), S_OK);
-    EXPECT_EQ(clsid.Data1, 0x2140AU);
-    for (const wchar_t* const bad :
-         {L"{00021401}", L"", L"{ 0021401-0000-0000-C000-000000000046}",
-          L"{+0021401-0000-0000-C000-000000000046}", L"{0x021401-0000-0000-C000-000000000046}",
-          L"{00021401-0000-0000-C000-000000000046", L"{00021401-0000-0000-C000-000000000046]",
-          L"{00021401-0000-0000-C000-000000000046}}", L"{00021401-0000-0000-C0000-00000000046}"}) {
-        EXPECT_EQ(CLSIDFromString(bad, &clsid), CO_E_CLASSSTRING) << Utf8(bad);
-    }
-    EXPECT_EQ(compat::HeldResources(), "1 task memory");
-    CoTaskMemFree(text);
-    void* link = text;
-    EXPECT_EQ(CoCreateInstance(IID_IUnknown, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &link),
-              REGDB_E_CLASSNOTREG);
-    EXPECT_EQ(link, nullptr);
-    CoUninitialize();
-    EXPECT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &link),
-              CO_E_NOTINITIALIZED);
-    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-}
-
-TEST_F(CompatibilityLayer, CallsAreRecordedWithTheirArguments) {
-    Write(L"C:\\Test\\link.lnk", "");
-    compat::RecordedCalls calls;
+TEST_F(CompatibilityLayer, TestsFailCountAndWatchCalls) {
+    Write(L"C:\\Test\\file", "x");
+    compat::CountedCalls calls;
     {
-        const kelvaro::ScopedHandle file(CreateFileW(L"C:\\Test\\link.lnk", GENERIC_READ, 7,
-                                                     nullptr, OPEN_EXISTING, 0, nullptr));
-        kelvaro::ScopedKey key;
-        RegOpenKeyExW(HKEY_CURRENT_USER, L"No such key", 0, KEY_READ, key.Put());
-        RegCreateKeyExW(HKEY_CLASSES_ROOT, L"a", 0, nullptr, 0, KEY_WRITE, nullptr, key.Put(),
-                        nullptr);
-        RegSetValueExW(key.Get(), nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(L"b"), 8);
-        const compat::FailingCall failing("GetFileAttributesW", ERROR_ACCESS_DENIED);
-        GetFileAttributesW(L"C:\\Test\\\u8F6F");
+        const compat::FailingCall failing("CreateFileW", ERROR_DISK_FULL, 1, 1);
+        const auto works = Open(L"C:\\Test\\file");
+        EXPECT_EQ(compat::HeldResources(), "1 handle");
+        EXPECT_EQ(ErrorOf(bool(Open(L"C:\\Test\\file"))), static_cast<DWORD>(ERROR_DISK_FULL));
+        EXPECT_TRUE(Open(L"C:\\Test\\file"));
     }
-    const std::string created =
-        "RegCreateKeyExW HKEY_CLASSES_ROOT\\a class=null options=0 access=0x20006 security=null";
-    EXPECT_EQ(calls.Lines(),
-              (std::vector<std::string>{
-                  "CreateFileW C:\\Test\\link.lnk access=0x80000000 share=7 disposition=3 flags=0",
-                  "RegOpenKeyExW HKEY_CURRENT_USER\\No such key options=0 access=0x20019", created,
-                  "RegSetValueExW HKEY_LOCAL_MACHINE\\Software\\Classes\\a null type=1 data=b",
-                  "GetFileAttributesW C:\\Test\\\xE8\xBD\xAF",
-                  "RegCloseKey HKEY_LOCAL_MACHINE\\Software\\Classes\\a", "CloseHandle file"}));
-    calls.Clear();
-    {
-        kelvaro::ComPtr<IShellLinkW> link;
-        kelvaro::ComPtr<IPersistFile> file;
-        CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                         link.Put());
-        link->QueryInterface(IID_IPersistFile, file.Put());
-        file->Load(L"C:\\Test\\link.lnk", STGM_READ);
-    }
-    EXPECT_EQ(calls.Count("IShellLinkW::QueryInterface"), 1U)
-        << "without the one inside the creation";
-    EXPECT_EQ(
-        calls.LinesOf({"IPersistFile::Load", "IPersistFile::Release", "IShellLinkW::Release"}),
-        (std::vector<std::string>{"IPersistFile::Load C:\\Test\\link.lnk mode=0",
-                                  "IPersistFile::Release", "IShellLinkW::Release"}));
+    kelvaro::ComPtr<IShellLinkW> link;  // the query that creates it is not a call of its own
+    CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW, link.Put());
+    EXPECT_EQ(calls.Take(),
+              (std::map<std::string, size_t>{{"CreateFileW", 3}, {"CoCreateInstance", 1}}));
+    int boxes = 0;
+    const compat::Watch<&MessageBoxW> watch([&boxes](HWND, LPCWSTR boxText, auto...) {
+        ++boxes;
+        if (boxText == std::wstring_view(L"outer")) {
+            MessageBoxW(nullptr, L"inner", L"", MB_OK);
+        }
+    });
+    EXPECT_EQ(MessageBoxW(nullptr, L"outer", L"", MB_OK), IDOK);
+    EXPECT_EQ(boxes, 2);
 }
 
 }  // namespace

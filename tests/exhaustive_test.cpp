@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "console/console.h"
 #include "i18n/language_file.h"
 #include "oracle/rule_oracle.h"

@@ -9,7 +9,7 @@
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/message_boxes.h"
-#include "testing/recorded_calls.h"
+#include "testing/counted_calls.h"
 
 // Refuses allocations of the library only, not those of the test or the compatibility layer.
 namespace {
@@ -119,12 +119,12 @@ TEST_F(FailingAllocations, ChangeNothingOutsideTheLibrary) {
     for (const auto& [change, call] : cases) {
         g_firstRefused = 0;
         do {
-            const compat::RecordedCalls calls;
+            compat::CountedCalls calls;
             g_allocations = 0;
             g_inLibrary = true;
             const HRESULT result = call();
             g_inLibrary = false;
-            EXPECT_EQ(calls.Count(change) > 0, SUCCEEDED(result)) << change << g_firstRefused;
+            EXPECT_EQ(calls.Take().contains(change), SUCCEEDED(result)) << change << g_firstRefused;
         } while (g_allocations > g_firstRefused++);
     }
 }

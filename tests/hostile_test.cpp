@@ -44,6 +44,8 @@ TEST_F(Hostile, DirectoriesInPlaceOfFilesGiveDefaultTexts) {
     EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
 }
 
+#ifdef _WIN32
+
 TEST_F(Hostile, FilesOpenedExclusivelyGiveDefaultTexts) {
     Write(kLog, "");
     HANDLE holders[3] = {};
@@ -59,6 +61,8 @@ TEST_F(Hostile, FilesOpenedExclusivelyGiveDefaultTexts) {
     EXPECT_EQ(RightClick(), "Found");
     EXPECT_TRUE(IsTargetLocked(kTool));
 }
+
+#endif
 
 TEST_F(Hostile, UnusableLanguageFilesGiveDefaultTexts) {
     const struct {

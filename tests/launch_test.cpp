@@ -5,6 +5,10 @@
 #include "support/message_boxes.h"
 #include "support/prompt.h"
 
+#ifndef _WIN32
+#include "testing/watch.h"
+#endif
+
 namespace kelvaro {
 namespace {
 
@@ -90,6 +94,30 @@ TEST_F(Launch, PassesAnyPathAsOneArgument) {
         EXPECT_TRUE(IsTargetLocked(path)) << Utf8(path);
     }
 }
+
+#ifndef _WIN32
+
+TEST_F(Launch, StartsThePromptHiddenAndWithoutTheHostsHandles) {
+    Copy(platform::BuiltFile("/bin/true"), kPrompt);
+    int starts = 0;
+    const compat::Watch<&CreateProcessW> watch(
+        [&starts](LPCWSTR, LPWSTR line, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL inherit,
+                  DWORD flags, LPVOID environment, LPCWSTR directory, STARTUPINFOW* startup, auto) {
+            ++starts;
+            EXPECT_EQ("CreateProcess: " + Utf8(line), Started("KelvaroAuthPrompt.exe"));
+            EXPECT_FALSE(inherit);
+            EXPECT_EQ(flags, CREATE_NO_WINDOW);
+            EXPECT_EQ(environment, nullptr) << "the prompt needs the host's environment";
+            EXPECT_STREQ(directory, kApplication);
+            EXPECT_EQ(startup->cb, sizeof *startup);
+            EXPECT_EQ(startup->dwFlags, STARTF_USESHOWWINDOW);
+            EXPECT_EQ(startup->wShowWindow, SW_HIDE);
+        });
+    LaunchToggle(kTool, nullptr);
+    EXPECT_EQ(starts, 1);
+}
+
+#endif
 
 }  // namespace
 }  // namespace kelvaro

@@ -1,10 +1,17 @@
 #include "registration/registration.h"
 
+#include <shlobj.h>
+
 #include "common/owners.h"
 #include "rightclick/library.h"
 #include "server/exports.h"
 #include "server/module.h"
 #include "support/fixture.h"
+
+#ifndef _WIN32
+#include "testing/failing_calls.h"
+#include "testing/watch.h"
+#endif
 
 namespace kelvaro {
 namespace {
@@ -97,6 +104,84 @@ TEST_F(Registration, WritesNamedAndDefaultValues) {
     EXPECT_EQ(Value(HKEY_CURRENT_USER, L"Software\\Vorandel\\T", L"N\"A\\ME"), "d\"\\");
     EXPECT_EQ(Value(HKEY_CURRENT_USER, L"software\\VORANDEL\\t"), "");
 }
+
+#ifndef _WIN32
+
+// Counts the notifications of the shell that associations have changed.
+class Notifications {
+  public:
+    int count = 0;
+
+  private:
+    compat::Watch<&SHChangeNotify> watch_{
+        [this](LONG event, UINT flags, LPCVOID first, LPCVOID second) {
+            ++count;
+            EXPECT_EQ(event, SHCNE_ASSOCCHANGED);
+            EXPECT_EQ(flags, SHCNF_IDLIST);
+            EXPECT_EQ(first, nullptr);
+            EXPECT_EQ(second, nullptr);
+        }};
+};
+
+TEST_F(Registration, FallsBackToTheMachinesClassesAfterAnyError) {
+    constexpr size_t kNever = SIZE_MAX;
+    const struct {
+        const char* call;
+        size_t user, machine;  // numbers of the writes that fail below the roots
+        DWORD userError, machineError;
+        HRESULT result;
+    } cases[] = {
+        {"RegCreateKeyExW", 0, kNever, ERROR_ACCESS_DENIED, 0, S_OK},
+        {"RegCreateKeyExW", 4, kNever, ERROR_DISK_FULL, 0, S_OK},
+        {"RegSetValueExW", 2, kNever, ERROR_NOT_ENOUGH_MEMORY, 0, S_OK},
+        {"RegCreateKeyExW", 0, 0, ERROR_DISK_FULL, ERROR_ACCESS_DENIED,
+         HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)},
+        {"RegSetValueExW", 4, 4, ERROR_ACCESS_DENIED, ERROR_DISK_FULL,
+         HRESULT_FROM_WIN32(ERROR_DISK_FULL)},
+        {"RegSetValueExW", kNever, kNever, 0, 0, S_OK},
+    };
+    const std::wstring handler =
+        L"Software\\Classes\\lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
+    const std::wstring library = InstallLibrary();
+    for (const auto& [call, user, machine, userError, machineError, result] : cases) {
+        DeleteFileW(L"C:\\registry.reg");
+        const Notifications notifications;
+        const compat::FailingCall first(call, userError, user, 1);
+        const compat::FailingCall second(call, machineError,
+                                         machine == kNever ? kNever : user + 1 + machine, 1);
+        EXPECT_EQ(DllRegisterServer(), result) << call << user;
+        EXPECT_EQ(notifications.count, SUCCEEDED(result) ? 1 : 0) << call << user;
+        EXPECT_EQ(Entries(HKEY_CLASSES_ROOT, L"") == EntriesFor(library), SUCCEEDED(result))
+            << call << user;
+        EXPECT_EQ(Value(HKEY_LOCAL_MACHINE, handler) != "(none)",
+                  SUCCEEDED(result) && user != kNever)
+            << call << user;
+    }
+}
+
+TEST_F(Registration, UnregistrationGoesOnAfterAFailure) {
+    const std::wstring library = InstallLibrary();
+    for (size_t failing = 0; failing < 6; ++failing) {
+        EXPECT_EQ(RegisterUnderRoot(HKEY_LOCAL_MACHINE, kClasses, kClsidText, library), S_OK);
+        EXPECT_EQ(DllRegisterServer(), S_OK);
+        const Notifications notifications;
+        {
+            const compat::FailingCall failure("RegDeleteTreeW", ERROR_ACCESS_DENIED, failing, 1);
+            EXPECT_EQ(DllUnregisterServer(), S_OK);
+        }
+        EXPECT_EQ(notifications.count, 1);
+        size_t left = 0;  // trees, each with one of these entries
+        for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
+            const std::vector<std::string> entries = Entries(root, kClasses);
+            for (const size_t entry : {0U, 3U, 4U}) {
+                left += entries[entry] == "(none)" ? 0 : 1;
+            }
+        }
+        EXPECT_EQ(left, 1U) << failing;
+    }
+}
+
+#endif
 
 }  // namespace
 }  // namespace kelvaro

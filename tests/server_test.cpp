@@ -8,6 +8,10 @@
 #include "server/module.h"
 #include "support/fixture.h"
 
+#ifndef _WIN32
+#include "testing/counted_calls.h"
+#endif
+
 namespace kelvaro {
 namespace {
 
@@ -90,6 +94,16 @@ TEST_F(Server, CanUnloadOnceNothingIsAlive) {
     EXPECT_EQ(factory->Release(), 0U);
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
 }
+
+#ifndef _WIN32
+
+TEST_F(Server, DeclinesThreadNotifications) {
+    compat::CountedCalls calls;
+    InstallLibrary();  // runs its DllMain
+    EXPECT_EQ(calls.Take()["DisableThreadLibraryCalls"], 1U);
+}
+
+#endif
 
 }  // namespace
 }  // namespace kelvaro

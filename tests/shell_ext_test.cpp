@@ -7,6 +7,12 @@
 #include "support/message_boxes.h"
 #include "support/prompt.h"
 
+#ifndef _WIN32
+#include "testing/failing_calls.h"
+#include "testing/resources.h"
+#include "testing/watch.h"
+#endif
+
 namespace kelvaro {
 namespace {
 
@@ -190,6 +196,41 @@ TEST_F(MenuItem, UsesTheShellsWindowAsOwnerOfErrorBoxes) {
                   Strings{"Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe. owner=4660"});
     }
 }
+
+#ifndef _WIN32
+
+// A virus scanner or a slow disk can hold up each line. Nothing of the host waits for it meanwhile.
+TEST_F(MenuItem, HoldsNothingWhileItWritesTheLog) {
+    CopyShortcut();
+    Copy(platform::BuiltFile("/bin/true"), kPrompt);
+    std::vector<std::string> held;
+    const compat::Watch<&CreateFileW> watch([&held](LPCWSTR name, auto...) {
+        if (name == std::wstring_view(kLog)) {
+            held.push_back(compat::HeldResources());
+        }
+    });
+    const struct {
+        std::vector<std::wstring> files;
+        const char* failing;
+    } cases[] = {{{kTool}, ""},
+                 {{kShortcut}, ""},
+                 {{kTool, kTool}, ""},
+                 {{L"C:\\a.txt"}, ""},
+                 {{kTool}, "DragQueryFileW"},
+                 {{kTool}, "GlobalLock"},
+                 {{kShortcut}, "IPersistFile::Load"}};
+    for (const auto& [files, failing] : cases) {
+        const compat::FailingCall failure(failing, static_cast<DWORD>(E_FAIL), 1);
+        extension_.Select(files);
+    }
+    EXPECT_EQ(extension_.Select({kTool}), S_OK);
+    EXPECT_EQ(extension_.Choose(), S_OK);
+    EXPECT_EQ(held, Strings(8 + 3, "1 module"));
+    extension_.MenuText();
+    EXPECT_EQ(held.back(), "1 menu, 1 module");
+}
+
+#endif
 
 }  // namespace
 }  // namespace kelvaro

@@ -29,7 +29,10 @@ constexpr const wchar_t* Digit(bool value) noexcept {
     return value ? L"1" : L"0";
 }
 
-// Handles one context menu: reads the selection, adds the item, carries out the command.
+}  // namespace
+
+// Handles one context menu: reads the selection, adds the item, carries out the command. Not in the
+// unnamed namespace: a PDB names the thunks that adjust `this` only if they have external linkage.
 class KelvaroShellExt final : public IShellExtInit, public IContextMenu {
   public:
     KelvaroShellExt() noexcept { ++g_objectCount; }
@@ -180,8 +183,6 @@ STDMETHODIMP KelvaroShellExt::GetCommandString(UINT_PTR idCmd, UINT uType, UINT*
         return S_OK;
     });
 }
-
-}  // namespace
 
 HRESULT CreateShellExt(REFIID riid, void** ppv) noexcept {
     return CreateObject<KelvaroShellExt>(riid, ppv);

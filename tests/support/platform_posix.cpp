@@ -12,8 +12,8 @@
 #include "support/message_boxes.h"
 #include "support/platform.h"
 #include "support/small_stack.h"
-#include "testing/message_boxes.h"
 #include "testing/resources.h"
+#include "testing/watch.h"
 
 namespace fs = std::filesystem;
 
@@ -63,7 +63,7 @@ bool ReadOnlyRefuses() {
 }
 
 fs::path NativePath(const std::wstring& path) {
-    return compat::ToHostPath(path).host;
+    return compat::ToHostPath(path.c_str()).host;
 }
 
 std::wstring BuiltFile(const char* path) {
@@ -98,19 +98,20 @@ const bool MessageBoxes::kCanSee = true;
 
 namespace {
 
-std::unique_ptr<compat::MessageBoxReceiver> g_receiver;
+using BoxWatch = compat::Watch<&MessageBoxW>;
+std::unique_ptr<BoxWatch> g_watch;
 
 }  // namespace
 
 MessageBoxes::MessageBoxes() {
-    g_receiver =
-        std::make_unique<compat::MessageBoxReceiver>([this](const compat::MessageBox& box) {
-            std::string line = Utf8(box.caption) + ": " + Utf8(box.text);
-            if (box.style != (MB_OK | MB_ICONERROR)) {
-                line += " style=" + std::to_string(box.style);
+    g_watch =
+        std::make_unique<BoxWatch>([this](HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
+            std::string line = Utf8(caption) + ": " + Utf8(text);
+            if (style != (MB_OK | MB_ICONERROR)) {
+                line += " style=" + std::to_string(style);
             }
-            if (box.owner != nullptr) {
-                line += " owner=" + std::to_string(reinterpret_cast<uintptr_t>(box.owner));
+            if (owner != nullptr) {
+                line += " owner=" + std::to_string(reinterpret_cast<uintptr_t>(owner));
             }
             shown.push_back(line);
             const std::vector<std::string> messages = DriveTest::Messages();
@@ -119,5 +120,5 @@ MessageBoxes::MessageBoxes() {
 }
 
 MessageBoxes::~MessageBoxes() {
-    g_receiver.reset();
+    g_watch.reset();
 }

@@ -9,14 +9,14 @@
 
 #include "internal/call.h"
 #include "internal/drive.h"
+#include "internal/host_file.h"
 #include "internal/kernel_object.h"
 #include "internal/last_error.h"
-#include "internal/open_files.h"
+#include "testing/watch.h"
 
 using compat::ErrorFromErrno;
 using compat::Fail;
-using compat::FileId;
-using compat::OpenFile;
+using compat::IsDirectory;
 using compat::ToHostPath;
 
 namespace {
@@ -25,25 +25,14 @@ constexpr DWORD kWriting = GENERIC_WRITE | FILE_APPEND_DATA;
 constexpr mode_t kFileMode = 0666;
 constexpr mode_t kDirectoryMode = 0777;
 
-class File final : public compat::KernelObject {
-  public:
-    // Takes ownership of `descriptor`.
-    File(int descriptor, std::unique_ptr<OpenFile> entry) noexcept
-        : descriptor_(descriptor), entry_(std::move(entry)) {}
-    ~File() override { close(descriptor_); }
+struct File final : compat::KernelObject {
+    // Takes ownership of `openDescriptor`.
+    File(int openDescriptor, DWORD rights) noexcept : descriptor(openDescriptor), access(rights) {}
+    ~File() override { close(descriptor); }
 
-    const char* Kind() const noexcept override { return "file"; }
-    int Descriptor() const noexcept { return descriptor_; }
-    DWORD Access() const noexcept { return entry_->Access(); }
-
-  private:
-    int descriptor_;
-    std::unique_ptr<OpenFile> entry_;
+    const int descriptor;
+    const DWORD access;
 };
-
-FileId IdOf(const struct stat& status) noexcept {
-    return {status.st_dev, status.st_ino};
-}
 
 // The host lets its administrator open any file. Checking the mode bits here keeps a read-only file
 // read-only for that user too.
@@ -63,11 +52,6 @@ int OpenFlags(DWORD access, DWORD disposition) noexcept {
     flags |= (access & kWriting) == FILE_APPEND_DATA ? O_APPEND : 0;
     flags |= disposition == OPEN_ALWAYS ? O_CREAT : 0;
     return flags;
-}
-
-bool IsDirectory(const std::string& host) noexcept {
-    struct stat status = {};
-    return stat(host.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 // Returns the system error code for errno `number` of a failed call on the path `host`.
@@ -92,33 +76,44 @@ HANDLE FailToOpen(DWORD error) noexcept {
 // Calls `operation` with the host's path of `name`. It returns 0, or another value and sets errno.
 template <class Operation>
 BOOL WithHostPath(LPCWSTR name, Operation&& operation) {
-    const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
+    const auto [host, error] = ToHostPath(name);
     if (error != ERROR_SUCCESS) {
         return Fail(error);
     }
     return operation(host.c_str()) == 0 ? TRUE : Fail(ErrorFor(host, errno));
 }
 
-bool IsReadOnly(const struct stat& status) noexcept {
-    return (status.st_mode & S_IFMT) == S_IFREG && (status.st_mode & S_IWUSR) == 0;
-}
-
-// A file, directory or link. `error` is ERROR_SUCCESS, or why it cannot be deleted or renamed.
+// A file, directory or link. `error` is ERROR_SUCCESS, or why its status cannot be read.
 struct Entry {
     std::string host;
-    struct stat status;
     DWORD error;
+    struct stat status;
+
+    bool IsDirectory() const noexcept { return S_ISDIR(status.st_mode); }
+    bool IsReadOnly() const noexcept {
+        return S_ISREG(status.st_mode) && (status.st_mode & S_IWUSR) == 0;
+    }
 };
 
-Entry FindForDeletion(LPCWSTR name) {
-    auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
-    Entry entry = {std::move(host), {}, error};
+Entry FindEntry(LPCWSTR name) {
+    auto [host, error] = ToHostPath(name);
+    Entry entry = {std::move(host), error, {}};
     if (error == ERROR_SUCCESS && lstat(entry.host.c_str(), &entry.status) != 0) {
         entry.error = ErrorFor(entry.host, errno);
-    } else if (error == ERROR_SUCCESS && !OpenFile::SharesDeletion(IdOf(entry.status))) {
-        entry.error = ERROR_SHARING_VIOLATION;
     }
     return entry;
+}
+
+// Returns the attributes of `entry`. If it cannot be read, sets the last error.
+DWORD Attributes(const Entry& entry) noexcept {
+    if (entry.error != ERROR_SUCCESS) {
+        SetLastError(entry.error);
+        return INVALID_FILE_ATTRIBUTES;
+    }
+    DWORD attributes = entry.IsDirectory() ? FILE_ATTRIBUTE_DIRECTORY : 0;
+    attributes |= S_ISLNK(entry.status.st_mode) ? FILE_ATTRIBUTE_REPARSE_POINT : 0;
+    attributes |= entry.IsReadOnly() ? FILE_ATTRIBUTE_READONLY : 0;
+    return attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
 }
 
 std::shared_ptr<File> FindFile(HANDLE handle) {
@@ -133,10 +128,10 @@ BOOL TransferBytes(HANDLE file, DWORD access, LPDWORD done, Operation&& transfer
     if (!object) {
         return Fail(ERROR_INVALID_HANDLE);
     }
-    if ((object->Access() & access) == 0) {
+    if ((object->access & access) == 0) {
         return Fail(ERROR_ACCESS_DENIED);
     }
-    const ssize_t bytes = transfer(object->Descriptor());
+    const ssize_t bytes = transfer(object->descriptor);
     if (bytes < 0) {
         return Fail(ErrorFromErrno(errno));
     }
@@ -148,54 +143,44 @@ BOOL TransferBytes(HANDLE file, DWORD access, LPDWORD done, Operation&& transfer
 
 }  // namespace
 
-HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* /*security*/,
-                   DWORD disposition, DWORD flags, HANDLE /*templateFile*/) noexcept {
-    const compat::Call call("CreateFileW", ERROR_ACCESS_DENIED,
-                            "{} access={} share={} disposition={} flags={}", name, access, share,
-                            disposition, flags);
+HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                   DWORD disposition, DWORD flags, HANDLE templateFile) noexcept {
+    const compat::Call call("CreateFileW", ERROR_ACCESS_DENIED);
+    compat::Watch<&CreateFileW>::Pass(name, access, share, security, disposition, flags,
+                                      templateFile);
     if (call.Fails()) {
         return INVALID_HANDLE_VALUE;
     }
-    const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
+    const auto [host, error] = ToHostPath(name);
     if (error != ERROR_SUCCESS) {
         return FailToOpen(error);
     }
     struct stat status = {};
     const bool existed = stat(host.c_str(), &status) == 0;
-    if (existed && S_ISDIR(status.st_mode) && (flags & FILE_FLAG_BACKUP_SEMANTICS) == 0) {
-        return FailToOpen(ERROR_ACCESS_DENIED);
-    }
-    if (existed && !IsAllowed(status.st_mode, access)) {
+    const bool refused = (S_ISDIR(status.st_mode) && (flags & FILE_FLAG_BACKUP_SEMANTICS) == 0) ||
+                         !IsAllowed(status.st_mode, access);
+    if (existed && refused) {
         return FailToOpen(ERROR_ACCESS_DENIED);
     }
     const int descriptor = open(host.c_str(), OpenFlags(access, disposition), kFileMode);
-    if (descriptor < 0 || fstat(descriptor, &status) != 0) {
+    if (descriptor < 0) {
         return FailToOpen(ErrorFor(host, errno));
     }
-    auto entry = OpenFile::Add(IdOf(status), access, share);
-    if (!entry) {
-        close(descriptor);
-        return FailToOpen(ERROR_SHARING_VIOLATION);
-    }
     SetLastError(existed && disposition != OPEN_EXISTING ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
-    return compat::Handles().Add<HANDLE>(std::make_shared<File>(descriptor, std::move(entry)));
+    return compat::Handles().Add<HANDLE>(std::make_shared<File>(descriptor, access));
 }
 
-BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
-              OVERLAPPED* /*async*/) noexcept {
+BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read, OVERLAPPED* async) noexcept {
     if (read != nullptr) {
         *read = 0;
     }
-    const compat::Call call(
-        "ReadFile", ERROR_READ_FAULT, "{} size={}", [file] { return compat::HandleText(file); },
-        size);
+    const compat::Call call("ReadFile", ERROR_READ_FAULT);
+    compat::Watch<&ReadFile>::Pass(file, buffer, size, read, async);
     if (call.Fails()) {
         return FALSE;
     }
     return TransferBytes(file, GENERIC_READ, read, [buffer, size](int descriptor) {
-        const ssize_t got = ::read(descriptor, buffer, size);
-        compat::CountBytesRead(static_cast<size_t>(std::max<ssize_t>(got, 0)));
-        return got;
+        return ::read(descriptor, buffer, size);
     });
 }
 
@@ -204,9 +189,7 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
     if (written != nullptr) {
         *written = 0;
     }
-    const compat::Call call(
-        "WriteFile", ERROR_DISK_FULL, "{} size={}", [file] { return compat::HandleText(file); },
-        size);
+    const compat::Call call("WriteFile", ERROR_DISK_FULL);
     if (call.Fails()) {
         return FALSE;
     }
@@ -216,14 +199,13 @@ BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
 }
 
 BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept {
-    const compat::Call call("GetFileSizeEx", ERROR_NOT_READY, "{}",
-                            [file] { return compat::HandleText(file); });
+    const compat::Call call("GetFileSizeEx", ERROR_NOT_READY);
     if (call.Fails()) {
         return FALSE;
     }
     const auto object = FindFile(file);
     struct stat status = {};
-    if (!object || fstat(object->Descriptor(), &status) != 0) {
+    if (!object || fstat(object->descriptor, &status) != 0) {
         return Fail(ERROR_INVALID_HANDLE);
     }
     size->QuadPart = status.st_size;
@@ -231,28 +213,11 @@ BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size) noexcept {
 }
 
 DWORD GetFileAttributesW(LPCWSTR name) noexcept {
-    const compat::Call call("GetFileAttributesW", ERROR_ACCESS_DENIED, "{}", name);
-    if (call.Fails()) {
-        return INVALID_FILE_ATTRIBUTES;
-    }
-    const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
-    struct stat status = {};
-    if (error != ERROR_SUCCESS || lstat(host.c_str(), &status) != 0) {
-        SetLastError(error != ERROR_SUCCESS ? error : ErrorFor(host, errno));
-        return INVALID_FILE_ATTRIBUTES;
-    }
-    DWORD attributes = S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : 0;
-    attributes |= S_ISLNK(status.st_mode) ? FILE_ATTRIBUTE_REPARSE_POINT : 0;
-    attributes |= IsReadOnly(status) ? FILE_ATTRIBUTE_READONLY : 0;
-    return attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
+    const compat::Call call("GetFileAttributesW", ERROR_ACCESS_DENIED);
+    return call.Fails() ? INVALID_FILE_ATTRIBUTES : Attributes(FindEntry(name));
 }
 
 BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept {
-    const compat::Call call("SetFileAttributesW", ERROR_ACCESS_DENIED, "{} attributes={}", name,
-                            attributes);
-    if (call.Fails()) {
-        return FALSE;
-    }
     return WithHostPath(name, [attributes](const char* host) {
         struct stat status = {};
         if (stat(host, &status) != 0) {
@@ -265,7 +230,7 @@ BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept {
 }
 
 BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* /*security*/) noexcept {
-    const compat::Call call("CreateDirectoryW", ERROR_ACCESS_DENIED, "{}", name);
+    const compat::Call call("CreateDirectoryW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
         return FALSE;
     }
@@ -273,71 +238,57 @@ BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* /*security*/) noexcept 
 }
 
 BOOL RemoveDirectoryW(LPCWSTR name) noexcept {
-    const compat::Call call("RemoveDirectoryW", ERROR_ACCESS_DENIED, "{}", name);
-    if (call.Fails()) {
-        return FALSE;
-    }
-    const Entry entry = FindForDeletion(name);
+    const Entry entry = FindEntry(name);
     if (entry.error != ERROR_SUCCESS) {
         return Fail(entry.error);
     }
-    if (!S_ISDIR(entry.status.st_mode)) {
+    if (!entry.IsDirectory()) {
         return Fail(ERROR_DIRECTORY);
     }
     return rmdir(entry.host.c_str()) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
 }
 
 BOOL DeleteFileW(LPCWSTR name) noexcept {
-    const compat::Call call("DeleteFileW", ERROR_ACCESS_DENIED, "{}", name);
-    if (call.Fails()) {
-        return FALSE;
-    }
-    const Entry entry = FindForDeletion(name);
-    if (S_ISDIR(entry.status.st_mode)) {
-        return Fail(ERROR_ACCESS_DENIED);
-    }
+    const Entry entry = FindEntry(name);
     if (entry.error != ERROR_SUCCESS) {
         return Fail(entry.error);
     }
-    if (IsReadOnly(entry.status)) {
+    if (entry.IsDirectory() || entry.IsReadOnly()) {
         return Fail(ERROR_ACCESS_DENIED);
     }
     return unlink(entry.host.c_str()) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
 }
 
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
-    const compat::Call call("MoveFileExW", ERROR_ACCESS_DENIED, "{} {} flags={}", from, to, flags);
-    if (call.Fails()) {
-        return FALSE;
-    }
-    const Entry source = FindForDeletion(from);
+    const Entry source = FindEntry(from);
+    const Entry target = FindEntry(to);
     if (source.error != ERROR_SUCCESS) {
         return Fail(source.error);
     }
-    const auto [target, error] = ToHostPath(to == nullptr ? L"" : to);
-    if (error != ERROR_SUCCESS) {
-        return Fail(error);
+    if (target.host.empty()) {
+        return Fail(target.error);
     }
-    struct stat status = {};
-    if (lstat(target.c_str(), &status) == 0 && !(IdOf(status) == IdOf(source.status))) {
-        if ((flags & MOVEFILE_REPLACE_EXISTING) == 0) {
-            return Fail(ERROR_ALREADY_EXISTS);
-        }
-        // An open file cannot be replaced, even if all its handles share deletion.
-        if (S_ISDIR(status.st_mode) || IsReadOnly(status) || OpenFile::IsOpen(IdOf(status))) {
-            return Fail(ERROR_ACCESS_DENIED);
-        }
+    const bool replaces =
+        target.error == ERROR_SUCCESS && (target.status.st_dev != source.status.st_dev ||
+                                          target.status.st_ino != source.status.st_ino);
+    if (replaces && (flags & MOVEFILE_REPLACE_EXISTING) == 0) {
+        return Fail(ERROR_ALREADY_EXISTS);
     }
-    return rename(source.host.c_str(), target.c_str()) == 0 ? TRUE : Fail(ErrorFor(target, errno));
+    if (replaces && (target.IsDirectory() || target.IsReadOnly())) {
+        return Fail(ERROR_ACCESS_DENIED);
+    }
+    return rename(source.host.c_str(), target.host.c_str()) == 0
+               ? TRUE
+               : Fail(ErrorFor(target.host, errno));
 }
 
 BOOL GetFileAttributesExW(LPCWSTR name, GET_FILEEX_INFO_LEVELS /*level*/, LPVOID data) noexcept {
-    const DWORD attributes = GetFileAttributesW(name);
-    const std::string host = ToHostPath(name).host;
-    struct stat status = {};
-    if (attributes == INVALID_FILE_ATTRIBUTES || stat(host.c_str(), &status) != 0) {
+    const Entry entry = FindEntry(name);
+    const DWORD attributes = Attributes(entry);
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
         return FALSE;
     }
+    const struct stat& status = entry.status;
     // File times count units of 100 ns from 1601 on.
     constexpr uint64_t kUnitsPerSecond = 10'000'000;
     constexpr uint64_t kSecondsTo1970 = 11'644'473'600;

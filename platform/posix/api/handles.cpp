@@ -1,6 +1,5 @@
 #include <winbase.h>
 
-#include "internal/call.h"
 #include "internal/kernel_object.h"
 #include "internal/last_error.h"
 
@@ -12,15 +11,9 @@ ObjectTable<KernelObject, Resource::handle>& Handles() {
     return table;
 }
 
-std::string HandleText(HANDLE handle) {
-    const auto object = Handles().Find(handle);
-    return object ? object->Kind() : "invalid handle";
-}
-
 }  // namespace compat
 
 BOOL CloseHandle(HANDLE handle) noexcept {
-    const compat::Call call("CloseHandle", "{}", [handle] { return compat::HandleText(handle); });
     return compat::Handles().Remove(handle) ? TRUE : compat::Fail(ERROR_INVALID_HANDLE);
 }
 

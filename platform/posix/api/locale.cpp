@@ -4,20 +4,7 @@
 #include <ctime>
 #include <string_view>
 
-#include "internal/call.h"
-
 namespace {
-
-struct Language {
-    std::string_view tag;
-    LANGID id;
-};
-
-// Prefixes of the host's locale names, longer ones first.
-constexpr Language kLanguages[] = {{"zh_TW", 0x0404}, {"zh_HK", 0x0C04}, {"zh_SG", 0x1004},
-                                   {"zh", 0x0804},    {"de", 0x0407},    {"fr", 0x040C},
-                                   {"ja", 0x0411}};
-constexpr LANGID kAmericanEnglish = 0x0409;
 
 std::string_view HostLocale() noexcept {
     for (const char* const variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
@@ -32,18 +19,12 @@ std::string_view HostLocale() noexcept {
 }  // namespace
 
 LANGID GetUserDefaultUILanguage() noexcept {
-    const compat::Call call("GetUserDefaultUILanguage");
-    const std::string_view locale = HostLocale();
-    for (const auto& [tag, id] : kLanguages) {
-        if (locale.starts_with(tag)) {
-            return id;
-        }
-    }
-    return kAmericanEnglish;
+    constexpr LANGID kChinese = 0x0804;
+    constexpr LANGID kAmericanEnglish = 0x0409;
+    return HostLocale().starts_with("zh") ? kChinese : kAmericanEnglish;
 }
 
 void GetLocalTime(SYSTEMTIME* time) noexcept {
-    const compat::Call call("GetLocalTime");
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
     tm local = {};

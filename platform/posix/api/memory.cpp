@@ -44,9 +44,8 @@ std::string_view GlobalContent(HGLOBAL memory) noexcept {
 
 }  // namespace compat
 
-HGLOBAL GlobalAlloc(UINT flags, SIZE_T size) noexcept {
-    const compat::Call call("GlobalAlloc", ERROR_NOT_ENOUGH_MEMORY, "flags={} size={}", flags,
-                            size);
+HGLOBAL GlobalAlloc(UINT /*flags*/, SIZE_T size) noexcept {
+    const compat::Call call("GlobalAlloc", ERROR_NOT_ENOUGH_MEMORY);
     if (call.Fails()) {
         return nullptr;
     }
@@ -71,7 +70,6 @@ LPVOID GlobalLock(HGLOBAL memory) noexcept {
 }
 
 BOOL GlobalUnlock(HGLOBAL memory) noexcept {
-    const compat::Call call("GlobalUnlock");
     const auto block = FindBlock(memory);
     if (!block) {
         return FALSE;
@@ -85,7 +83,6 @@ BOOL GlobalUnlock(HGLOBAL memory) noexcept {
 }
 
 HGLOBAL GlobalFree(HGLOBAL memory) noexcept {
-    const compat::Call call("GlobalFree");
     if (Blocks().Remove(memory)) {
         return nullptr;
     }
@@ -94,16 +91,11 @@ HGLOBAL GlobalFree(HGLOBAL memory) noexcept {
 }
 
 HLOCAL LocalFree(HLOCAL memory) noexcept {
-    const compat::Call call("LocalFree");
     CoTaskMemFree(memory);
     return nullptr;
 }
 
 LPVOID CoTaskMemAlloc(SIZE_T size) noexcept {
-    const compat::Call call("CoTaskMemAlloc", ERROR_NOT_ENOUGH_MEMORY, "size={}", size);
-    if (call.Fails()) {
-        return nullptr;
-    }
     void* const memory = std::malloc(size);
     if (memory != nullptr) {
         compat::CountResource(compat::Resource::taskMemory, 1);
@@ -112,7 +104,6 @@ LPVOID CoTaskMemAlloc(SIZE_T size) noexcept {
 }
 
 void CoTaskMemFree(LPVOID memory) noexcept {
-    const compat::Call call("CoTaskMemFree");
     if (memory != nullptr) {
         compat::CountResource(compat::Resource::taskMemory, -1);
         std::free(memory);

@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cwchar>
 #include <iterator>
 
 namespace {
@@ -42,19 +43,10 @@ DWORD FormatMessageW(DWORD /*flags*/, LPCVOID /*source*/, DWORD message, DWORD /
     const auto* const found = std::find_if(
         std::begin(kMessages), std::end(kMessages),
         [message](const SystemMessage& each) { return static_cast<DWORD>(each.code) == message; });
-    if (found == std::end(kMessages) || size == 0) {
-        SetLastError(static_cast<DWORD>(found == std::end(kMessages) ? ERROR_MR_MID_NOT_FOUND
-                                                                     : ERROR_INSUFFICIENT_BUFFER));
+    if (found == std::end(kMessages)) {
+        SetLastError(ERROR_MR_MID_NOT_FOUND);
         return 0;
     }
-    DWORD length = 0;
-    for (; found->text[length] != L'\0'; ++length) {
-        if (length + 1 == size) {
-            SetLastError(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
-            return 0;
-        }
-        buffer[length] = found->text[length];
-    }
-    buffer[length] = L'\0';
-    return length;
+    lstrcpynW(buffer, found->text, static_cast<int>(size));
+    return static_cast<DWORD>(std::wcslen(buffer));
 }

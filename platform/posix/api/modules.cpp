@@ -45,19 +45,11 @@ std::string HostFileOf(HMODULE module) {
 }  // namespace
 
 HMODULE LoadLibraryW(LPCWSTR name) noexcept {
-    std::string host;
-    {
-        const compat::Call call("LoadLibraryW", ERROR_MOD_NOT_FOUND, "{}", name);
-        if (call.Fails()) {
-            return nullptr;
-        }
-        host = compat::ToHostPath(name).host;
-        if (access(host.c_str(), F_OK) != 0) {
-            SetLastError(ERROR_MOD_NOT_FOUND);
-            return nullptr;
-        }
+    const std::string host = compat::ToHostPath(name).host;
+    if (access(host.c_str(), F_OK) != 0) {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return nullptr;
     }
-    // Outside of the call, because the module's DllMain makes calls of its own.
     void* const opened = dlopen(host.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (opened == nullptr) {
         SetLastError(ERROR_BAD_EXE_FORMAT);
@@ -73,10 +65,6 @@ HMODULE LoadLibraryW(LPCWSTR name) noexcept {
 }
 
 FARPROC GetProcAddress(HMODULE module, LPCSTR name) noexcept {
-    const compat::Call call("GetProcAddress", ERROR_PROC_NOT_FOUND, "{}", name);
-    if (call.Fails()) {
-        return nullptr;
-    }
     void* const opened = OpenedModule(module);
     void* const found = opened == nullptr ? nullptr : dlsym(opened, name);
     if (found == nullptr) {
@@ -88,7 +76,6 @@ FARPROC GetProcAddress(HMODULE module, LPCSTR name) noexcept {
 BOOL FreeLibrary(HMODULE module) noexcept {
     void* opened = nullptr;
     {
-        const compat::Call call("FreeLibrary");
         const std::lock_guard lock(g_modulesMutex);
         const auto found = g_modules.find(module);
         if (found == g_modules.end()) {
@@ -102,8 +89,7 @@ BOOL FreeLibrary(HMODULE module) noexcept {
 }
 
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
-    const compat::Call call("GetModuleFileNameW", ERROR_MOD_NOT_FOUND, "{} size={}",
-                            module == nullptr ? "null" : "module", size);
+    const compat::Call call("GetModuleFileNameW", ERROR_MOD_NOT_FOUND);
     if (call.Fails()) {
         return 0;
     }
@@ -123,8 +109,7 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
 }
 
 BOOL DisableThreadLibraryCalls(HMODULE module) noexcept {
-    const compat::Call call("DisableThreadLibraryCalls", ERROR_INVALID_HANDLE, "{}",
-                            module == nullptr ? "null" : "module");
+    const compat::Call call("DisableThreadLibraryCalls", ERROR_INVALID_HANDLE);
     if (call.Fails()) {
         return FALSE;
     }

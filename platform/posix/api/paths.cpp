@@ -50,23 +50,15 @@ DWORD CopyPath(const std::wstring& path, LPWSTR buffer, DWORD size) noexcept {
 }  // namespace
 
 DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer) noexcept {
-    const compat::Call call("GetCurrentDirectoryW", ERROR_ACCESS_DENIED);
-    if (call.Fails()) {
-        return 0;
-    }
     const std::wstring path = compat::CurrentDirectory();
     return path.empty() ? static_cast<DWORD>(compat::Fail(ERROR_PATH_NOT_FOUND))
                         : CopyPath(path, buffer, size);
 }
 
 DWORD GetFullPathNameW(LPCWSTR name, DWORD size, LPWSTR buffer, LPWSTR* /*filePart*/) noexcept {
-    const compat::Call call("GetFullPathNameW", ERROR_INVALID_NAME, "{}", name);
-    if (call.Fails()) {
-        return 0;
-    }
     if (name == nullptr || *name == L'\0') {
         return static_cast<DWORD>(compat::Fail(ERROR_INVALID_NAME));
     }
-    std::wstring path = compat::NormalizePath(MakeAbsolute(name));
+    std::wstring path = compat::ResolveDots(MakeAbsolute(name));
     return CopyPath(path, buffer, size);
 }

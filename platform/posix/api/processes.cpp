@@ -1,17 +1,15 @@
-#include <fcntl.h>
 #include <objbase.h>
 #include <shellapi.h>
-#include <sys/stat.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <windows.h>
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
-#include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "internal/call.h"
@@ -21,6 +19,7 @@
 #include "internal/host_file.h"
 #include "internal/kernel_object.h"
 #include "internal/last_error.h"
+#include "testing/watch.h"
 
 namespace {
 
@@ -29,20 +28,7 @@ namespace {
 constexpr char kCommandLineVariable[] = "KELVARO_COMMAND_LINE";
 
 // The handle of a process or of its first thread. It can only be closed.
-struct ProcessHandle final : compat::KernelObject {
-    explicit ProcessHandle(const char* kind) noexcept : kind_(kind) {}
-    const char* Kind() const noexcept override { return kind_; }
-
-  private:
-    const char* kind_;
-};
-
-struct Launch {
-    std::string program;
-    std::string directory;
-    std::vector<std::string> arguments;
-    std::vector<std::string> environment;
-};
+struct ProcessHandle final : compat::KernelObject {};
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
@@ -54,95 +40,57 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
+// Returns the environment with the variables that the new process needs in front, where getenv
+// finds them first.
 std::vector<std::string> EnvironmentWith(std::wstring_view commandLine) {
-    const std::string variables[] = {
+    std::vector<std::string> environment = {
         std::string(kCommandLineVariable) + "=" + compat::Utf8FromWide(commandLine),
         std::string(compat::kDriveVariable) + "=" + compat::DriveDirectory()};
-    std::vector<std::string> environment(std::begin(variables), std::end(variables));
     for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string_view name = std::string_view(*entry).substr(0, std::strcspn(*entry, "="));
-        if (name != kCommandLineVariable && name != compat::kDriveVariable) {
-            environment.emplace_back(*entry);
-        }
+        environment.emplace_back(*entry);
     }
     return environment;
 }
 
-// Returns ERROR_SUCCESS if `program` can be run, otherwise the error.
-DWORD CheckProgram(const std::string& program) noexcept {
-    struct stat status = {};
-    if (stat(program.c_str(), &status) != 0) {
-        return compat::ErrorFromErrno(errno);
+// Starts a process that nobody has to wait for. Returns 0 or an errno value.
+int Start(const std::string& program, const std::string& directory,
+          std::vector<std::string> arguments, std::vector<std::string> environment) {
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
+    pid_t process = 0;
+    const int failure = posix_spawn(&process, program.c_str(), &actions, &attributes,
+                                    Pointers(arguments).data(), Pointers(environment).data());
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    if (failure == 0) {
+        // Reaps the process when it ends.
+        std::thread([process] { waitpid(process, nullptr, 0); }).detach();
     }
-    if (S_ISDIR(status.st_mode)) {
-        return ERROR_ACCESS_DENIED;
-    }
-    return access(program.c_str(), X_OK) == 0 ? ERROR_SUCCESS : ERROR_BAD_EXE_FORMAT;
-}
-
-// Starts a process that nobody has to wait for: the forked child forks again and exits, so that the
-// host's init process reaps the grandchild. The grandchild sends errno through the pipe if exec
-// fails; a successful exec closes the pipe.
-DWORD Start(Launch& launch) {
-    const std::vector<char*> arguments = Pointers(launch.arguments);
-    const std::vector<char*> environment = Pointers(launch.environment);
-    int report[2] = {};
-    if (pipe2(report, O_CLOEXEC) != 0) {
-        return ERROR_NOT_ENOUGH_MEMORY;
-    }
-    const pid_t child = fork();
-    if (child == 0) {
-        if (fork() == 0) {
-            setsid();
-            if (chdir(launch.directory.c_str()) == 0) {
-                execve(launch.program.c_str(), arguments.data(), environment.data());
-            }
-            const int failure = errno;
-            [[maybe_unused]] const ssize_t sent = write(report[1], &failure, sizeof failure);
-        }
-        _exit(0);
-    }
-    close(report[1]);
-    int failure = child < 0 ? ENOMEM : 0;
-    if (child > 0) {
-        waitpid(child, nullptr, 0);
-        if (read(report[0], &failure, sizeof failure) != sizeof failure) {
-            failure = 0;
-        }
-    }
-    close(report[0]);
-    return failure == 0 ? DWORD{ERROR_SUCCESS} : compat::ErrorFromErrno(failure);
+    return failure;
 }
 
 DWORD StartCommandLine(std::wstring_view commandLine, const std::wstring& directory) {
-    const std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
+    std::vector<std::string> arguments;
+    for (const std::wstring& argument : compat::ParseCommandLine(commandLine)) {
+        arguments.push_back(compat::Utf8FromWide(argument));
+    }
     if (arguments.empty()) {
         return ERROR_INVALID_PARAMETER;
     }
-    const auto [program, error] = compat::ToHostPath(arguments[0]);
+    const auto [program, error] = compat::ToHostPath(compat::WideFromUtf8(arguments[0]).c_str());
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    if (const DWORD refused = CheckProgram(program); refused != ERROR_SUCCESS) {
-        return refused;
-    }
-    Launch launch = {program, compat::ToHostPath(directory).host, {}, EnvironmentWith(commandLine)};
-    if (launch.directory.empty() || access(launch.directory.c_str(), X_OK) != 0) {
-        return ERROR_DIRECTORY;
-    }
-    for (const std::wstring& argument : arguments) {
-        launch.arguments.push_back(compat::Utf8FromWide(argument));
-    }
-    return Start(launch);
-}
-
-// Returns the members of `startup` that callers set, as text.
-std::string StartupText(const STARTUPINFOW* startup) {
-    return startup == nullptr ? "null"
-                              : compat::FillIn("(size={} flags={} show={})",
-                                               {compat::ArgumentText(startup->cb),
-                                                compat::ArgumentText(startup->dwFlags),
-                                                compat::ArgumentText(startup->wShowWindow)});
+    const int failure = Start(program, compat::ToHostPath(directory.c_str()).host, arguments,
+                              EnvironmentWith(commandLine));
+    // A file without the right to execute is not a program.
+    const bool noProgram = failure == EACCES && !compat::IsDirectory(program);
+    return failure == 0 ? DWORD{ERROR_SUCCESS}
+                        : compat::ErrorFromErrno(noProgram ? ENOEXEC : failure);
 }
 
 std::wstring OwnCommandLine() {
@@ -169,12 +117,9 @@ BOOL CreateProcessW(LPCWSTR application, LPWSTR commandLine, SECURITY_ATTRIBUTES
                     SECURITY_ATTRIBUTES* thread, BOOL inherit, DWORD flags, LPVOID environment,
                     LPCWSTR directory, STARTUPINFOW* startup,
                     PROCESS_INFORMATION* information) noexcept {
-    const compat::Call call(
-        "CreateProcessW", ERROR_NOT_ENOUGH_MEMORY,
-        "application={} command={} process={} thread={} inherit={} flags={} environment={} "
-        "directory={} startup={}",
-        application, LPCWSTR{commandLine}, process, thread, inherit, flags, environment, directory,
-        [startup] { return StartupText(startup); });
+    const compat::Call call("CreateProcessW", ERROR_NOT_ENOUGH_MEMORY);
+    compat::Watch<&CreateProcessW>::Pass(application, commandLine, process, thread, inherit, flags,
+                                         environment, directory, startup, information);
     if (call.Fails()) {
         return FALSE;
     }
@@ -186,22 +131,17 @@ BOOL CreateProcessW(LPCWSTR application, LPWSTR commandLine, SECURITY_ATTRIBUTES
     if (error != ERROR_SUCCESS) {
         return compat::Fail(error);
     }
-    *information = {compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>("process")),
-                    compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>("thread")), 0, 0};
+    *information = {compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>()),
+                    compat::Handles().Add<HANDLE>(std::make_shared<ProcessHandle>()), 0, 0};
     return TRUE;
 }
 
 LPWSTR GetCommandLineW() noexcept {
-    const compat::Call call("GetCommandLineW");
     static std::wstring line = OwnCommandLine();
     return line.data();
 }
 
 LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
-    const compat::Call call("CommandLineToArgvW", ERROR_NOT_ENOUGH_MEMORY, "{}", commandLine);
-    if (call.Fails()) {
-        return nullptr;
-    }
     std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
     if (arguments.empty()) {
         arguments.push_back(compat::FromHostPath(compat::ProgramFile()));
@@ -228,7 +168,6 @@ LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
 }
 
 void Sleep(DWORD milliseconds) noexcept {
-    const compat::Call call("Sleep", "{}", milliseconds);
     const timespec duration = {static_cast<time_t>(milliseconds / 1000),
                                static_cast<long>(milliseconds % 1000) * 1'000'000};
     nanosleep(&duration, nullptr);

@@ -98,6 +98,15 @@ std::wstring FullPath(const RegistryKeys& keys, HKEY root, LPCWSTR subkey) {
     return parent ? Append(parent->path, subkey) : std::wstring();
 }
 
+// Looks for an existing key and stores its path.
+LSTATUS FindPath(const RegistryKeys& keys, HKEY root, LPCWSTR subkey, std::wstring& path) {
+    path = FullPath(keys, root, subkey);
+    if (path.empty()) {
+        return ERROR_INVALID_HANDLE;
+    }
+    return Exists(keys, path) ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+}
+
 // Creates the key at `path` and its missing parents.
 void CreateKeys(RegistryKeys& keys, const std::wstring& path) {
     for (size_t end = path.find(L'\\'); end != std::wstring::npos;) {
@@ -150,59 +159,34 @@ LSTATUS CopyValue(const compat::RegistryValue& value, LPDWORD type, BYTE* data, 
     return ERROR_SUCCESS;
 }
 
-// Returns the path of `subkey` below `root`, as the caller named it.
-std::string KeyText(HKEY root, LPCWSTR subkey = nullptr) {
-    if (root == HKEY_CLASSES_ROOT) {
-        return compat::Utf8FromWide(Append(L"HKEY_CLASSES_ROOT", subkey));
-    }
-    const std::wstring path = FullPath({}, root, subkey);
-    return path.empty() ? "invalid key" : compat::Utf8FromWide(path);
-}
-
-// Returns text up to its first null, and the number of bytes of other data.
-std::string DataText(DWORD type, const BYTE* data, DWORD size) {
-    if (type != REG_SZ && type != REG_EXPAND_SZ) {
-        return compat::FillIn("({} bytes)", {std::to_string(size)});
-    }
-    std::wstring text(size / sizeof(wchar_t), L'\0');
-    std::memcpy(text.data(), data, text.size() * sizeof(wchar_t));
-    return compat::ArgumentText(text.c_str());
-}
-
 }  // namespace
 
-LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD options, REGSAM access,
+LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
                       HKEY* opened) noexcept {
-    const compat::Call call(
-        "RegOpenKeyExW", ERROR_ACCESS_DENIED, "{} options={} access={}",
-        [=] { return KeyText(root, path); }, options, access);
+    const compat::Call call("RegOpenKeyExW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
-        return static_cast<LSTATUS>(call.Error());
+        return call.Result();
     }
     *opened = nullptr;
-    const RegistryKeys keys = Load();
-    const std::wstring full = FullPath(keys, root, path);
-    if (full.empty()) {
-        return ERROR_INVALID_HANDLE;
+    std::wstring full;
+    const LSTATUS status = FindPath(Load(), root, path, full);
+    if (status == ERROR_SUCCESS) {
+        *opened = Keys().Add<HKEY>(std::make_shared<OpenKey>(OpenKey{full, access}));
     }
-    if (!Exists(keys, full)) {
-        return ERROR_FILE_NOT_FOUND;
-    }
-    *opened = Keys().Add<HKEY>(std::make_shared<OpenKey>(OpenKey{full, access}));
-    return ERROR_SUCCESS;
+    return status;
 }
 
-// NOLINTNEXTLINE(readability-non-const-parameter): the platform declares `keyClass` so
-LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR keyClass, DWORD options,
-                        REGSAM access, const SECURITY_ATTRIBUTES* security, HKEY* opened,
-                        LPDWORD /*disposition*/) noexcept {
-    const compat::Call call(
-        "RegCreateKeyExW", ERROR_ACCESS_DENIED, "{} class={} options={} access={} security={}",
-        [=] { return KeyText(root, path); }, LPCWSTR{keyClass}, options, access, security);
+LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*keyClass*/,
+                        DWORD options, REGSAM access, const SECURITY_ATTRIBUTES* /*security*/,
+                        HKEY* opened, LPDWORD /*disposition*/) noexcept {
+    const compat::Call call("RegCreateKeyExW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
-        return static_cast<LSTATUS>(call.Error());
+        return call.Result();
     }
     *opened = nullptr;
+    if (options != REG_OPTION_NON_VOLATILE) {
+        return ERROR_INVALID_PARAMETER;  // the registry file keeps all keys
+    }
     std::wstring full;
     const LSTATUS status = Update([&](RegistryKeys& keys) -> LSTATUS {
         full = FullPath(keys, root, path);
@@ -220,10 +204,9 @@ LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR keyC
 
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD type, BYTE* data,
                          LPDWORD size) noexcept {
-    const compat::Call call(
-        "RegQueryValueExW", ERROR_ACCESS_DENIED, "{} {}", [key] { return KeyText(key); }, name);
+    const compat::Call call("RegQueryValueExW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
-        return static_cast<LSTATUS>(call.Error());
+        return call.Result();
     }
     LSTATUS status = data != nullptr && size == nullptr ? ERROR_INVALID_PARAMETER : ERROR_SUCCESS;
     const auto open = FindKey(key, kQueryRight, status);
@@ -242,11 +225,9 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD t
 
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, const BYTE* data,
                        DWORD size) noexcept {
-    const compat::Call call(
-        "RegSetValueExW", ERROR_ACCESS_DENIED, "{} {} type={} data={}",
-        [key] { return KeyText(key); }, name, type, [=] { return DataText(type, data, size); });
+    const compat::Call call("RegSetValueExW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
-        return static_cast<LSTATUS>(call.Error());
+        return call.Result();
     }
     LSTATUS status = ERROR_SUCCESS;
     const auto open = FindKey(key, kSetRight, status);
@@ -265,20 +246,18 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, c
 }
 
 LSTATUS RegCloseKey(HKEY key) noexcept {
-    const compat::Call call("RegCloseKey", "{}", [key] { return KeyText(key); });
     return Keys().Remove(key) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
 
 LSTATUS RegDeleteTreeW(HKEY root, LPCWSTR path) noexcept {
-    const compat::Call call("RegDeleteTreeW", ERROR_ACCESS_DENIED, "{}",
-                            [=] { return KeyText(root, path); });
+    const compat::Call call("RegDeleteTreeW", ERROR_ACCESS_DENIED);
     if (call.Fails()) {
-        return static_cast<LSTATUS>(call.Error());
+        return call.Result();
     }
     return Update([&](RegistryKeys& keys) -> LSTATUS {
-        const std::wstring full = FullPath(keys, root, path);
-        if (!Exists(keys, full)) {
-            return ERROR_FILE_NOT_FOUND;
+        std::wstring full;
+        if (const LSTATUS status = FindPath(keys, root, path, full); status != ERROR_SUCCESS) {
+            return status;
         }
         const std::wstring folded = FoldName(full);
         std::erase_if(keys, [&folded](const auto& entry) {

@@ -12,6 +12,7 @@
 #include "internal/call.h"
 #include "internal/encoding.h"
 #include "internal/global_memory.h"
+#include "testing/watch.h"
 
 namespace {
 
@@ -74,8 +75,7 @@ bool MatchesWildcards(std::wstring_view name, std::wstring_view pattern) noexcep
 }  // namespace
 
 UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR buffer, UINT capacity) noexcept {
-    const compat::Call call("DragQueryFileW", ERROR_INVALID_HANDLE, "index={} capacity={}", index,
-                            capacity);
+    const compat::Call call("DragQueryFileW", ERROR_INVALID_HANDLE);
     if (call.Fails()) {
         return 0;
     }
@@ -96,7 +96,10 @@ UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR buffer, UINT capacity) noexce
 }
 
 BOOL PathMatchSpecW(LPCWSTR path, LPCWSTR pattern) noexcept {
-    const compat::Call call("PathMatchSpecW", "{} {}", path, pattern);
+    const compat::Call call("PathMatchSpecW", ERROR_NOT_ENOUGH_MEMORY);
+    if (call.Fails()) {
+        return FALSE;
+    }
     const std::wstring name = compat::FoldName(path);
     std::wstring patterns = compat::FoldName(pattern);
     for (size_t at = 0; at <= patterns.size();) {
@@ -111,21 +114,15 @@ BOOL PathMatchSpecW(LPCWSTR path, LPCWSTR pattern) noexcept {
 }
 
 void SHChangeNotify(LONG event, UINT flags, LPCVOID first, LPCVOID second) noexcept {
-    const compat::Call call("SHChangeNotify", "{} {} {} {}", static_cast<DWORD>(event), flags,
-                            first, second);
+    compat::Watch<&SHChangeNotify>::Pass(event, flags, first, second);
 }
 
 void ReleaseStgMedium(STGMEDIUM* medium) noexcept {
     const STGMEDIUM released = *medium;
-    {
-        const compat::Call call("ReleaseStgMedium");
-        *medium = {};
-        if (released.pUnkForRelease == nullptr && released.tymed == TYMED_HGLOBAL) {
-            GlobalFree(released.hGlobal);
-        }
-    }
-    // Released after the call ends, so that the owner's own platform calls are observed.
+    *medium = {};
     if (released.pUnkForRelease != nullptr) {
         released.pUnkForRelease->Release();
+    } else if (released.tymed == TYMED_HGLOBAL) {
+        GlobalFree(released.hGlobal);
     }
 }

@@ -13,33 +13,42 @@
 namespace compat {
 namespace {
 
-// A shell link object. Its two interfaces are separate objects, so that the record of calls shows
-// through which one a method was called.
-class ShellLink final : public IShellLinkW {
+class ShellLink final : public IShellLinkW, public IPersistFile {
   public:
-    ShellLink() noexcept : file_(*this) { CountResource(Resource::comObject, 1); }
+    ShellLink() noexcept { CountResource(Resource::comObject, 1); }
     ShellLink(const ShellLink&) = delete;
     ShellLink& operator=(const ShellLink&) = delete;
 
     HRESULT QueryInterface(REFIID riid, void** ppv) noexcept override {
-        const Call call("IShellLinkW::QueryInterface", E_NOINTERFACE, "{}", riid);
+        const Call call("IShellLinkW::QueryInterface", E_NOINTERFACE);
         *ppv = nullptr;
-        return call.Fails() ? static_cast<HRESULT>(call.Error()) : FindInterface(riid, ppv);
+        if (call.Fails()) {
+            return call.Result();
+        }
+        if (riid == IID_IUnknown || riid == IID_IShellLinkW) {
+            *ppv = static_cast<IShellLinkW*>(this);
+        } else if (riid == IID_IPersistFile) {
+            *ppv = static_cast<IPersistFile*>(this);
+        } else {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
     }
-    ULONG AddRef() noexcept override {
-        const Call call("IShellLinkW::AddRef");
-        return ++references_;
-    }
+    ULONG AddRef() noexcept override { return ++references_; }
     ULONG Release() noexcept override {
-        const Call call("IShellLinkW::Release");
-        return DropReference();
+        const ULONG left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
     }
 
     HRESULT GetPath(LPWSTR buffer, int capacity, WIN32_FIND_DATAW* found,
                     DWORD flags) noexcept override {
-        const Call call("IShellLinkW::GetPath", E_FAIL, "capacity={} flags={}", capacity, flags);
+        const Call call("IShellLinkW::GetPath", E_FAIL);
         if (call.Fails()) {
-            return static_cast<HRESULT>(call.Error());
+            return call.Result();
         }
         if (buffer == nullptr || capacity <= 0) {
             return E_INVALIDARG;
@@ -53,67 +62,12 @@ class ShellLink final : public IShellLinkW {
         return path.empty() ? S_FALSE : S_OK;
     }
 
-  private:
-    class File final : public IPersistFile {
-      public:
-        explicit File(ShellLink& link) noexcept : link_(link) {}
-
-        HRESULT QueryInterface(REFIID riid, void** ppv) noexcept override {
-            const Call call("IPersistFile::QueryInterface", E_NOINTERFACE, "{}", riid);
-            *ppv = nullptr;
-            return call.Fails() ? static_cast<HRESULT>(call.Error())
-                                : link_.FindInterface(riid, ppv);
+    HRESULT Load(LPCOLESTR name, DWORD /*mode*/) noexcept override {
+        const Call call("IPersistFile::Load", E_ACCESSDENIED);
+        if (call.Fails()) {
+            return call.Result();
         }
-        ULONG AddRef() noexcept override {
-            const Call call("IPersistFile::AddRef");
-            return ++link_.references_;
-        }
-        ULONG Release() noexcept override {
-            const Call call("IPersistFile::Release");
-            return link_.DropReference();
-        }
-
-        HRESULT Load(LPCOLESTR name, DWORD mode) noexcept override {
-            const Call call("IPersistFile::Load", E_ACCESSDENIED, "{} mode={}", name, mode);
-            return call.Fails() ? static_cast<HRESULT>(call.Error()) : link_.Load(name);
-        }
-        HRESULT GetClassID(CLSID* clsid) noexcept override {
-            *clsid = CLSID_ShellLink;
-            return S_OK;
-        }
-        HRESULT IsDirty() noexcept override { return S_FALSE; }
-        HRESULT Save(LPCOLESTR /*name*/, BOOL /*remember*/) noexcept override { return E_NOTIMPL; }
-        HRESULT SaveCompleted(LPCOLESTR /*name*/) noexcept override { return E_NOTIMPL; }
-        HRESULT GetCurFile(LPOLESTR* /*name*/) noexcept override { return E_NOTIMPL; }
-
-      private:
-        ShellLink& link_;
-    };
-
-    ~ShellLink() { CountResource(Resource::comObject, -1); }
-
-    HRESULT FindInterface(REFIID riid, void** ppv) noexcept {
-        if (riid == IID_IUnknown || riid == IID_IShellLinkW) {
-            *ppv = static_cast<IShellLinkW*>(this);
-        } else if (riid == IID_IPersistFile) {
-            *ppv = static_cast<IPersistFile*>(&file_);
-        } else {
-            return E_NOINTERFACE;
-        }
-        ++references_;
-        return S_OK;
-    }
-
-    ULONG DropReference() noexcept {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
-
-    HRESULT Load(LPCOLESTR name) {
-        const auto [host, error] = ToHostPath(name == nullptr ? L"" : name);
+        const auto [host, error] = ToHostPath(name);
         std::string bytes;
         if (error != ERROR_SUCCESS || !ReadHostFile(host, bytes)) {
             return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
@@ -125,10 +79,14 @@ class ShellLink final : public IShellLinkW {
         target_ = std::move(*target);
         return S_OK;
     }
+    HRESULT GetClassID(CLSID* /*clsid*/) noexcept override { return E_NOTIMPL; }
+    HRESULT IsDirty() noexcept override { return E_NOTIMPL; }
+
+  private:
+    ~ShellLink() { CountResource(Resource::comObject, -1); }
 
     std::atomic<ULONG> references_ = 1;
     LinkTarget target_;
-    File file_;
 };
 
 }  // namespace

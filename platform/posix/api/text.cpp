@@ -82,9 +82,7 @@ int CompareFolded(const Unit* left, const Unit* right) noexcept {
 
 int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR bytes, int size, LPWSTR text,
                         int capacity) noexcept {
-    const compat::Call call("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION,
-                            "codePage={} flags={} size={} capacity={}", codePage, flags, size,
-                            capacity);
+    const compat::Call call("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION);
     if (call.Fails()) {
         return 0;
     }
@@ -101,11 +99,9 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR bytes, int size, LPWS
     return CopyText(decoded, text, capacity);
 }
 
-int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR text, int length, LPSTR bytes,
+int WideCharToMultiByte(UINT codePage, DWORD /*flags*/, LPCWSTR text, int length, LPSTR bytes,
                         int capacity, LPCSTR /*defaultChar*/, LPBOOL /*usedDefault*/) noexcept {
-    const compat::Call call("WideCharToMultiByte", ERROR_NO_UNICODE_TRANSLATION,
-                            "codePage={} flags={} length={} capacity={}", codePage, flags, length,
-                            capacity);
+    const compat::Call call("WideCharToMultiByte", ERROR_NO_UNICODE_TRANSLATION);
     if (call.Fails()) {
         return 0;
     }
@@ -117,12 +113,10 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR text, int length, LP
 }
 
 LPSTR lstrcpynA(LPSTR to, LPCSTR from, int capacity) noexcept {
-    const compat::Call call("lstrcpynA", "{} capacity={}", from, capacity);
     return CopyBounded(to, from, capacity);
 }
 
 LPWSTR lstrcpynW(LPWSTR to, LPCWSTR from, int capacity) noexcept {
-    const compat::Call call("lstrcpynW", "{} capacity={}", from, capacity);
     return CopyBounded(to, from, capacity);
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -10,7 +9,7 @@
 #include "internal/encoding.h"
 #include "internal/last_error.h"
 #include "internal/object_table.h"
-#include "testing/message_boxes.h"
+#include "testing/watch.h"
 
 namespace {
 
@@ -48,57 +47,30 @@ const MenuItem* FindItem(const Menu& menu, UINT item, UINT flags) {
     return found == menu.items.end() ? nullptr : &*found;
 }
 
-std::mutex g_receiverMutex;
-std::function<void(const compat::MessageBox&)> g_receiver;
-
-void ShowOnTerminal(const compat::MessageBox& box) {
-    std::fprintf(stderr, "[%s] %s\n", compat::Utf8FromWide(box.caption).c_str(),
-                 compat::Utf8FromWide(box.text).c_str());
-}
-
 }  // namespace
 
-namespace compat {
-
-MessageBoxReceiver::MessageBoxReceiver(std::function<void(const MessageBox&)> receive) {
-    const std::lock_guard lock(g_receiverMutex);
-    g_receiver = std::move(receive);
-}
-
-MessageBoxReceiver::~MessageBoxReceiver() {
-    const std::lock_guard lock(g_receiverMutex);
-    g_receiver = nullptr;
-}
-
-}  // namespace compat
-
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) noexcept {
-    const compat::Call call("MessageBoxW", ERROR_NOT_ENOUGH_MEMORY,
-                            "owner={} style={} caption={} text={}", owner, style, caption, text);
+    const compat::Call call("MessageBoxW", ERROR_NOT_ENOUGH_MEMORY);
     if (call.Fails()) {
         return 0;
     }
-    const std::lock_guard lock(g_receiverMutex);
-    (g_receiver ? g_receiver : ShowOnTerminal)({owner, text, caption, style});
+    if (!compat::Watch<&MessageBoxW>::Pass(owner, text, caption, style)) {
+        std::fprintf(stderr, "[%s] %s\n", compat::Utf8FromWide(caption).c_str(),
+                     compat::Utf8FromWide(text).c_str());
+    }
     return IDOK;
 }
 
 HMENU CreatePopupMenu() noexcept {
-    const compat::Call call("CreatePopupMenu", ERROR_NOT_ENOUGH_MEMORY);
-    if (call.Fails()) {
-        return nullptr;
-    }
     return Menus().Add<HMENU>(std::make_shared<Menu>());
 }
 
 BOOL DestroyMenu(HMENU menu) noexcept {
-    const compat::Call call("DestroyMenu");
     return Menus().Remove(menu) ? TRUE : compat::Fail(ERROR_INVALID_MENU_HANDLE);
 }
 
 BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR text) noexcept {
-    const compat::Call call("InsertMenuW", ERROR_NOT_ENOUGH_MEMORY, "position={} flags={} id={} {}",
-                            position, flags, id, text);
+    const compat::Call call("InsertMenuW", ERROR_NOT_ENOUGH_MEMORY);
     if (call.Fails()) {
         return FALSE;
     }
@@ -114,19 +86,11 @@ BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR tex
 }
 
 int GetMenuItemCount(HMENU menu) noexcept {
-    const compat::Call call("GetMenuItemCount", ERROR_INVALID_MENU_HANDLE);
-    if (call.Fails()) {
-        return -1;
-    }
     const auto found = FindMenu(menu);
     return found ? static_cast<int>(found->items.size()) : -1;
 }
 
 UINT GetMenuItemID(HMENU menu, int position) noexcept {
-    const compat::Call call("GetMenuItemID", ERROR_INVALID_MENU_HANDLE, "position={}", position);
-    if (call.Fails()) {
-        return static_cast<UINT>(-1);
-    }
     const auto found = FindMenu(menu);
     const MenuItem* const item =
         found ? FindItem(*found, static_cast<UINT>(position), MF_BYPOSITION) : nullptr;
@@ -134,11 +98,6 @@ UINT GetMenuItemID(HMENU menu, int position) noexcept {
 }
 
 int GetMenuStringW(HMENU menu, UINT item, LPWSTR buffer, int capacity, UINT flags) noexcept {
-    const compat::Call call("GetMenuStringW", ERROR_INVALID_MENU_HANDLE, "item={} flags={}", item,
-                            flags);
-    if (call.Fails()) {
-        return 0;
-    }
     const auto found = FindMenu(menu);
     const MenuItem* const wanted = found ? FindItem(*found, item, flags) : nullptr;
     if (wanted == nullptr) {

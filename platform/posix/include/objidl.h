@@ -39,13 +39,11 @@ struct IDataObject : IUnknown {
     virtual HRESULT EnumDAdvise(IEnumSTATDATA** connections) = 0;
 };
 
+// Declares the vtable up to the last method that is called.
 struct IPersistFile : IUnknown {
     virtual HRESULT GetClassID(CLSID* clsid) = 0;
     virtual HRESULT IsDirty() = 0;
     virtual HRESULT Load(LPCOLESTR name, DWORD mode) = 0;
-    virtual HRESULT Save(LPCOLESTR name, BOOL remember) = 0;
-    virtual HRESULT SaveCompleted(LPCOLESTR name) = 0;
-    virtual HRESULT GetCurFile(LPOLESTR* name) = 0;
 };
 
 #pragma GCC diagnostic pop

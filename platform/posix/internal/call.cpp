@@ -29,15 +29,14 @@ ScopedCallObserver::~ScopedCallObserver() {
     g_observed = !g_observers.empty();
 }
 
-bool Call::Enter() noexcept {
-    return g_depth++ == 0 && g_observed;
-}
-
-void Call::Announce(const CallStart& start) noexcept {
+Call::Call(const char* name, std::optional<LONG> error) noexcept {
+    if (g_depth++ > 0 || !g_observed) {
+        return;
+    }
     const std::lock_guard lock(g_mutex);
     for (const CallObserver* const observer : g_observers) {
-        const std::optional<DWORD> error = (*observer)(start);
-        error_ = error_ ? error_ : error;
+        const std::optional<DWORD> injected = (*observer)({name, error});
+        error_ = error_ ? error_ : injected;
     }
     if (error_) {
         SetLastError(*error_);

@@ -4,18 +4,13 @@
 
 #include <functional>
 #include <optional>
-#include <string>
-#include <string_view>
-
-#include "internal/argument_text.h"
 
 namespace compat {
 
 // A platform call that begins.
 struct CallStart {
-    const char* name;
+    const char* name;            // a method has its interface's name in front
     std::optional<DWORD> error;  // the documented error that it can report, if it can fail
-    std::string arguments;       // those that matter, as text
 };
 
 // Called at the start of each platform call of the process. Returns the error that the call has to
@@ -34,30 +29,14 @@ class ScopedCallObserver {
     CallObserver observer_;
 };
 
-// The scope of one platform call. Every function of the compatibility layer begins with one, except
-// the last error and the C runtime's comparisons. A call inside another one, such as the allocation
-// that StringFromCLSID makes, is part of that and not announced to observers.
+// The scope of one platform call. Every function that the library calls and that can fail,
+// allocates or is counted begins with one. A call inside another one, such as the query for an
+// interface that CoCreateInstance makes, is part of that and not announced to observers.
 class Call {
   public:
-    // A call that can fail with `error`, a system error code or an HRESULT. Each "{}" in `format`
-    // is replaced by the text of an argument.
-    template <class... Arguments>
-    Call(const char* name, LONG error, std::string_view format = {},
-         const Arguments&... arguments) noexcept {
-        if (Enter()) {
-            Announce(
-                {name, static_cast<DWORD>(error), FillIn(format, {ArgumentText(arguments)...})});
-        }
-    }
-
-    // A call that cannot fail, or whose failure nobody could handle.
-    template <class... Arguments>
-    explicit Call(const char* name, std::string_view format = {},
-                  const Arguments&... arguments) noexcept {
-        if (Enter()) {
-            Announce({name, std::nullopt, FillIn(format, {ArgumentText(arguments)...})});
-        }
-    }
+    // `error` is the system error code or HRESULT that the call can fail with. Without it the call
+    // cannot fail, or nobody could handle its failure.
+    explicit Call(const char* name, std::optional<LONG> error = std::nullopt) noexcept;
     ~Call();
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
@@ -66,16 +45,13 @@ class Call {
     // already the last error.
     bool Fails() const noexcept { return error_.has_value(); }
     DWORD Error() const noexcept { return error_.value_or(0); }
+    LONG Result() const noexcept { return static_cast<LONG>(Error()); }
 
     // True while the current thread is inside a platform call. Memory that is allocated then is the
     // platform's, not the caller's.
     static bool IsInside() noexcept;
 
   private:
-    // Increments the call depth. Returns true if this is an outermost call and has observers.
-    static bool Enter() noexcept;
-    void Announce(const CallStart& start) noexcept;
-
     std::optional<DWORD> error_;
 };
 

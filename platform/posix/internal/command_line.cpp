@@ -81,10 +81,8 @@ std::vector<std::wstring> ParseCommandLine(std::wstring_view line) {
 std::wstring JoinCommandLine(const std::vector<std::wstring>& arguments) {
     std::wstring line;
     for (const std::wstring& argument : arguments) {
-        const bool plain =
-            !argument.empty() && argument.find_first_of(L" \t\"") == std::wstring::npos;
         line += line.empty() ? L"" : L" ";
-        line += plain ? argument : Quote(argument);
+        line += Quote(argument);
     }
     return line;
 }

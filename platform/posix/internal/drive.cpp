@@ -10,9 +10,12 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
+#include <utility>
 
 #include "internal/encoding.h"
+#include "internal/host_file.h"
 #include "internal/path_syntax.h"
 
 namespace compat {
@@ -27,11 +30,6 @@ bool HasForbiddenCharacter(std::wstring_view path) noexcept {
 bool Exists(const std::string& host) noexcept {
     struct stat status = {};
     return lstat(host.c_str(), &status) == 0;
-}
-
-bool IsDirectory(const std::string& host) noexcept {
-    struct stat status = {};
-    return stat(host.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 // Returns the entry of `directory` whose name is `name` in any letter case, or `name` if there is
@@ -102,8 +100,8 @@ std::string DriveDirectory() {
     return directory;
 }
 
-HostPath ToHostPath(std::wstring_view path) {
-    const std::wstring normal = NormalizePath(std::wstring(path));
+HostPath ToHostPath(const wchar_t* path) {
+    const std::wstring normal = ResolveDots(path == nullptr ? L"" : path);
     const DrivePath split = SplitDrivePath(normal);
     if (split.error != ERROR_SUCCESS) {
         return {{}, split.error};
@@ -153,35 +151,24 @@ std::wstring FromHostPath(std::string_view host) {
 }
 
 DWORD ErrorFromErrno(int number) noexcept {
-    switch (number) {
-        case ENOENT:
-            return ERROR_FILE_NOT_FOUND;
-        case ENOTDIR:
-            return ERROR_PATH_NOT_FOUND;
-        case EACCES:
-        case EPERM:
-        case EROFS:
-        case EISDIR:
-            return ERROR_ACCESS_DENIED;
-        case EEXIST:
-            return ERROR_ALREADY_EXISTS;
-        case ENOTEMPTY:
-            return ERROR_DIR_NOT_EMPTY;
-        case ELOOP:
-            return ERROR_CANT_RESOLVE_FILENAME;
-        case ENAMETOOLONG:
-            return ERROR_FILENAME_EXCED_RANGE;
-        case ENOSPC:
-            return ERROR_DISK_FULL;
-        case EINVAL:
-            return ERROR_INVALID_PARAMETER;
-        case ENOMEM:
-            return ERROR_NOT_ENOUGH_MEMORY;
-        case ENOEXEC:
-            return ERROR_BAD_EXE_FORMAT;
-        default:
-            return ERROR_GEN_FAILURE;
-    }
+    constexpr std::pair<int, DWORD> kErrors[] = {{ENOENT, ERROR_FILE_NOT_FOUND},
+                                                 {ENOTDIR, ERROR_PATH_NOT_FOUND},
+                                                 {EACCES, ERROR_ACCESS_DENIED},
+                                                 {EPERM, ERROR_ACCESS_DENIED},
+                                                 {EROFS, ERROR_ACCESS_DENIED},
+                                                 {EISDIR, ERROR_ACCESS_DENIED},
+                                                 {EEXIST, ERROR_ALREADY_EXISTS},
+                                                 {ENOTEMPTY, ERROR_DIR_NOT_EMPTY},
+                                                 {ELOOP, ERROR_CANT_RESOLVE_FILENAME},
+                                                 {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
+                                                 {ENOSPC, ERROR_DISK_FULL},
+                                                 {EINVAL, ERROR_INVALID_PARAMETER},
+                                                 {ENOMEM, ERROR_NOT_ENOUGH_MEMORY},
+                                                 {ENOEXEC, ERROR_BAD_EXE_FORMAT}};
+    const auto* const found =
+        std::find_if(std::begin(kErrors), std::end(kErrors),
+                     [number](const auto& each) { return each.first == number; });
+    return found == std::end(kErrors) ? DWORD{ERROR_GEN_FAILURE} : found->second;
 }
 
 }  // namespace compat

@@ -24,9 +24,9 @@ struct HostPath {
     DWORD error;
 };
 
-// Returns the host path for an absolute Windows path. Finds existing names in any letter case; the
-// file itself need not exist. A trailing separator stays.
-HostPath ToHostPath(std::wstring_view path);
+// Returns the host path for an absolute Windows path; a null path has none. Finds existing names in
+// any letter case; the file itself need not exist. A trailing separator stays.
+HostPath ToHostPath(const wchar_t* path);
 
 // Returns the Windows path of the working directory. Empty if it no longer exists.
 std::wstring CurrentDirectory();

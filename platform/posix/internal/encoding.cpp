@@ -23,31 +23,12 @@ constexpr std::array<wchar_t, 32> kUpperControls = {
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
-struct LeadByte {
-    size_t length;
-    unsigned char low = 0x80;  // the range of the second byte
-    unsigned char high = 0xBF;
-};
-
-// Returns the sequence length for `lead` and the valid range of the second byte. The length is 0 if
-// `lead` cannot start a sequence. The range excludes overlong forms, surrogates and values above
-// U+10FFFF.
-LeadByte ClassifyLead(unsigned char lead) noexcept {
+// Returns the length of the sequence that `lead` starts. 0 if it cannot start one.
+size_t SequenceLength(unsigned char lead) noexcept {
     if (lead < 0x80) {
-        return {1};
+        return 1;
     }
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        return {2};
-    }
-    if (lead >= 0xE0 && lead <= 0xEF) {
-        return {3, lead == 0xE0 ? std::uint8_t{0xA0} : std::uint8_t{0x80},
-                lead == 0xED ? std::uint8_t{0x9F} : std::uint8_t{0xBF}};
-    }
-    if (lead >= 0xF0 && lead <= 0xF4) {
-        return {4, lead == 0xF0 ? std::uint8_t{0x90} : std::uint8_t{0x80},
-                lead == 0xF4 ? std::uint8_t{0x8F} : std::uint8_t{0xBF}};
-    }
-    return {0};
+    return lead < 0xC2 || lead > 0xF4 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
 }
 
 void AppendUtf8(std::string& bytes, char32_t value) {
@@ -73,23 +54,22 @@ void AppendUtf8(std::string& bytes, char32_t value) {
 
 Utf8Sequence ReadUtf8(std::string_view bytes) noexcept {
     const auto lead = static_cast<unsigned char>(bytes[0]);
-    const LeadByte kind = ClassifyLead(lead);
-    if (kind.length <= 1) {
-        return {kind.length == 1 ? lead : kMalformed, 1};
+    const size_t length = SequenceLength(lead);
+    if (length <= 1) {
+        return {length == 1 ? lead : kMalformed, 1};
     }
-    char32_t value = lead & (0x7FU >> kind.length);
-    unsigned char low = kind.low;
-    unsigned char high = kind.high;
-    for (size_t at = 1; at < kind.length; ++at) {
+    char32_t value = lead & (0x7FU >> length);
+    for (size_t at = 1; at < length; ++at) {
         const unsigned byte = at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0U;
-        if (byte < low || byte > high) {
+        if ((byte & 0xC0U) != 0x80) {
             return {kMalformed, at};
         }
         value = (value << 6) | (byte & 0x3FU);
-        low = 0x80;
-        high = 0xBF;
     }
-    return {value, kind.length};
+    constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool surrogate = value >= 0xD800 && value < 0xE000;
+    return value < kLeast[length] || surrogate || value > 0x10FFFF ? Utf8Sequence{kMalformed, 1}
+                                                                   : Utf8Sequence{value, length};
 }
 
 CodePoint ReadCodePoint(std::wstring_view units) noexcept {

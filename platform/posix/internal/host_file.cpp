@@ -1,6 +1,7 @@
 #include "internal/host_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -20,6 +21,11 @@ bool ReadHostFile(const std::string& path, std::string& content) {
     }
     close(file);
     return got == 0;
+}
+
+bool IsDirectory(const std::string& path) noexcept {
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 }  // namespace compat

@@ -7,4 +7,6 @@ namespace compat {
 // Reads a whole host file into `content`. False if it cannot be read or is a directory.
 bool ReadHostFile(const std::string& path, std::string& content);
 
+bool IsDirectory(const std::string& path) noexcept;
+
 }  // namespace compat

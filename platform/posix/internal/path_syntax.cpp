@@ -58,7 +58,7 @@ bool HasDrive(std::wstring_view path) noexcept {
            ((path[0] >= L'A' && path[0] <= L'Z') || (path[0] >= L'a' && path[0] <= L'z'));
 }
 
-std::wstring NormalizePath(std::wstring path) {
+std::wstring ResolveDots(std::wstring path) {
     std::replace(path.begin(), path.end(), L'/', L'\\');
     const size_t root = RootLength(path);
     const std::vector<std::wstring_view> names = SplitNames(std::wstring_view(path).substr(root));

@@ -13,6 +13,6 @@ bool HasDrive(std::wstring_view path) noexcept;
 // Returns an absolute path as the platform hands it to the file system: single backslashes as
 // separators, "." and ".." resolved without leaving the root, and the last name without trailing
 // dots and spaces. A trailing separator stays.
-std::wstring NormalizePath(std::wstring path);
+std::wstring ResolveDots(std::wstring path);
 
 }  // namespace compat

@@ -10,10 +10,6 @@ namespace {
 
 constexpr std::string_view kHeader = "Windows Registry Editor Version 5.00";
 
-bool IsText(DWORD type) noexcept {
-    return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
-}
-
 std::vector<BYTE> BytesOfUnits(std::wstring_view units) {
     std::vector<BYTE> bytes(units.size() * sizeof(wchar_t));
     if (!bytes.empty()) {
@@ -56,16 +52,7 @@ bool TakeQuoted(std::string_view& line, std::wstring& text) {
     return false;
 }
 
-// Formats the bytes in hexadecimal. Text is written as two bytes per code unit.
-std::string HexBytes(const RegistryValue& value) {
-    std::vector<BYTE> bytes = value.data;
-    if (IsText(value.type)) {
-        bytes.clear();
-        for (const wchar_t unit : UnitsOfBytes(value.data)) {
-            bytes.push_back(static_cast<BYTE>(unit & 0xFF));
-            bytes.push_back(static_cast<BYTE>((unit >> 8) & 0xFF));
-        }
-    }
+std::string HexBytes(const std::vector<BYTE>& bytes) {
     constexpr std::string_view kDigits = "0123456789abcdef";
     std::string text;
     for (const BYTE byte : bytes) {
@@ -76,7 +63,7 @@ std::string HexBytes(const RegistryValue& value) {
     return text;
 }
 
-std::vector<BYTE> ParseHex(std::string_view text, DWORD type) {
+std::vector<BYTE> ParseHex(std::string_view text) {
     std::vector<BYTE> bytes;
     while (!text.empty()) {
         unsigned byte = 0;
@@ -86,14 +73,7 @@ std::vector<BYTE> ParseHex(std::string_view text, DWORD type) {
             bytes.push_back(static_cast<BYTE>(byte));
         }
     }
-    if (!IsText(type)) {
-        return bytes;
-    }
-    std::wstring units;
-    for (size_t at = 0; at + 1 < bytes.size(); at += 2) {
-        units.push_back(static_cast<wchar_t>(bytes[at] | (bytes[at + 1] << 8)));
-    }
-    return BytesOfUnits(units);
+    return bytes;
 }
 
 std::string FormatData(const RegistryValue& value) {
@@ -105,7 +85,7 @@ std::string FormatData(const RegistryValue& value) {
     std::string type(8, '\0');
     const auto end = std::to_chars(type.data(), type.data() + type.size(), value.type, 16);
     type.resize(static_cast<size_t>(end.ptr - type.data()));
-    return "hex(" + type + "):" + HexBytes(value);
+    return "hex(" + type + "):" + HexBytes(value.data);
 }
 
 void ParseData(std::string_view text, RegistryValue& value) {
@@ -116,22 +96,12 @@ void ParseData(std::string_view text, RegistryValue& value) {
         value.data = BytesOfUnits(string);
         return;
     }
-    const size_t colon = text.find(':');
+    const size_t colon = std::min(text.find(':'), text.size());
     const std::string_view kind = text.substr(0, colon);
-    text.remove_prefix(colon == std::string_view::npos ? text.size() : colon + 1);
-    if (kind == "dword") {
-        DWORD number = 0;
-        std::from_chars(text.data(), text.data() + text.size(), number, 16);
-        value.type = REG_DWORD;
-        value.data.resize(sizeof number);
-        std::memcpy(value.data.data(), &number, sizeof number);
-        return;
-    }
-    value.type = REG_BINARY;
     if (kind.starts_with("hex(")) {
         std::from_chars(kind.data() + 4, kind.data() + kind.size(), value.type, 16);
+        value.data = ParseHex(text.substr(colon));
     }
-    value.data = ParseHex(text, value.type);
 }
 
 void ParseValue(std::string_view line, RegistryKey& key) {

@@ -24,6 +24,7 @@ struct RegistryKey {
 using RegistryKeys = std::map<std::wstring, RegistryKey>;
 
 // Convert between keys and the text of a .reg file in UTF-8. Parsing skips what is malformed.
+// Values other than plain text are written as the bytes that they have here, also those of text.
 RegistryKeys ParseRegistry(std::string_view text);
 std::string FormatRegistry(const RegistryKeys& keys);
 

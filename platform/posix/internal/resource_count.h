@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstddef>
-
 namespace compat {
 
 // What a program gets from the platform and has to give back.
@@ -9,8 +7,5 @@ enum class Resource { handle, key, globalMemory, globalLock, taskMemory, comObje
 
 // Adds `change` to the number of resources of `kind` that the process holds.
 void CountResource(Resource kind, int change) noexcept;
-
-// Adds `bytes` to the number of bytes that the process has read from files.
-void CountBytesRead(size_t bytes) noexcept;
 
 }  // namespace compat

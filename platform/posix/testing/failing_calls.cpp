@@ -4,8 +4,8 @@
 
 namespace compat {
 
-FailingCall::FailingCall(std::string_view name, DWORD error, size_t skip, size_t times)
-    : name_(name),
+FailingCall::FailingCall(std::string name, DWORD error, size_t skip, size_t times)
+    : name_(std::move(name)),
       error_(error),
       skip_(skip),
       times_(times),
@@ -27,8 +27,8 @@ std::optional<DWORD> FailingCall::OnCall(const CallStart& call) {
     return error_;
 }
 
-FailingNthCall::FailingNthCall(std::vector<size_t> indexes)
-    : indexes_(std::move(indexes)),
+FailingNthCall::FailingNthCall(std::vector<size_t> numbers)
+    : numbers_(std::move(numbers)),
       observer_([this](const CallStart& call) { return OnCall(call); }) {}
 
 std::optional<DWORD> FailingNthCall::OnCall(const CallStart& call) {
@@ -36,8 +36,8 @@ std::optional<DWORD> FailingNthCall::OnCall(const CallStart& call) {
     if (!call.error) {
         return std::nullopt;
     }
-    const size_t index = calls_++;
-    if (std::find(indexes_.begin(), indexes_.end(), index) == indexes_.end()) {
+    const size_t number = calls_++;
+    if (std::find(numbers_.begin(), numbers_.end(), number) == numbers_.end()) {
         return std::nullopt;
     }
     failed_.emplace_back(call.name);

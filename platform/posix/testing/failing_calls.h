@@ -6,7 +6,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "internal/call.h"
@@ -19,7 +18,7 @@ class FailingCall {
     // `error` is what the function reports in its own way: as the last error, or as the LSTATUS or
     // HRESULT that it returns. The first `skip` calls work, the next `times` fail, later ones work
     // again.
-    FailingCall(std::string_view name, DWORD error, size_t skip = 0, size_t times = SIZE_MAX);
+    FailingCall(std::string name, DWORD error, size_t skip = 0, size_t times = SIZE_MAX);
 
   private:
     std::optional<DWORD> OnCall(const CallStart& call);
@@ -32,11 +31,11 @@ class FailingCall {
     ScopedCallObserver observer_;  // declared last: it uses the members above
 };
 
-// Counts the calls that can fail, from 0, and makes those with the given indexes fail with their
-// documented errors.
+// Makes those of the calls that can fail whose number, from 0, is given fail with their documented
+// errors.
 class FailingNthCall {
   public:
-    explicit FailingNthCall(std::vector<size_t> indexes);
+    explicit FailingNthCall(std::vector<size_t> numbers);
 
     // Returns how many calls that can fail were made.
     size_t CallsMade() const;
@@ -47,7 +46,7 @@ class FailingNthCall {
     std::optional<DWORD> OnCall(const CallStart& call);
 
     mutable std::mutex mutex_;
-    std::vector<size_t> indexes_;
+    std::vector<size_t> numbers_;
     size_t calls_ = 0;
     std::vector<std::string> failed_;
     ScopedCallObserver observer_;  // declared last: it uses the members above

@@ -11,20 +11,11 @@ namespace {
 constexpr std::array kNames = {"handle",      "key",        "global memory", "global lock",
                                "task memory", "COM object", "menu",          "module"};
 std::array<std::atomic<int>, kNames.size()> g_held;
-std::atomic<size_t> g_bytesRead = 0;
 
 }  // namespace
 
 void CountResource(Resource kind, int change) noexcept {
     g_held.at(static_cast<size_t>(kind)) += change;
-}
-
-size_t BytesRead() noexcept {
-    return g_bytesRead;
-}
-
-void CountBytesRead(size_t bytes) noexcept {
-    g_bytesRead += bytes;
 }
 
 std::string HeldResources() {
