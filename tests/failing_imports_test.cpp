@@ -9,7 +9,6 @@
 #include <regex>
 #include <set>
 
-#include "rightclick/library.h"
 #include "support/every_entry_point.h"
 #include "support/fixture.h"
 #include "support/imports.h"
@@ -93,13 +92,6 @@ class FailingImports : public DriveTest {
         WriteApplicationFiles();
     }
 
-    static Exports ExportsOf(const rightclick::Library& library) {
-        return {library.Export<decltype(Exports::getClassObject)>("DllGetClassObject"),
-                library.Export<decltype(Exports::canUnloadNow)>("DllCanUnloadNow"),
-                library.Export<decltype(Exports::registerServer)>("DllRegisterServer"),
-                library.Export<decltype(Exports::unregisterServer)>("DllUnregisterServer")};
-    }
-
     // Makes every call of `exercise` with call number `failing` of the replaced import failing.
     // Returns the number of its calls.
     static size_t CallWithFailure(Exercise exercise, const Exports& exports, size_t failing) {
@@ -120,7 +112,7 @@ class FailingImports : public DriveTest {
 size_t FailEach(const rightclick::Library& library, const Import& import, Exercise exercise) {
     ScopedImport stub(library.Handle(), import.name);
     stub.Replace(import.install(stub.Original()));
-    const Exports exports = FailingImports::ExportsOf(library);
+    const Exports exports = ExportsOf(library);
     const size_t calls = FailingImports::CallWithFailure(exercise, exports, SIZE_MAX);
     for (const bool hasErrorCode : {true, false}) {
         g_hasErrorCode = hasErrorCode;

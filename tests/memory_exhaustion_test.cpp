@@ -8,16 +8,12 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <functional>
 #include <optional>
 #include <span>
 
 #include "common/owners.h"
-#include "rightclick/drop_list.h"
-#include "rightclick/library.h"
-#include "rightclick/popup_menu.h"
 #include "server/clsid.h"
-#include "server/exports.h"
+#include "support/every_entry_point.h"
 #include "support/fixture.h"
 #include "support/imports.h"
 #include "support/small_stack.h"
@@ -127,76 +123,30 @@ class AllocatorsAtLoad {
     void* cookie_ = nullptr;
 };
 
-// A host that has created a factory and an object and initialised it with kShortcut.
-class Host {
-  public:
-    explicit Host(const rightclick::Library& library)
-        : getClassObject(library.Export<decltype(&DllGetClassObject)>("DllGetClassObject")),
-          canUnloadNow(library.Export<decltype(&DllCanUnloadNow)>("DllCanUnloadNow")),
-          registerServer(library.Export<decltype(&DllRegisterServer)>("DllRegisterServer")),
-          unregisterServer(library.Export<decltype(&DllUnregisterServer)>("DllUnregisterServer")) {
-        EXPECT_EQ(getClassObject(kShellExtClsid, IID_IClassFactory, factory.Put()), S_OK);
-        EXPECT_EQ(factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put()), S_OK);
-        EXPECT_EQ(object->QueryInterface(IID_IContextMenu, menu.Put()), S_OK);
-        EXPECT_EQ(object->Initialize(nullptr, selection.Get(), nullptr), S_OK);
+// Which call into the DLL gets no memory, and how many allocations it is granted.
+size_t g_calls = 0;
+size_t g_starved = SIZE_MAX;
+size_t g_granted = 0;
+bool g_wasRefused = false;
+
+void StarveOneCall(bool inside) {
+    if (inside && g_calls++ == g_starved) {
+        RefuseFrom(g_granted);
+    } else if (!inside) {
+        g_wasRefused = StopRefusing() || g_wasRefused;
     }
-
-    decltype(&DllGetClassObject) getClassObject;
-    decltype(&DllCanUnloadNow) canUnloadNow;
-    decltype(&DllRegisterServer) registerServer;
-    decltype(&DllUnregisterServer) unregisterServer;
-    ComPtr<IDataObject> selection{rightclick::MakeDropListObject({DriveTest::kShortcut})};
-    ComPtr<IClassFactory> factory;
-    ComPtr<IShellExtInit> object;
-    ComPtr<IContextMenu> menu;
-    rightclick::PopupMenu popup;
-};
-
-HRESULT GetText(Host& host, UINT kind) {
-    wchar_t text[80] = {};
-    return host.menu->GetCommandString(0, kind, nullptr, reinterpret_cast<LPSTR>(text), 80);
 }
 
-HRESULT Invoke(Host& host) {
-    CMINVOKECOMMANDINFO request = {};
-    return host.menu->InvokeCommand(&request);
+// Stands in for MessageBoxW.
+int WINAPI CloseBox(HWND, LPCWSTR, LPCWSTR, UINT) {
+    return IDOK;
 }
 
-struct EntryPoint {
-    const char* name;
-    HRESULT (*call)(Host& host);
-    bool allocates = true;
-};
-
-constexpr EntryPoint kEntryPoints[] = {
-    {"DllGetClassObject",
-     [](Host& host) {
-         ComPtr<IClassFactory> factory;
-         return host.getClassObject(kShellExtClsid, IID_IClassFactory, factory.Put());
-     }},
-    {"CreateInstance",
-     [](Host& host) {
-         ComPtr<IContextMenu> menu;
-         return host.factory->CreateInstance(nullptr, IID_IContextMenu, menu.Put());
-     }},
-    {"LockServer",
-     [](Host& host) {
-         host.factory->LockServer(TRUE);
-         return host.factory->LockServer(FALSE);
-     },
-     false},
-    {"Initialize",
-     [](Host& host) { return host.object->Initialize(nullptr, host.selection.Get(), nullptr); }},
-    {"QueryContextMenu",
-     [](Host& host) {
-         return host.menu->QueryContextMenu(host.popup.Handle(), 0, 1, 9, CMF_NORMAL);
-     }},
-    {"GetCommandString, verb", [](Host& host) { return GetText(host, GCS_VERBW); }, false},
-    {"GetCommandString, help text", [](Host& host) { return GetText(host, GCS_HELPTEXTW); }},
-    {"InvokeCommand", &Invoke},
-    {"DllRegisterServer", [](Host& host) { return host.registerServer(); }},
-    {"DllUnregisterServer", [](Host& host) { return host.unregisterServer(); }},
-};
+// Stands in for CreateProcessW. Starts nothing.
+BOOL WINAPI Start(LPCWSTR, LPWSTR, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD,
+                  LPVOID, LPCWSTR, LPSTARTUPINFOW, LPPROCESS_INFORMATION) {
+    return TRUE;
+}
 
 class MemoryExhaustion : public DriveTest {
   public:
@@ -205,69 +155,52 @@ class MemoryExhaustion : public DriveTest {
         WriteApplicationFiles();
     }
 
-    // Calls `work` on a thread of its own that has initialised COM.
-    static void OnFreshThread(const std::function<void()>& work) {
+    // Makes every call on a thread of its own. Call number `starved` is granted `granted`
+    // allocations. Returns whether it was refused one.
+    static bool CallEverything(const rightclick::Library& library, size_t starved, size_t granted) {
+        g_calls = 0;
+        g_starved = starved;
+        g_granted = granted;
+        g_wasRefused = false;
         RunOnSmallStack([&] {
             CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-            work();
+            ExerciseEveryEntryPoint(ExportsOf(library), kShortcut, StarveOneCall);
             CoUninitialize();
         });
+        return g_wasRefused;
+    }
+
+    static void StarveEachCall(const rightclick::Library& library, const char* prompt) {
+        size_t rounds = 0;
+        CallEverything(library, SIZE_MAX, 0);
+        const size_t calls = g_calls;
+        for (size_t call = 0; call < calls; ++call) {
+            for (size_t granted = 0; CallEverything(library, call, granted); ++granted, ++rounds) {
+            }
+        }
+        EXPECT_GT(rounds, 2 * calls);
+        std::printf("%s: %zu calls, %zu times without memory\n", prompt, calls, rounds);
     }
 };
-
-// Calls `entry` with `granted` allocations, then without a limit. Returns whether one was refused.
-bool CallWithoutMemory(Host& host, const EntryPoint& entry, size_t granted) {
-    const int items = host.popup.Count();
-    RefuseFrom(granted);
-    const HRESULT result = entry.call(host);
-    const bool refused = StopRefusing();
-    const bool allowed =
-        SUCCEEDED(result) || result == E_OUTOFMEMORY || (entry.call == &Invoke && result == E_FAIL);
-    EXPECT_TRUE(allowed) << entry.name << ", " << granted << " allocations: " << std::hex << result;
-    if (FAILED(result)) {
-        EXPECT_EQ(host.popup.Count(), items) << "an item was left in the menu";
-    }
-    EXPECT_TRUE(SUCCEEDED(entry.call(host))) << entry.name << " must work again";
-    return refused;
-}
-
-// Calls each entry point with no, one, two ... allocations granted, each time on a fresh thread.
-// Returns the number of calls.
-int CallEachWithoutMemory(const rightclick::Library& library) {
-    int calls = 0;
-    for (const EntryPoint& entry : kEntryPoints) {
-        bool refused = true;
-        size_t granted = 0;
-        for (; refused; ++granted, ++calls) {
-            MemoryExhaustion::OnFreshThread([&] {
-                Host host(library);
-                refused = CallWithoutMemory(host, entry, granted);
-            });
-        }
-        EXPECT_EQ(granted > 1, entry.allocates) << entry.name;
-    }
-    EXPECT_EQ(library.Export<decltype(&DllCanUnloadNow)>("DllCanUnloadNow")(), S_OK);
-    return calls;
-}
 
 TEST_F(MemoryExhaustion, EveryEntryPointReportsItAndWorksAgain) {
     const rightclick::Library library(kLibrary);
     ASSERT_TRUE(library.IsLoaded());
     const Allocators allocators(library.Handle());
     ScopedImport messageBox(library.Handle(), "MessageBoxW");
-    messageBox.Replace(
-        reinterpret_cast<void*>(+[](HWND, LPCWSTR, LPCWSTR, UINT) WINAPI { return IDOK; }));
-    int calls = CallEachWithoutMemory(library);  // the prompt cannot be started
+    messageBox.Replace(reinterpret_cast<void*>(&CloseBox));
+    StarveEachCall(library, "the prompt cannot be started");
     DeleteFileW(kPrompt);
-    calls += CallEachWithoutMemory(library);
-    Copy(L"C:\\windows\\system32\\hostname.exe", kPrompt);
-    calls += CallEachWithoutMemory(library);
-    std::printf("made %d calls without memory\n", calls);
+    StarveEachCall(library, "the prompt is missing");
+    Write(kPrompt, "");
+    ScopedImport createProcess(library.Handle(), "CreateProcessW");
+    createProcess.Replace(reinterpret_cast<void*>(&Start));
+    StarveEachCall(library, "the prompt starts");
 }
 
 // Has the DLL throw `count` exceptions on this thread while it gets no memory.
 void ThrowInside(const rightclick::Library& library, int count) {
-    const auto getClassObject = library.Export<decltype(&DllGetClassObject)>("DllGetClassObject");
+    const auto getClassObject = ExportsOf(library).getClassObject;
     for (int i = 0; i < count; ++i) {
         ComPtr<IClassFactory> factory;
         RefuseFrom(0);
@@ -300,11 +233,8 @@ TEST_F(MemoryExhaustion, TheLibraryLoadsOrIsRefusedAndThenWorks) {
         const rightclick::Library library(kLibrary);
         refused = StopRefusing();
         if (library.IsLoaded()) {
-            OnFreshThread([&] {
-                ThrowInside(library, 1);
-                Host host(library);
-                EXPECT_EQ(Invoke(host), S_OK);
-            });
+            RunOnSmallStack([&] { ThrowInside(library, 1); });
+            CallEverything(library, SIZE_MAX, 0);
         } else {
             EXPECT_TRUE(refused);
         }
@@ -350,7 +280,7 @@ TEST_F(MemoryExhaustion, ALoadWithAnExceptionLeavesNothing) {
         for (size_t i = 0; i < kLoads; ++i) {
             const rightclick::Library library(kLibrary);
             const Allocators allocators(library.Handle());
-            OnFreshThread([&] { ThrowInside(library, 1); });
+            RunOnSmallStack([&] { ThrowInside(library, 1); });
         }
         ASSERT_EQ(GetModuleHandleW(L"KelvaroShellExt.dll"), nullptr);
     };

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "rightclick/library.h"
 #include "server/exports.h"
 
 // Called with true before and with false after each call into the library.
@@ -15,6 +16,7 @@ struct Exports {
     decltype(&DllUnregisterServer) unregisterServer;
 };
 Exports LinkedExports();
+Exports ExportsOf(const rightclick::Library& library);
 
 // Makes every call of a right-click with `shortcut` selected: creates the factory and the object,
 // initialises it, queries menu, verb and help text, and invokes the command. Calls may fail, but
