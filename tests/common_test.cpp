@@ -153,17 +153,6 @@ TEST_F(File, AppendsAndCreatesTheFile) {
     EXPECT_EQ(Read(L"C:\\Test\\file"), "one\ntwo\r\n");
 }
 
-TEST_F(File, DoesNotAppendToReadOnlyFiles) {
-    if (!platform::ReadOnlyRefuses()) {
-        GTEST_SKIP() << "this user can write read-only files";
-    }
-    Write(L"C:\\Test\\file", "one");
-    SetFileAttributesW(L"C:\\Test\\file", FILE_ATTRIBUTE_READONLY);
-    EXPECT_FALSE(AppendToFile(L"C:\\Test\\file", "two"));
-    SetFileAttributesW(L"C:\\Test\\file", FILE_ATTRIBUTE_NORMAL);
-    EXPECT_EQ(Read(L"C:\\Test\\file"), "one");
-}
-
 TEST_F(File, ReportsWhatExists) {
     Write(L"C:\\Test\\file", "");
     Write(L"C:\\Test\\read-only", "");

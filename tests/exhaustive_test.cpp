@@ -25,18 +25,16 @@ constexpr size_t kPieces = 4;
 constexpr size_t kUnits = 6;
 #endif
 
-// Calls `visit` with every concatenation of at most `most` of `pieces`. Returns their number.
+// Calls `visit` with every concatenation of at most `most` of `pieces`.
 template <class Text, size_t kCount, class Visit>
-size_t ForEachConcatenation(const Text (&pieces)[kCount], size_t most, Visit&& visit,
-                            const Text& start = {}) {
+void ForEachConcatenation(const Text (&pieces)[kCount], size_t most, Visit&& visit,
+                          const Text& start = {}) {
     visit(start);
-    size_t cases = 1;
     if (most > 0) {
         for (const Text& piece : pieces) {
-            cases += ForEachConcatenation(pieces, most - 1, visit, start + piece);
+            ForEachConcatenation(pieces, most - 1, visit, start + piece);
         }
     }
-    return cases;
 }
 
 const std::wstring kPaths[] = {L"a:\\tool.exe", L"\\\\tool.exe", L"a:tool.exe",
@@ -78,31 +76,22 @@ const std::string kTargetPieces[] = {
     "{",    "\xEF\xBF\xBD", "\\u0061", "\\A:", "\x7F", "\r",   "a:\\\\tool.ex", "tt",
 };
 
-size_t CompareRules(const std::string& rules, std::vector<size_t>& locked) {
-    const std::vector<std::wstring> expected = oracle::LockedPaths(rules);
-    for (size_t at = 0; at < std::size(kPaths); ++at) {
-        const bool locks = std::count(expected.begin(), expected.end(), kPaths[at]) != 0;
-        locked[at] += locks ? 1 : 0;
-        if (AnyRuleLocks(rules, kPaths[at]) != locks) {
-            ADD_FAILURE() << rules << " and " << Utf8FromWide(kPaths[at]);
-        }
-    }
-    return expected.size();
-}
-
 template <size_t kCount>
 void CompareAllRules(const std::string (&pieces)[kCount], const std::string& before,
                      const std::string& after) {
-    std::vector<size_t> locked(std::size(kPaths));
-    const size_t files = ForEachConcatenation(pieces, kPieces, [&](const std::string& text) {
-        CompareRules(before + text + after, locked);
+    size_t locked = 0;
+    ForEachConcatenation(pieces, kPieces, [&](const std::string& text) {
+        const std::string rules = before + text + after;
+        const std::vector<std::wstring> expected = oracle::LockedPaths(rules);
+        locked += expected.size();
+        for (const std::wstring& path : kPaths) {
+            if (AnyRuleLocks(rules, path) !=
+                (std::count(expected.begin(), expected.end(), path) != 0)) {
+                ADD_FAILURE() << rules << " and " << Utf8FromWide(path);
+            }
+        }
     });
-    std::printf("%zu rule files with %zu paths each; locked:", files, std::size(kPaths));
-    for (size_t at = 0; at < locked.size(); ++at) {
-        std::printf(" %zu", locked[at]);
-    }
-    std::printf("\n");
-    EXPECT_GT(locked[0], 0U) << "no file locks the ordinary path";
+    EXPECT_GT(locked, 0U);
 }
 
 TEST(Exhaustive, RuleFilesAgreeWithThePatterns) {
@@ -120,7 +109,7 @@ TEST(Exhaustive, LanguageFilesAgreeWithALineByLineParser) {
                                   L"\n",     L" \t\n",     L"[S]",     L"k=v",         L"k=v]\n",
                                   L"[k=v\n", L"k=v\r",     L"[S]\r",   L"k = \n",      L"[[S]]\n"};
     size_t found = 0;
-    const size_t files = ForEachConcatenation(lines, kPieces, [&](const std::wstring& text) {
+    ForEachConcatenation(lines, kPieces, [&](const std::wstring& text) {
         const auto value = FindIniValue(text, L"S", L"k");
         const auto expected = oracle::FindIniValue(text, L"s", L"k");
         found += expected ? 1 : 0;
@@ -128,19 +117,17 @@ TEST(Exhaustive, LanguageFilesAgreeWithALineByLineParser) {
             ADD_FAILURE() << Utf8FromWide(text);
         }
     });
-    std::printf("%zu language files, the entry is in %zu\n", files, found);
     EXPECT_GT(found, 0U);
 }
 
 TEST(Exhaustive, NormalizedPathsAgreeWithAStepByStepImplementation) {
     const std::wstring units[] = {L"\\", L"/", L"\"", L" ", L"\t", L"\n", L"a",
                                   L"Z",  L"z", L":",  L".", L"[",  L"@",  L"\u00C4"};
-    const size_t paths = ForEachConcatenation(units, kUnits, [](const std::wstring& path) {
+    ForEachConcatenation(units, kUnits, [](const std::wstring& path) {
         if (NormalizePath(path) != oracle::NormalizePath(path)) {
             ADD_FAILURE() << Utf8FromWide(path);
         }
     });
-    std::printf("%zu paths\n", paths);
 }
 
 }  // namespace

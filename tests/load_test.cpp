@@ -156,7 +156,7 @@ TEST_F(Load, SixteenThreadsRightClickWhileFilesChange) {
 
 TEST_F(Load, FourThreadsShareObjectsAndLoseNoCount) {
     constexpr int kThreads = 4;
-    constexpr int kRounds = 300'000;
+    constexpr int kRounds = 1'000'000;
     ComPtr<IClassFactory> factory;
     ComPtr<IShellExtInit> object;
     ASSERT_EQ(DllGetClassObject(kShellExtClsid, IID_IClassFactory, factory.Put()), S_OK);

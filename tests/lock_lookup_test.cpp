@@ -143,18 +143,16 @@ TEST_F(LockLookup, IgnoresAnyWhiteSpaceAroundTargets) {
     EXPECT_TRUE(IsTargetLocked(L"\u3000\t" + std::wstring(kTool) + L"\n\u2003"));
 }
 
-TEST_F(LockLookup, UnreadableFilesLockNothing) {
-    EXPECT_FALSE(IsTargetLocked(kTool));
-    MakeDirectory(kRules);
-    EXPECT_FALSE(IsTargetLocked(kTool));
-}
-
-TEST_F(LockLookup, Utf16LocksNothing) {
+TEST_F(LockLookup, UnreadableAndUtf16FilesLockNothing) {
     std::string wide = "\xFF\xFE";
     for (const char byte : kRule) {
         wide.append({byte, '\0'});
     }
     WriteRules(wide);
+    EXPECT_FALSE(IsTargetLocked(kTool));
+    DeleteFileW(kRules);
+    EXPECT_FALSE(IsTargetLocked(kTool));
+    MakeDirectory(kRules);
     EXPECT_FALSE(IsTargetLocked(kTool));
 }
 

@@ -36,7 +36,7 @@ std::string LinkTo(const std::string& target) {
     for (const size_t number : {end + 1, kHeader, size_t{1}, kHeader, kPath, size_t{0}, end}) {
         append(number);
     }
-    for (const size_t number : {0x11, 3, 0, 0x10}) {  // the volume
+    for (const unsigned number : {0x11U, 3U, 0U, 0x10U}) {  // the volume
         append(number);
     }
     return link + '\0' + target + "\0\0"s;
