@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <map>
 #include <regex>
 
@@ -52,11 +51,6 @@ std::vector<std::wstring> LockedPaths(const std::string& rules) {
         }
     }
     return paths;
-}
-
-bool AnyRuleLocks(const std::string& rules, std::wstring_view canonicalPath) {
-    const std::vector<std::wstring> paths = LockedPaths(rules);
-    return std::find(paths.begin(), paths.end(), canonicalPath) != paths.end();
 }
 
 }  // namespace oracle

@@ -18,7 +18,4 @@ bool BoolField(const std::string& objectText, const std::string& key, bool defau
 // Returns the normalised paths of the programs that `rules` lock.
 std::vector<std::wstring> LockedPaths(const std::string& rules);
 
-// Returns true if a rule in `rules` locks the program with this normalised path.
-bool AnyRuleLocks(const std::string& rules, std::wstring_view canonicalPath);
-
 }  // namespace oracle

@@ -146,24 +146,6 @@ TEST_F(EndToEnd, ShowsChineseTexts) {
     EXPECT_EQ(outcome.item->verb, L"vorandel_kelvaro_toggle");
 }
 
-TEST_F(EndToEnd, OffersNoItemForTwoFiles) {
-    Write(L"C:\\Apps\\Other.exe", "MZ");
-    EXPECT_EQ(RightClick({kTool, L"C:\\Apps\\Other.exe"}).initialize, E_INVALIDARG);
-    EXPECT_EQ(Messages(), Strings{"Initialize ignored selection count=2"});
-}
-
-TEST_F(EndToEnd, AcceptsTheVerbByName) {
-    Options options;
-    options.files = {kTool};
-    options.verb = L"open";
-    const auto handler = rightclick::FindHandler(L"exefile");
-    ASSERT_TRUE(handler);
-    EXPECT_EQ(rightclick::RightClick(*handler, options).invoke, E_FAIL);
-    options.verb = L"VORANDEL_kelvaro_toggle";
-    EXPECT_EQ(rightclick::RightClick(*handler, options).invoke, S_OK);
-    WaitForPrompt(1);
-}
-
 #ifndef _WIN32
 TEST_F(EndToEnd, ThePromptKeepsRulesThatItCannotRead) {
     WriteRules("[]");

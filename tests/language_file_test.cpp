@@ -23,6 +23,7 @@ TEST(DecodeText, DetectsTheEncoding) {
         {"UTF-16", "\xFF\xFE\x6F\x8Fx\0"s, L"\u8F6Fx"},
         {"UTF-16 mark alone", "\xFF\xFE", L""},
         {"UTF-16, odd", "\xFF\xFEx\0y"s, L"x"},
+        {"UTF-16 with a zero", "\xFF\xFEx\0\0\0y\0"s, L"x\0y"s},
         {"UTF-16 is not validated", "\xFF\xFE\x3D\xD8"s, L"\xD83D"},
         {"big-endian UTF-16", "\xFE\xFF\0x"s, L"\u00FE\u00FF\0x"s},
         {"UTF-16 without mark", "x\0y\0"s, L"x\0y\0"s},
@@ -45,7 +46,11 @@ TEST(FindIniValue, ReturnsTheFirstValueOfTheKeyInItsSection) {
         {L"[ s ]\n\tK\t=\tA b  c\t", L"A b  c"},
         {L"[S]\nk=a=b", L"a=b"},
         {L"[S]\nk=\"v\" ; no comment # here", L"\"v\" ; no comment # here"},
-        {L"[S]\nk=one\\ntwo", L"one\\ntwo"},
+        {L"[S]\nk='v'\nk=\"v\"", L"'v'"},
+        {L"[S]\nk=\"v\"", L"\"v\""},
+        {L"[S]\nk=one\\ntwo\\\nthree", L"one\\ntwo\\"},
+        {L"[S]\nk\nk : w\nk:x=w\nk=v", L"v"},
+        {L"[S]\n[T] ; comment\nk=v", L"v"},
         {L"[S]\n;k=a\n#k=b\n  ; k=c\nk=d", L"d"},
         {L"[S]\nk=", L""},
         {L"[S]\nk=v]\nk=w", L"v]"},
@@ -70,6 +75,7 @@ TEST(FindIniValue, ReturnsTheFirstValueOfTheKeyInItsSection) {
         EXPECT_EQ(found.has_value(), value != nullptr) << Utf8(text);
         EXPECT_EQ(Utf8(found.value_or(L"")), Utf8(value == nullptr ? L"" : value)) << Utf8(text);
     }
+    EXPECT_EQ(FindIniValue(L"[S]\n//k=v", L"S", L"//k"), L"v");
     EXPECT_FALSE(FindIniValue(L"[S]\n;k=v", L"S", L";k"));
     EXPECT_FALSE(FindIniValue(L"[S]\n#k=v", L"S", L"#k"));
     EXPECT_FALSE(FindIniValue(L"[S]\nk=v", L" ", L"k"));

@@ -1,6 +1,7 @@
 #include "i18n/language_location.h"
 
 #include "common/path.h"
+#include "server/module.h"
 #include "support/fixture.h"
 
 namespace kelvaro {
@@ -39,6 +40,8 @@ TEST_F(LanguageLocation, PrefersTheFolderThatContainsTheFile) {
         ExpectFile(special + file, "the special folder is empty");
         Add(kSpecial, other);
         ExpectFile(special + file, "the special folder has the other language");
+        Add(L"Lang", other);
+        ExpectFile(special + file, "both folders have only the other language");
         Add(L"Lang", file);
         ExpectFile(standard + file, "only the standard folder has the file");
         Add(kSpecial, file);
@@ -54,15 +57,17 @@ TEST_F(LanguageLocation, ADirectoryOfThatNameCountsAsTheFile) {
 }
 
 TEST_F(LanguageLocation, IsEmptyWithoutAModule) {
-    EXPECT_EQ(GetModuleDirectory(reinterpret_cast<HMODULE>(uintptr_t{0x10})), L"");
+    g_moduleHandle = reinterpret_cast<HMODULE>(uintptr_t{0x10});
+    EXPECT_EQ(GetModuleDirectory(g_moduleHandle), L"");
+    EXPECT_EQ(GetLanguageFilePath(), L"");
 }
 
-TEST_F(DriveTest, FindsLanguageFilesBelowTheRoot) {
+TEST_F(LanguageLocation, IsBelowTheRootForALibraryThere) {
     SetLocale(L"en-US");
-    const std::wstring library = InstallLibrary(L"C:\\");
+    UninstallLibrary();
+    InstallLibrary(L"C:\\");
     EXPECT_EQ(Utf8(GetLanguageFilePath()), "C:\\Lang\\English.ini");
-    platform::Reset();
-    DeleteFileW(library.c_str());
+    UninstallLibrary();
 }
 
 }  // namespace

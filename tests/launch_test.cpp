@@ -53,19 +53,27 @@ TEST_F(Launch, StartsTheFirstProgramThatExists) {
 }
 
 TEST_F(Launch, ReportsThatNoProgramExists) {
-    LaunchToggle(kTool, nullptr);
-    EXPECT_EQ(Messages(), (Strings{"Launch failed: KelvaroAuthPrompt/Kelvaro not found in "
-                                   "C:\\Program Files\\Kelvaro"}));
+    for (const wchar_t* const directory : {kApplication, L"C:\\Test\\A b"}) {
+        UninstallLibrary();
+        InstallLibrary(directory);
+        DeleteFileW(kLog);
+        LaunchToggle(L"", nullptr);
+        EXPECT_EQ(Messages(), Strings{"Launch failed: KelvaroAuthPrompt/Kelvaro not found in " +
+                                      Utf8(directory)});
+    }
     if (MessageBoxes::kCanSee) {
-        EXPECT_EQ(boxes_.shown, (Strings{"Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe."}));
-        EXPECT_EQ(boxes_.logged, Messages()) << "the log comes first: the box blocks";
+        const std::string box = "Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe.";
+        EXPECT_EQ(boxes_.shown, (Strings{box, box}));
+        EXPECT_EQ(boxes_.logged.back(), Messages()[0]) << "the log comes first: the box blocks";
     }
 }
 
+// The next program is not tried: it could ask for another authorisation.
 TEST_F(Launch, ReportsThatTheProgramDoesNotStart) {
     Write(kEnglishFile,
           "[Product]\nProduct short Name=Kel\n[ShellExt]\nmsg.launch_failed=No {product}\n");
     MakeDirectory(kPrompt);
+    InstallPrompt(Program(L"Kelvaro.exe"));
     LaunchToggle(kTool, nullptr);
     EXPECT_EQ(Messages(),
               (Strings{Started("KelvaroAuthPrompt.exe"), "CreateProcess failed gle=5"}));

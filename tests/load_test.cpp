@@ -7,7 +7,11 @@
 #include <random>
 #include <thread>
 
+#include "common/owners.h"
 #include "log/log.h"
+#include "server/clsid.h"
+#include "server/exports.h"
+#include "server/module.h"
 #include "support/extension.h"
 #include "support/fixture.h"
 
@@ -147,6 +151,38 @@ TEST_F(Load, SixteenThreadsRightClickWhileFilesChange) {
     EXPECT_EQ(lines["QueryContextMenu add item locked=0"], kEach);
     EXPECT_GT(lines["another process"], 0);
     EXPECT_EQ(lines.size(), 5U) << "lines were mixed";
+}
+
+TEST_F(Load, FourThreadsShareObjectsAndLoseNoCount) {
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 1'000'000;
+    ComPtr<IClassFactory> factory;
+    ComPtr<IShellExtInit> object;
+    ASSERT_EQ(DllGetClassObject(kShellExtClsid, IID_IClassFactory, factory.Put()), S_OK);
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put()), S_OK);
+    std::barrier start(kThreads);
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([&] {
+            start.arrive_and_wait();
+            for (int round = 0; round < kRounds; ++round) {
+                factory->AddRef();
+                object->AddRef();
+                factory->LockServer(TRUE);
+                factory->LockServer(FALSE);
+                object->Release();
+                factory->Release();
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(g_objectCount, 2U);
+    EXPECT_EQ(factory->AddRef(), 2U);
+    EXPECT_EQ(factory->Release(), 1U);
+    EXPECT_EQ(object->AddRef(), 2U);
+    EXPECT_EQ(object->Release(), 1U);
 }
 
 size_t ResidentKilobytes() {

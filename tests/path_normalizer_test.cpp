@@ -16,6 +16,8 @@ TEST(NormalizePath, LowersTrimsUnquotesAndMergesSeparators) {
         {L"\t\r\n\v\fC:\\Apps\\Tool.exe\n", L"c:\\apps\\tool.exe"},
         {L"\\\\Server\\Share\\Tool.exe", L"\\\\server\\share\\tool.exe"},
         {L"//S", L"\\\\s"},
+        {L"\\/Server", L"\\\\server"},
+        {L"/\\Server\\\\", L"\\\\server\\"},
         {L"//Server/Share/Tool.exe", L"\\\\server\\share\\tool.exe"},
         {L"\\\\\\Server\\\\Share\\Tool.exe", L"\\\\server\\share\\tool.exe"},
         {L"\"\\\\Server\\x\"", L"\\\\server\\x"},

@@ -153,6 +153,10 @@ TEST_F(Registration, FallsBackToTheMachinesClassesAfterAnyError) {
         EXPECT_EQ(notifications.count, SUCCEEDED(result) ? 1 : 0) << call << user;
         EXPECT_EQ(Entries(HKEY_CLASSES_ROOT, L"") == EntriesFor(library), SUCCEEDED(result))
             << call << user;
+        const auto left = Entries(HKEY_CURRENT_USER, kClasses);
+        for (size_t entry = 0; entry < std::min(user, left.size()); ++entry) {
+            EXPECT_EQ(left[entry], EntriesFor(library)[entry]) << "nothing is rolled back";
+        }
         EXPECT_EQ(Value(HKEY_LOCAL_MACHINE, handler) != "(none)",
                   SUCCEEDED(result) && user != kNever)
             << call << user;

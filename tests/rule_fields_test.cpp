@@ -18,6 +18,8 @@ TEST(RuleFields, ReadsTheFirstStringValue) {
         {R"({"xk":"v"})", "(default)"},
         {R"({k:"v"})", "(default)"},
         {R"({"k","v"})", "(default)"},
+        {R"({"k" "v"})", "(default)"},
+        {R"({"k"::"v"})", "(default)"},
         {R"({"k":v"})", "(default)"},
         {R"({"k":"v})", "(default)"},
         {R"({"k":"a\"b"})", "a\\"},
@@ -25,7 +27,7 @@ TEST(RuleFields, ReadsTheFirstStringValue) {
         {R"({"a":"x"k":"v"})", "v"},
         {"{\"k\"\xA0:\"v\"}", "(default)"},
         {std::string_view("{\"k\":\"a\0b\"}", 11), std::string_view("a\0b", 3)},
-        {R"({"k":"\n\t\r\\n\/\b\u0041"})", "\n\t\r\\n/bu0041"},
+        {R"({"k":"\n\t\r\\n\/\b\f\v\N\u0041"})", "\n\t\r\\n/bfvNu0041"},
         {"", "(default)"},
     };
     for (const auto& [object, value] : cases) {

@@ -48,7 +48,7 @@ class Selection : public DriveTest {
   public:
     Selection() {
         SetLocale(L"en-US");
-        WriteRules(kToolRule);
+        WriteRules(kToolRule + std::string(R"({"type":"exe","target":"C:\\missing.lnk"})"));
     }
     // Returns the messages since the last call.
     Strings NewMessages() {
@@ -60,7 +60,9 @@ class Selection : public DriveTest {
     size_t seen_ = 0;
 };
 
-TEST_F(Selection, AcceptsOneProgramOrShortcut) {
+TEST_F(Selection, StoresEveryPathButAcceptsOnlyProgramsAndShortcuts) {
+    CopyShortcut();
+    Copy(SavedShortcut(L"document.lnk"), L"C:\\Test\\document.LNK");
     const struct {
         const wchar_t* file;
         HRESULT result;
@@ -68,15 +70,25 @@ TEST_F(Selection, AcceptsOneProgramOrShortcut) {
     } cases[] = {
         {L"C:\\Apps\\Tool.EXE", S_OK,
          "Initialize ok selected=C:\\Apps\\Tool.EXE target=C:\\Apps\\Tool.EXE locked=1"},
+        {L" C:\\Apps\\Tool.exe", S_OK,
+         "Initialize ok selected= C:\\Apps\\Tool.exe target= C:\\Apps\\Tool.exe locked=1"},
         {L"C:\\Apps\\Other.exe", S_OK,
          "Initialize ok selected=C:\\Apps\\Other.exe target=C:\\Apps\\Other.exe locked=0"},
+        {kShortcut, S_OK,
+         "Initialize ok selected=C:\\Test\\Tool.lnk target=C:\\Apps\\Tool.exe locked=1"},
         {L".exe", S_OK, "Initialize ok selected=.exe target=.exe locked=0"},
         {L"C:\\missing.lnk", S_OK, "Initialize resolve target failed: C:\\missing.lnk"},
+        {L"C:\\Test\\document.LNK", S_OK,
+         "Initialize resolve target failed: C:\\Test\\document.LNK"},
         {L"C:\\Docs\\readme.txt", E_INVALIDARG,
          "Initialize ignored non exe/lnk: C:\\Docs\\readme.txt"},
         {L"C:\\Apps\\Tool.exe.bak", E_INVALIDARG,
          "Initialize ignored non exe/lnk: C:\\Apps\\Tool.exe.bak"},
+        {L"C:\\Apps\\Tool.lnk.exe.", E_INVALIDARG,
+         "Initialize ignored non exe/lnk: C:\\Apps\\Tool.lnk.exe."},
+        {L"C:\\Apps\\Tool.com", E_INVALIDARG, "Initialize ignored non exe/lnk: C:\\Apps\\Tool.com"},
         {L"C:\\Apps\\exe", E_INVALIDARG, "Initialize ignored non exe/lnk: C:\\Apps\\exe"},
+        {L"C:\\Toollnk", E_INVALIDARG, "Initialize ignored non exe/lnk: C:\\Toollnk"},
     };
     const MessageBoxes boxes;
     Extension extension;
@@ -85,6 +97,9 @@ TEST_F(Selection, AcceptsOneProgramOrShortcut) {
         EXPECT_EQ(NewMessages(), Strings{message});
         EXPECT_EQ(extension.Choose(), S_OK) << "the path is stored even if the file is rejected";
         EXPECT_EQ(NewMessages()[0], "InvokeCommand start selected=" + Utf8(file));
+        const bool locked = std::string_view(message).ends_with("locked=1");
+        EXPECT_EQ(extension.MenuText().starts_with(L"Unlock"), locked) << Utf8(file);
+        NewMessages();
     }
 }
 
@@ -101,12 +116,15 @@ TEST_F(Selection, RejectsAnyCountOtherThanOne) {
     EXPECT_EQ(NewMessages(), Strings{"Initialize ignored selection count=1234"});
 }
 
-TEST_F(Selection, ReadsAtMost259Characters) {
-    const std::wstring name = L"C:\\" + std::wstring(252, L'n') + L".exe";
+TEST_F(Selection, CutsPathsTo259Characters) {
+    const std::wstring longest = L"C:\\" + std::wstring(252, L'n') + L".exe";
+    const std::string ok = "Initialize ok selected=" + Utf8(longest) + " target=" + Utf8(longest);
     Extension extension;
-    EXPECT_EQ(extension.Select({name}), S_OK);
-    EXPECT_TRUE(NewMessages()[0].starts_with("Initialize ok selected=" + Utf8(name) + " "));
-    EXPECT_EQ(extension.Select({L"C:\\n" + name.substr(3)}), E_INVALIDARG)
+    for (const wchar_t* const cut : {L"", L"c", L".bak", L"\\Tool.exe"}) {
+        EXPECT_EQ(extension.Select({longest + cut}), S_OK) << Utf8(cut);
+        EXPECT_EQ(NewMessages(), Strings{ok + " locked=0"}) << Utf8(cut);
+    }
+    EXPECT_EQ(extension.Select({L"C:\\n" + longest.substr(3)}), E_INVALIDARG)
         << "the last letter is cut";
 }
 

@@ -12,87 +12,156 @@
 #include "testing/counted_calls.h"
 #endif
 
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved);
+
 namespace kelvaro {
 namespace {
 
 void* const kUntouched = reinterpret_cast<void*>(uintptr_t{0x5A5A});
 
+// Newer interfaces that the shell asks every menu handler for.
+constexpr IID kContextMenu2 = {
+    0x000214F4, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+constexpr IID kContextMenu3 = {
+    0xBCFCE0A0, 0xEC17, 0x11D0, {0x8D, 0x10, 0x00, 0xA0, 0xC9, 0x0F, 0x27, 0x19}};
+
+// Returns `identifier` with its last byte changed.
+GUID Neighbour(GUID identifier) {
+    identifier.Data4[7] ^= 1;
+    return identifier;
+}
+
 using Server = DriveTest;
 
-TEST_F(Server, RejectsUnknownClassesAndInterfaces) {
+TEST_F(Server, RefusesUnknownClassesWithoutTouchingTheResult) {
     void* object = kUntouched;
-    EXPECT_EQ(DllGetClassObject(IID_IUnknown, IID_IClassFactory, &object),
-              CLASS_E_CLASSNOTAVAILABLE);
+    for (const CLSID& unknown : {IID_IUnknown, CLSID_ShellLink, Neighbour(kShellExtClsid)}) {
+        EXPECT_EQ(DllGetClassObject(unknown, IID_IClassFactory, &object),
+                  CLASS_E_CLASSNOTAVAILABLE);
+        EXPECT_EQ(DllGetClassObject(unknown, IID_IClassFactory, nullptr),
+                  CLASS_E_CLASSNOTAVAILABLE);
+    }
     EXPECT_EQ(object, kUntouched);
-    EXPECT_EQ(DllGetClassObject(kShellExtClsid, IID_IContextMenu, &object), E_NOINTERFACE);
-    EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(DllGetClassObject(kShellExtClsid, IID_IClassFactory, nullptr), E_POINTER);
     EXPECT_EQ(g_objectCount, 0U);
 }
 
-TEST_F(Server, CreatesANewFactoryForEachRequest) {
-    ComPtr<IClassFactory> first;
-    ComPtr<IUnknown> second;
-    EXPECT_EQ(DllGetClassObject(kShellExtClsid, IID_IClassFactory, first.Put()), S_OK);
-    EXPECT_EQ(DllGetClassObject(kShellExtClsid, IID_IUnknown, second.Put()), S_OK);
-    EXPECT_NE(static_cast<IUnknown*>(first.Get()), second.Get());
-    EXPECT_EQ(g_objectCount, 2U);
-    EXPECT_EQ(first->AddRef(), 2U);
-    EXPECT_EQ(first->Release(), 1U);
-    void* object = kUntouched;
-    EXPECT_EQ(first->QueryInterface(IID_IShellExtInit, &object), E_NOINTERFACE);
-    EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(first->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+// Expects that `object` and `create`, which makes another such object, offer `offered` and no other
+// interface, and that nothing stays alive after a refusal.
+template <class Create>
+void ExpectInterfaces(IUnknown* object, std::initializer_list<IID> offered, Create&& create) {
+    const ULONG alive = g_objectCount;
+    for (const IID& iid : offered) {
+        ComPtr<IUnknown> same;
+        ComPtr<IUnknown> another;
+        EXPECT_EQ(object->QueryInterface(iid, same.Put()), S_OK);
+        EXPECT_EQ(create(iid, another.Put()), S_OK);
+        EXPECT_NE(another.Get(), same.Get());
+        EXPECT_EQ(g_objectCount, alive + 1);
+        EXPECT_EQ(another->AddRef(), 2U);
+        EXPECT_EQ(another->Release(), 1U);
+    }
+    for (const IID& iid : {IID_IUnknown, IID_IClassFactory, IID_IShellExtInit, IID_IContextMenu,
+                           kContextMenu2, kContextMenu3, IID_IDataObject, IID_IPersistFile,
+                           Neighbour(IID_IUnknown), Neighbour(IID_IClassFactory),
+                           Neighbour(IID_IShellExtInit), Neighbour(IID_IContextMenu)}) {
+        if (std::find(offered.begin(), offered.end(), iid) == offered.end()) {
+            void* refused = kUntouched;
+            EXPECT_EQ(object->QueryInterface(iid, &refused), E_NOINTERFACE);
+            EXPECT_EQ(refused, nullptr);
+            refused = kUntouched;
+            EXPECT_EQ(create(iid, &refused), E_NOINTERFACE);
+            EXPECT_EQ(refused, nullptr);
+        }
+        EXPECT_EQ(object->QueryInterface(iid, nullptr), E_POINTER);
+        EXPECT_EQ(create(iid, nullptr), E_POINTER);
+    }
+    EXPECT_EQ(g_objectCount, alive);
 }
 
-TEST_F(Server, CreatesObjectsWithTwoInterfacesAndOneIdentity) {
+TEST_F(Server, ObjectsOfferTheirInterfacesAndNoOthers) {
     ComPtr<IClassFactory> factory;
-    DllGetClassObject(kShellExtClsid, IID_IClassFactory, factory.Put());
-    void* nothing = kUntouched;
-    EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IUnknown, &nothing),
-              CLASS_E_NOAGGREGATION);
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IClassFactory, &nothing), E_NOINTERFACE);
-    EXPECT_EQ(nothing, nullptr);
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
-    EXPECT_EQ(g_objectCount, 1U) << "only the factory";
+    ASSERT_EQ(DllGetClassObject(kShellExtClsid, IID_IClassFactory, factory.Put()), S_OK);
+    ExpectInterfaces(factory.Get(), {IID_IUnknown, IID_IClassFactory},
+                     [](const IID& iid, void** object) {
+                         return DllGetClassObject(kShellExtClsid, iid, object);
+                     });
+    ComPtr<IContextMenu> menu;
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IContextMenu, menu.Put()), S_OK);
+    ExpectInterfaces(menu.Get(), {IID_IUnknown, IID_IShellExtInit, IID_IContextMenu},
+                     [&](const IID& iid, void** object) {
+                         return factory->CreateInstance(nullptr, iid, object);
+                     });
+    for (const IID& iid : {IID_IUnknown, IID_IShellExtInit, IID_IDataObject}) {
+        void* aggregate = nullptr;
+        EXPECT_EQ(factory->CreateInstance(factory.Get(), iid, &aggregate), CLASS_E_NOAGGREGATION);
+    }
+    EXPECT_EQ(g_objectCount, 2U);
+}
 
+TEST_F(Server, BothInterfacesShareOneIdentityAndCount) {
     ComPtr<IContextMenu> menu;
     ComPtr<IUnknown> identity;
     ComPtr<IUnknown> sameIdentity;
     ComPtr<IShellExtInit> init;
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IContextMenu, menu.Put()), S_OK);
+    ASSERT_EQ(CreateShellExt(IID_IContextMenu, menu.Put()), S_OK);
     EXPECT_EQ(menu->QueryInterface(IID_IUnknown, identity.Put()), S_OK);
     EXPECT_EQ(identity->QueryInterface(IID_IShellExtInit, init.Put()), S_OK);
     EXPECT_EQ(init->QueryInterface(IID_IUnknown, sameIdentity.Put()), S_OK);
     EXPECT_EQ(identity.Get(), sameIdentity.Get());
     EXPECT_EQ(static_cast<void*>(identity.Get()), static_cast<void*>(init.Get()));
     EXPECT_NE(static_cast<void*>(menu.Get()), static_cast<void*>(init.Get()));
-    EXPECT_EQ(menu->QueryInterface(IID_IContextMenu, nullptr), E_POINTER);
-    EXPECT_EQ(menu->QueryInterface(IID_IDataObject, &nothing), E_NOINTERFACE);
     EXPECT_EQ(menu->AddRef(), 5U);
-    EXPECT_EQ(init->Release(), 4U) << "both interfaces share one count";
-    EXPECT_EQ(g_objectCount, 2U);
+    EXPECT_EQ(init->Release(), 4U);
 }
 
-TEST_F(Server, CanUnloadOnceNothingIsAlive) {
+TEST_F(Server, CanUnloadOnlyIfNothingIsAlive) {
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
     IClassFactory* factory = nullptr;
     DllGetClassObject(kShellExtClsid, IID_IClassFactory, reinterpret_cast<void**>(&factory));
     EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
-    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
     IShellExtInit* object = nullptr;
     factory->CreateInstance(nullptr, IID_IShellExtInit, reinterpret_cast<void**>(&object));
-    EXPECT_EQ(g_objectCount, 3U);
-    EXPECT_EQ(object->Release(), 0U);
-    EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
-    factory->LockServer(FALSE);
-    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
-    EXPECT_EQ(g_objectCount, 0U) << "unlocking is not matched against earlier locks";
-    factory->LockServer(TRUE);
     EXPECT_EQ(factory->Release(), 0U);
+    EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
+    EXPECT_EQ(object->Release(), 0U);
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
+}
+
+TEST_F(Server, EveryLockCountsAndOutlivesItsFactory) {
+    const auto lock = [](BOOL how) {
+        ComPtr<IClassFactory> factory;
+        DllGetClassObject(kShellExtClsid, IID_IClassFactory, factory.Put());
+        EXPECT_EQ(factory->LockServer(how), S_OK);
+    };
+    for (const BOOL how : {TRUE, 2, 0x10000, -1, INT_MIN}) {
+        lock(how);
+        EXPECT_EQ(DllCanUnloadNow(), S_FALSE) << how;
+        lock(how);
+        lock(FALSE);
+        EXPECT_EQ(DllCanUnloadNow(), S_FALSE) << how;
+        lock(FALSE);
+        EXPECT_EQ(DllCanUnloadNow(), S_OK) << how;
+    }
+    // An unlock is not matched against earlier locks.
+    lock(FALSE);
+    EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
+    lock(FALSE);
+    lock(TRUE);
+    lock(TRUE);
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+}
+
+TEST_F(Server, StoresItsModuleOnlyWhenTheProcessAttaches) {
+    const auto module = reinterpret_cast<HINSTANCE>(uintptr_t{0x10});
+    for (const DWORD reason : {DWORD{0}, DWORD{2}, DWORD{3}}) {
+        EXPECT_TRUE(DllMain(module, reason, nullptr));
+        EXPECT_EQ(g_moduleHandle, nullptr) << reason;
+    }
+    EXPECT_TRUE(DllMain(module, DLL_PROCESS_ATTACH, nullptr));
+    for (const DWORD reason : {DWORD{2}, DWORD{3}, DWORD{0}}) {
+        EXPECT_TRUE(DllMain(nullptr, reason, nullptr));
+        EXPECT_EQ(g_moduleHandle, module) << reason;
+    }
 }
 
 #ifndef _WIN32

@@ -34,55 +34,55 @@ class MenuItem : public DriveTest {
     Extension extension_;
 };
 
-TEST_F(MenuItem, IsInsertedAtTheGivenPosition) {
-    const rightclick::PopupMenu menu;
-    for (const wchar_t* const text : {L"Open", L"Properties"}) {
-        InsertMenuW(menu.Handle(), 9, MF_BYPOSITION | MF_STRING, 7, text);
+// All identifiers and all flags but CMF_DEFAULTONLY give the same item.
+TEST_F(MenuItem, IsPlainTextAtTheGivenPositionForAnyFlagsAndIdentifiers) {
+    struct Place {
+        UINT position, first, last;
+        int at;
+    };
+    const Place places[] = {{0, 500, 0x7FFF, 0}, {1, 500, 500, 1},          {2, 500, 499, 2},
+                            {1, 7, 0, 1},        {1, 0, 0x7FFF, 1},         {9, 1, 1, 2},
+                            {0, 0x7FFF, 0, 0},   {0xFFFFFFFF, 500, 900, 2}, {1, 0xEFFF, 0xFFFF, 1}};
+    std::vector<UINT> flagSets = {CMF_NORMAL, 0xFFFFFFFE, CMF_EXPLORE | CMF_EXTENDEDVERBS | 0x10};
+    for (int bit = 1; bit < 32; ++bit) {
+        flagSets.push_back(UINT{1} << bit);
     }
-    EXPECT_EQ(Menu().QueryContextMenu(menu.Handle(), 1, 500, 500, CMF_NORMAL), 1);
-    ASSERT_EQ(menu.Count(), 3);
-    EXPECT_EQ(menu.Text(1), L"Unlock with Vorandel Kelvaro");
-    EXPECT_EQ(menu.Id(1), 500U);
-    EXPECT_EQ(Messages(), Strings{"QueryContextMenu add item locked=1"});
+    for (const bool locked : {true, false}) {
+        extension_.Select({locked ? kTool : L"C:\\missing.lnk"});
+        for (size_t round = 0; round < flagSets.size(); ++round) {
+            const auto& [position, first, last, at] = places[round % std::size(places)];
+            const rightclick::PopupMenu menu;
+            for (const wchar_t* const text : {L"Open", L"Properties"}) {
+                InsertMenuW(menu.Handle(), 9, MF_BYPOSITION | MF_STRING, 7, text);
+            }
+            DeleteFileW(kLog);
+            const UINT flags = flagSets[round];
+            EXPECT_EQ(Menu().QueryContextMenu(menu.Handle(), position, first, last, flags), 1);
+            ASSERT_EQ(menu.Count(), 3) << flags;
+            EXPECT_EQ(menu.Text(static_cast<UINT>(at)),
+                      locked ? L"Unlock with Vorandel Kelvaro" : L"Lock with Vorandel Kelvaro");
+            EXPECT_EQ(menu.Id(at), first) << flags;
+            EXPECT_EQ(GetMenuState(menu.Handle(), static_cast<UINT>(at), MF_BYPOSITION), 0U);
+            EXPECT_EQ(Messages(), Strings{locked ? "QueryContextMenu add item locked=1"
+                                                 : "QueryContextMenu add item locked=0"});
+        }
+    }
 }
 
 TEST_F(MenuItem, IsLeftOutOfDefaultOnlyMenus) {
-    const rightclick::PopupMenu menu;
-    EXPECT_EQ(Menu().QueryContextMenu(menu.Handle(), 0, 1, 9, CMF_DEFAULTONLY | CMF_EXPLORE), S_OK);
-    EXPECT_EQ(menu.Count(), 0);
-    EXPECT_EQ(Messages(), Strings());
-    for (const UINT flags :
-         std::vector<UINT>{CMF_VERBSONLY, CMF_EXPLORE, CMF_EXTENDEDVERBS, 0xFFFFFFFE}) {
-        EXPECT_EQ(extension_.MenuText(flags), L"Unlock with Vorandel Kelvaro") << flags;
+    for (int bit = 0; bit < 32; ++bit) {
+        const rightclick::PopupMenu menu;
+        const UINT flags = CMF_DEFAULTONLY | (UINT{1} << bit);
+        EXPECT_EQ(Menu().QueryContextMenu(menu.Handle(), 0, 1, 9, flags), S_OK) << flags;
+        EXPECT_EQ(menu.Count(), 0) << flags;
     }
+    EXPECT_EQ(Messages(), Strings());
 }
 
+// The result only reserves the identifier; the shell builds the rest of the menu either way.
 TEST_F(MenuItem, IsReportedEvenIfTheInsertionFails) {
     EXPECT_EQ(Menu().QueryContextMenu(nullptr, 0, 1, 9, CMF_NORMAL), 1);
     EXPECT_EQ(Messages(), Strings{"QueryContextMenu add item locked=1"});
-}
-
-TEST_F(MenuItem, IsOfferedForAShortcutWithoutATarget) {
-    extension_.Select({L"C:\\missing.lnk"});
-    EXPECT_EQ(extension_.MenuText(), L"Lock with Vorandel Kelvaro");
-}
-
-TEST_F(MenuItem, ReturnsVerbAndHelp) {
-    SetLocale(L"zh-CN");
-    Write(L"C:\\Program Files\\Kelvaro\\Lang\\Chinese(Simplified).ini",
-          "[ShellExt]\nhelp=\xE9\x94\x81 {product}\n");
-    char narrow[64] = {};
-    EXPECT_EQ(Menu().GetCommandString(0, GCS_VERBA, nullptr, narrow, 64), S_OK);
-    EXPECT_STREQ(narrow, kVerbName);
-    EXPECT_EQ(Menu().GetCommandString(0, GCS_HELPTEXTA, nullptr, narrow, 64), S_OK);
-    EXPECT_STREQ(narrow, "Toggle lock state via Vorandel Kelvaro");
-    wchar_t wide[64] = {};
-    auto* const buffer = reinterpret_cast<LPSTR>(wide);
-    EXPECT_EQ(Menu().GetCommandString(0, GCS_VERBW, nullptr, buffer, 64), S_OK);
-    EXPECT_STREQ(wide, kWideVerbName);
-    EXPECT_EQ(Menu().GetCommandString(0, GCS_HELPTEXTW, nullptr, buffer, 64), S_OK);
-    EXPECT_STREQ(wide, L"\u9501 Vorandel Kelvaro");
-    EXPECT_EQ(Messages(), Strings());
 }
 
 // Expects `text`, cut to each capacity, and no change of the buffer after it.
@@ -93,36 +93,51 @@ void ExpectCut(IContextMenu& menu, UINT kind, const std::basic_string<Unit>& tex
         expected.resize(64, Unit{'x'});
         std::basic_string<Unit> buffer(64, Unit{'x'});
         auto* const bytes = reinterpret_cast<LPSTR>(buffer.data());
-        EXPECT_EQ(menu.GetCommandString(0, kind, nullptr, bytes, capacity), S_OK);
+        // Some hosts set the reserved argument. A capacity above INT_MAX is not negative.
+        UINT reserved = 5;
+        const UINT size = capacity == 63 ? 0xFFFFFFFF : capacity;
+        EXPECT_EQ(menu.GetCommandString(0, kind, &reserved, bytes, size), S_OK);
+        EXPECT_EQ(reserved, 5U);
         EXPECT_TRUE(buffer == expected) << kind << ", capacity " << capacity;
     }
 }
 
-TEST_F(MenuItem, CutsTextsThatDoNotFit) {
+// Only the wide help text is in the interface language.
+TEST_F(MenuItem, ReturnsVerbAndHelpCutToTheBuffer) {
+    ExpectCut<wchar_t>(Menu(), GCS_HELPTEXTW, L"Toggle lock state via Vorandel Kelvaro");
+    SetLocale(L"zh-CN");
+    Write(L"C:\\Program Files\\Kelvaro\\Lang\\Chinese(Simplified).ini",
+          "[ShellExt]\nhelp=\xE9\x94\x81 {product}\n");
     ExpectCut<char>(Menu(), GCS_VERBA, kVerbName);
     ExpectCut<char>(Menu(), GCS_HELPTEXTA, "Toggle lock state via Vorandel Kelvaro");
     ExpectCut<wchar_t>(Menu(), GCS_VERBW, kWideVerbName);
-    ExpectCut<wchar_t>(Menu(), GCS_HELPTEXTW, L"Toggle lock state via Vorandel Kelvaro");
+    ExpectCut<wchar_t>(Menu(), GCS_HELPTEXTW, L"\u9501 Vorandel Kelvaro");
+    EXPECT_EQ(Messages(), Strings());
 }
 
 TEST_F(MenuItem, LeavesTheBufferUnchangedForUnsupportedQueries) {
     char text[] = "untouched";
     for (const UINT kind :
-         std::vector<UINT>{GCS_VALIDATEA, GCS_VALIDATEW, 3, 7, 0x10000, 0xFFFFFFFF}) {
+         std::vector<UINT>{GCS_VALIDATEA, GCS_VALIDATEW, 3, 7, 8, 0x104, 0x10000, 0xFFFFFFFF}) {
         EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, text, 9), S_OK) << kind;
     }
-    EXPECT_EQ(Menu().GetCommandString(1, GCS_VERBA, nullptr, text, 9), E_INVALIDARG);
     EXPECT_EQ(Menu().GetCommandString(UINT_PTR{1} << 32, GCS_VERBA, nullptr, text, 9),
               E_INVALIDARG);
-    EXPECT_EQ(Menu().GetCommandString(0, GCS_VERBA, nullptr, text, 0), E_INVALIDARG);
-    EXPECT_EQ(Menu().GetCommandString(0, GCS_VERBA, nullptr, nullptr, 9), E_INVALIDARG);
+    for (const UINT kind : {GCS_VERBA, GCS_HELPTEXTW, GCS_VALIDATEA, GCS_VALIDATEW}) {
+        EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, nullptr, 9), E_INVALIDARG) << kind;
+        EXPECT_EQ(Menu().GetCommandString(1, kind, nullptr, text, 9), E_INVALIDARG) << kind;
+        EXPECT_EQ(Menu().GetCommandString(0, kind, nullptr, text, 0), E_INVALIDARG) << kind;
+    }
     EXPECT_STREQ(text, "untouched");
 }
 
 TEST_F(MenuItem, RecognisesItsCommand) {
     const auto* const offset1 = reinterpret_cast<LPCSTR>(uintptr_t{1});
     const auto* const highBits = reinterpret_cast<LPCSTR>(uintptr_t{7} << 32);
-    const auto* const wideOffset = reinterpret_cast<LPCWSTR>(uintptr_t{0});
+    const auto* const wideOffset = reinterpret_cast<LPCWSTR>(uintptr_t{7} << 32);
+    // Hosts set further bits: CMIC_MASK_ASYNCOK, CMIC_MASK_PTINVOKE and more.
+    constexpr DWORD kHost = 0xFFFFFFFF & ~DWORD{CMIC_MASK_UNICODE};
+    constexpr DWORD kUnicode = CMIC_MASK_UNICODE | 0x20100000;
     constexpr DWORD kShort = sizeof(CMINVOKECOMMANDINFO);
     constexpr DWORD kLong = sizeof(CMINVOKECOMMANDINFOEX);
     const struct {
@@ -134,23 +149,36 @@ TEST_F(MenuItem, RecognisesItsCommand) {
     } cases[] = {
         {"offset 0", nullptr, 0, kShort, nullptr, true},
         {"offset 1", offset1, 0, kShort, nullptr, false},
+        {"offset 256", reinterpret_cast<LPCSTR>(uintptr_t{256}), 0, kShort, nullptr, false},
+        {"offset 0 of a host", nullptr, 0xFFFFFFFF, kLong, L"open", true},
+        {"the verb beside another wide verb", kVerbName, kUnicode, kLong, L"open", true},
         {"offset 0 in the low words", highBits, 0, kShort, nullptr, true},
         {"the verb", kVerbName, 0, kShort, nullptr, true},
         {"the verb in capitals", "VORANDEL_Kelvaro_TOGGLE", 0, kShort, nullptr, true},
         {"another verb", "open", 0, kShort, nullptr, false},
         {"a longer verb", "vorandel_kelvaro_toggle2", 0, kShort, nullptr, false},
+        {"a shorter verb", "vorandel_kelvaro_toggl", 0, kShort, nullptr, false},
         {"an empty verb", "", 0, kShort, nullptr, false},
         {"the wide verb", "open", CMIC_MASK_UNICODE, kLong, L"Vorandel_KELVARO_toggle", true},
         {"the wide verb beside offset 1", offset1, CMIC_MASK_UNICODE, kLong, kWideVerbName, true},
         {"the wide verb, larger record", "open", CMIC_MASK_UNICODE, kLong + 8, kWideVerbName, true},
+        {"the wide verb, huge record", "", kUnicode, 0xFFFFFFFF, kWideVerbName, true},
+        {"the wide verb of a host", "open", kUnicode, kLong, kWideVerbName, true},
         {"the wide verb without the mask", "open", 0, kLong, kWideVerbName, false},
+        {"the wide verb, other masks", "open", kHost, kLong, kWideVerbName, false},
         {"the wide verb in a short record", "open", CMIC_MASK_UNICODE, kShort, kWideVerbName,
          false},
         {"the wide verb, a byte short", "open", CMIC_MASK_UNICODE, kLong - 1, kWideVerbName, false},
         {"another wide verb", "open", CMIC_MASK_UNICODE, kLong, L"open", false},
+        {"a longer wide verb", "open", kUnicode, kLong, L"vorandel_kelvaro_toggle2", false},
+        {"a shorter wide verb", "open", kUnicode, kLong, L"vorandel_kelvaro_toggl", false},
+        {"no wide verb", offset1, kUnicode, kLong, nullptr, false},
         {"a wide offset", "open", CMIC_MASK_UNICODE, kLong, wideOffset, false},
         {"a size of 0", kVerbName, CMIC_MASK_UNICODE, 0, nullptr, true},
     };
+    const Strings started = {"InvokeCommand start selected=C:\\Apps\\Tool.exe",
+                             "Launch failed: KelvaroAuthPrompt/Kelvaro not found in "
+                             "C:\\Program Files\\Kelvaro"};
     const MessageBoxes boxes;
     for (const auto& [what, verb, mask, size, wideVerb, known] : cases) {
         CMINVOKECOMMANDINFOEX request = {};
@@ -162,8 +190,7 @@ TEST_F(MenuItem, RecognisesItsCommand) {
         EXPECT_EQ(Menu().InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&request)),
                   known ? S_OK : E_FAIL)
             << what;
-        EXPECT_EQ(Messages()[0], known ? "InvokeCommand start selected=C:\\Apps\\Tool.exe"
-                                       : "InvokeCommand ignored unknown verb")
+        EXPECT_EQ(Messages(), known ? started : Strings{"InvokeCommand ignored unknown verb"})
             << what;
     }
 }
@@ -173,7 +200,11 @@ TEST_F(MenuItem, InvokeFailsWithoutARequestOrSelection) {
     EXPECT_EQ(Messages(), Strings());
     Extension fresh;
     EXPECT_EQ(fresh.Choose(), E_FAIL);
-    EXPECT_EQ(Messages(), Strings{"InvokeCommand selected path empty"});
+    CMINVOKECOMMANDINFO unknown = {};
+    unknown.lpVerb = "open";
+    EXPECT_EQ(fresh.Menu().InvokeCommand(&unknown), E_FAIL);
+    EXPECT_EQ(Messages(),
+              (Strings{"InvokeCommand selected path empty", "InvokeCommand ignored unknown verb"}));
 }
 
 TEST_F(MenuItem, StartsThePromptWithTheSelectedPath) {
@@ -183,12 +214,15 @@ TEST_F(MenuItem, StartsThePromptWithTheSelectedPath) {
     for (int calls = 1; calls <= 2; ++calls) {
         EXPECT_EQ(extension_.Choose(), S_OK);
         EXPECT_TRUE(WaitForPrompt(calls).commandLine.ends_with(" \"C:\\Test\\Tool.lnk\""));
+        EXPECT_EQ(extension_.MenuText(), L"Unlock with Vorandel Kelvaro")
+            << "the item stays the same for the life of the object";
     }
 }
 
 TEST_F(MenuItem, UsesTheShellsWindowAsOwnerOfErrorBoxes) {
     const MessageBoxes boxes;
     CMINVOKECOMMANDINFO request = {};
+    request.fMask = 0x400;  // CMIC_MASK_FLAG_NO_UI
     request.hwnd = reinterpret_cast<HWND>(uintptr_t{0x1234});
     EXPECT_EQ(Menu().InvokeCommand(&request), S_OK) << "the launcher reports its failures itself";
     if (MessageBoxes::kCanSee) {

@@ -5,16 +5,61 @@
 namespace kelvaro {
 namespace {
 
+using namespace std::string_literals;
+
 using Shortcut = DriveTest;
 
 TEST_F(Shortcut, AProgramIsItsOwnTarget) {
+    MakeDirectory(L"C:\\Test\\folder.exe");
     for (const wchar_t* const path :
-         {L"D:\\Games\\Run.Exe", L"run.exe", L".EXE", L"C:\\\u5DE5\u5177.exe"}) {
+         {L"D:\\Games\\Run.Exe", L"run.exe", L".EXE", L"C:\\\u5DE5\u5177.exe", L" a.exe",
+          L"C:\\Test\\folder.exe"}) {
         EXPECT_EQ(ResolveShortcutTarget(path), path);
     }
     for (const wchar_t* const path :
-         {L"", L"C:\\readme.txt", L"C:\\Tool.exe.bak", L"C:\\Tool.lnkx", L"C:\\Apps\\", L"exe"}) {
+         {L"", L"C:\\readme.txt", L"C:\\Tool.exe.bak", L"C:\\Tool.lnkx", L"C:\\Apps\\", L"exe",
+          L"C:\\Toolexe", L"C:\\Tool.com", L"C:\\Tool.exe "}) {
         EXPECT_EQ(ResolveShortcutTarget(path), L"") << Utf8(path);
+    }
+}
+
+// Returns a shortcut that stores only the path `target`.
+std::string LinkTo(const std::string& target) {
+    std::string link = "\x4C\0\0\0\x01\x14\x02\0\0\0\0\0\xC0\0\0\0\0\0\0\x46\x02"s;  // has a path
+    link.resize(0x4C);
+    const auto append = [&link](size_t number) {
+        link.append({static_cast<char>(number), static_cast<char>(number >> 8), '\0', '\0'});
+    };
+    constexpr size_t kHeader = 0x1C;
+    constexpr size_t kPath = kHeader + 0x11;
+    const size_t end = kPath + target.size() + 1;
+    for (const size_t number : {end + 1, kHeader, size_t{1}, kHeader, kPath, size_t{0}, end}) {
+        append(number);
+    }
+    for (const unsigned number : {0x11U, 3U, 0U, 0x10U}) {  // the volume
+        append(number);
+    }
+    return link + '\0' + target + "\0\0"s;
+}
+
+TEST_F(Shortcut, OnlyWholeTargetsThatEndInExeCount) {
+    const std::string longest = "C:\\" + std::string(252, 'n') + ".exe";
+    const struct {
+        std::string stored, target;
+    } cases[] = {{"C:\\Apps\\Missing.EXE", "C:\\Apps\\Missing.EXE"},
+                 {" C:\\Apps\\A  b .exe", " C:\\Apps\\A  b .exe"},
+                 {"C:\\Apps\\Tool.lnk", ""},
+                 {"C:\\Apps\\Tool.exe.bak", ""},
+                 {"C:\\Apps\\Toolexe", ""},
+                 {"C:\\Apps\\Tool.com", ""},
+                 {"C:\\Apps\\Tool.exe\\", ""},
+                 {"C:\\Apps\\Tool.exe ", ""},
+                 {longest, longest},
+                 {longest + ".bak", longest},  // cut to 259 characters
+                 {"C:\\n" + longest.substr(3), ""}};
+    for (const auto& [stored, target] : cases) {
+        Write(kShortcut, LinkTo(stored));
+        EXPECT_EQ(Utf8(ResolveShortcutTarget(kShortcut)), target) << stored;
     }
 }
 
@@ -48,7 +93,7 @@ TEST_F(Shortcut, ReturnsStoredTargetsThatArePrograms) {
 TEST_F(Shortcut, DamagedFilesHaveNoTarget) {
     const std::string good = Read(SavedShortcut(L"tool.lnk"));
     Write(L"C:\\Test\\good.LNK", good);
-    EXPECT_EQ(ResolveShortcutTarget(L"C:\\Test\\good.LNK"), L"C:\\Apps\\Tool.exe");
+    EXPECT_EQ(ResolveShortcutTarget(L"C:\\Test\\good.LNK"), kTool);
     EXPECT_EQ(ResolveShortcutTarget(L"C:\\Test\\missing.lnk"), L"");
     MakeDirectory(L"C:\\Test\\directory.lnk");
     EXPECT_EQ(ResolveShortcutTarget(L"C:\\Test\\directory.lnk"), L"");

@@ -48,7 +48,7 @@ TEST_F(Texts, ReflectChangesOfTheLanguageFile) {
     EXPECT_EQ(GetMenuText(false), L"Lock with ");
     EXPECT_EQ(GetMenuText(true), L"");
     EXPECT_EQ(GetHelpText(), L"");
-    WriteEnglish("[ShellExt]\nmenu.lock=");
+    WriteEnglish(std::string(1 << 21, '\n') + "[ShellExt]\nmenu.lock=");
     EXPECT_EQ(GetMenuText(false), L"");
 }
 

@@ -17,11 +17,7 @@ TEST(NormalizeLocale, SelectsTheTagByThePrefix) {
     }
 }
 
-class UiLocale : public DriveTest {
-  public:
-    // The locale without a setting.
-    const std::wstring_view byDisplay_ = GetUiLocale();
-};
+using UiLocale = DriveTest;
 
 TEST_F(UiLocale, FollowsTheSetting) {
     EXPECT_EQ(ReadRegistryLocale(), L"");
@@ -51,7 +47,7 @@ TEST_F(UiLocale, IgnoresUnusableSettings) {
     EXPECT_EQ(ReadRegistryLocale(), L"zh-CN") << "63 characters and the null just fit";
     SetLocale(L"zh" + std::wstring(62, L' '));
     EXPECT_EQ(ReadRegistryLocale(), L"");
-    EXPECT_EQ(GetUiLocale(), byDisplay_);
+    EXPECT_EQ(GetUiLocale(), LocaleOfDisplayLanguage(GetUserDefaultUILanguage()));
 }
 
 TEST_F(UiLocale, ReadsUnterminatedSettings) {
@@ -81,22 +77,33 @@ TEST_F(UiLocale, IgnoresTheMachinesSetting) {
     RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Vorandel\\Kelvaro");
 }
 
-#ifndef _WIN32
-TEST_F(UiLocale, FollowsTheDisplayLanguageWithoutASetting) {
-    const struct {
-        const char* host;
-        const wchar_t* locale;
-    } cases[] = {{"zh_TW.UTF-8", L"zh-CN"}, {"zh_CN", L"zh-CN"}, {"zh_SG", L"zh-CN"},
-                 {"de_DE.UTF-8", L"en-US"}, {"C", L"en-US"},     {"", L"en-US"}};
-    for (const auto& [host, locale] : cases) {
-        setenv("LC_ALL", host, 1);
-        EXPECT_EQ(GetUiLocale(), locale) << host;
-        SetLocale(L"");
-        EXPECT_EQ(GetUiLocale(), L"en-US") << "a present setting wins";
-        RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Vorandel");
+TEST(DisplayLanguage, SelectsChineseForEveryChineseOne) {
+    for (const LANGID language :
+         std::initializer_list<LANGID>{0x0004, 0x0404, 0x0804, 0x0C04, 0x1004, 0x1404, 0x7C04}) {
+        EXPECT_EQ(LocaleOfDisplayLanguage(language), L"zh-CN") << language;
+    }
+    // English, German, Japanese, Turkish, none; the last ones share only some bits with Chinese.
+    for (const LANGID language : std::initializer_list<LANGID>{
+             0x0409, 0x0407, 0x0411, 0x041F, 0x0000, 0x0005, 0x0014, 0x0104, 0x0204}) {
+        EXPECT_EQ(LocaleOfDisplayLanguage(language), L"en-US") << language;
     }
 }
+
+TEST_F(UiLocale, FollowsTheDisplayLanguageOnlyWithoutASetting) {
+    EXPECT_EQ(GetUiLocale(), LocaleOfDisplayLanguage(GetUserDefaultUILanguage()));
+#ifndef _WIN32
+    for (const auto& [host, locale] :
+         {std::pair("zh_TW.UTF-8", L"zh-CN"), std::pair("de_DE.UTF-8", L"en-US")}) {
+        setenv("LC_ALL", host, 1);
+        for (const wchar_t* const setting : {L"", L" ", L"z", L"de", L"chinese", L"en-US"}) {
+            SetLocale(setting);
+            EXPECT_EQ(GetUiLocale(), L"en-US") << "a present setting wins";
+        }
+        RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Vorandel");
+        EXPECT_EQ(GetUiLocale(), locale) << host;
+    }
 #endif
+}
 
 }  // namespace
 }  // namespace kelvaro

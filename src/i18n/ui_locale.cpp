@@ -1,7 +1,5 @@
 #include "i18n/ui_locale.h"
 
-#include <windows.h>
-
 #include <algorithm>
 #include <iterator>
 
@@ -56,15 +54,16 @@ std::wstring_view ReadRegistryLocale() noexcept {
     return NormalizeLocale({setting.text, static_cast<size_t>(end - setting.text)});
 }
 
+std::wstring_view LocaleOfDisplayLanguage(LANGID language) noexcept {
+    const WORD primary = PRIMARYLANGID(language);
+    return SelectLanguage(
+               [primary](const Language& known) { return known.primaryLanguage == primary; })
+        .tag;
+}
+
 std::wstring_view GetUiLocale() noexcept {
     const std::wstring_view chosen = ReadRegistryLocale();
-    if (!chosen.empty()) {
-        return chosen;
-    }
-    const WORD primary = PRIMARYLANGID(GetUserDefaultUILanguage());
-    return SelectLanguage(
-               [primary](const Language& language) { return language.primaryLanguage == primary; })
-        .tag;
+    return chosen.empty() ? LocaleOfDisplayLanguage(GetUserDefaultUILanguage()) : chosen;
 }
 
 }  // namespace kelvaro

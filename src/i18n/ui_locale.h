@@ -1,5 +1,7 @@
 #pragma once
 
+#include <windows.h>
+
 #include <string_view>
 
 namespace kelvaro {
@@ -15,5 +17,8 @@ std::wstring_view ReadRegistryLocale() noexcept;
 // Returns the language tag that the setting `text` selects by its first letters, ignoring case and
 // white space around them.
 std::wstring_view NormalizeLocale(std::wstring_view text) noexcept;
+
+// Returns the language tag that the display language `language` selects.
+std::wstring_view LocaleOfDisplayLanguage(LANGID language) noexcept;
 
 }  // namespace kelvaro

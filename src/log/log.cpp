@@ -1,32 +1,25 @@
 #include "log/log.h"
 
-#include <windows.h>
-
 #include "common/file.h"
 #include "common/text.h"
 
 namespace kelvaro {
 namespace {
 
-std::string LocalTime() {
-    SYSTEMTIME now = {};
-    GetLocalTime(&now);
-    std::string text;
-    text.reserve(sizeof "2026-11-16 18:06:33");
-    AppendNumber(text, now.wYear, 10, 4);
+void AppendTime(std::string& line, const SYSTEMTIME& time) {
+    AppendNumber(line, time.wYear, 10, 4);
     const struct {
         char separator;
         WORD value;
-    } parts[] = {{'-', now.wMonth},
-                 {'-', now.wDay},
-                 {' ', now.wHour},
-                 {':', now.wMinute},
-                 {':', now.wSecond}};
+    } parts[] = {{'-', time.wMonth},
+                 {'-', time.wDay},
+                 {' ', time.wHour},
+                 {':', time.wMinute},
+                 {':', time.wSecond}};
     for (const auto& [separator, value] : parts) {
-        text.push_back(separator);
-        AppendNumber(text, value, 10, 2);
+        line.push_back(separator);
+        AppendNumber(line, value, 10, 2);
     }
-    return text;
 }
 
 void AppendEscaped(std::string& line, unsigned codePoint) {
@@ -41,10 +34,12 @@ bool IsSurrogatePair(char16_t first, char16_t second) noexcept {
 
 }  // namespace
 
-std::string FormatLogLine(std::string_view time, std::wstring_view message) {
+std::string FormatLogLine(const SYSTEMTIME& time, std::wstring_view message) {
     std::string line;
-    line.reserve(time.size() + message.size() + 8);
-    line.append("[").append(time).append("] ");
+    line.reserve(sizeof "[2026-11-16 18:06:33] \r\n" + message.size());
+    line += "[";
+    AppendTime(line, time);
+    line += "] ";
     for (size_t at = 0; at < message.size(); ++at) {
         const auto unit = static_cast<char16_t>(message[at]);
         const auto next = static_cast<char16_t>(at + 1 < message.size() ? message[at + 1] : 0);
@@ -65,7 +60,9 @@ std::string FormatLogLine(std::string_view time, std::wstring_view message) {
 
 void WriteLog(std::wstring_view message) noexcept {
     try {
-        const std::string line = FormatLogLine(LocalTime(), message);
+        SYSTEMTIME now = {};
+        GetLocalTime(&now);
+        const std::string line = FormatLogLine(now, message);
         // The directory is missing only on the first write. Another thread or process may have
         // created it, and even the file, since the failed attempt.
         if (!AppendToFile(kLogFilePath, line) && CreateDirectories(kLogDirectory)) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <windows.h>
+
 #include <string>
 #include <string_view>
 
@@ -12,8 +14,9 @@ inline constexpr wchar_t kLogFilePath[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\
 // written is dropped.
 void WriteLog(std::wstring_view message) noexcept;
 
-// Returns the bytes of the log line "[time] message" with its line end. Characters up to U+00FF are
-// single bytes; others are written as their code point, such as "<U+8F6F>". Throws std::bad_alloc.
-std::string FormatLogLine(std::string_view time, std::wstring_view message);
+// Returns the bytes of the log line "[2026-11-16 18:06:33] message" with its line end. Characters
+// up to U+00FF are single bytes; others are written as their code point, such as "<U+8F6F>". Throws
+// std::bad_alloc.
+std::string FormatLogLine(const SYSTEMTIME& time, std::wstring_view message);
 
 }  // namespace kelvaro

@@ -19,7 +19,9 @@ HRESULT Extension::Select(const std::vector<std::wstring>& files) {
 
 HRESULT Extension::Select(IDataObject* selection) {
     const ComPtr<IDataObject> owner(selection);
-    return init_->Initialize(nullptr, selection, nullptr);
+    // The folder and the key of the file type, which the extension does not use.
+    const void* const unused = this;
+    return init_->Initialize(static_cast<LPCITEMIDLIST>(unused), selection, HKEY_CLASSES_ROOT);
 }
 
 std::wstring Extension::MenuText(UINT flags) {

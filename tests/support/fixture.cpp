@@ -72,12 +72,19 @@ void DriveTest::SetLocale(const std::wstring& locale, DWORD type) {
 }
 
 std::wstring DriveTest::InstallLibrary(const std::wstring& directory) {
-    std::wstring path = kelvaro::JoinPath(directory, L"KelvaroShellExt.dll");
-    Copy(platform::BuiltFile(KELVARO_LIBRARY), path);
-    module_ = LoadLibraryW(path.c_str());
-    EXPECT_NE(module_, nullptr) << Utf8(path);
+    library_ = kelvaro::JoinPath(directory, L"KelvaroShellExt.dll");
+    Copy(platform::BuiltFile(KELVARO_LIBRARY), library_);
+    module_ = LoadLibraryW(library_.c_str());
+    EXPECT_NE(module_, nullptr) << Utf8(library_);
     kelvaro::g_moduleHandle = module_;
-    return path;
+    return library_;
+}
+
+void DriveTest::UninstallLibrary() {
+    FreeLibrary(module_);
+    EXPECT_TRUE(DeleteFileW(library_.c_str())) << Utf8(library_);
+    module_ = nullptr;
+    kelvaro::g_moduleHandle = nullptr;
 }
 
 std::wstring DriveTest::SavedShortcut(const std::wstring& name) {

@@ -3,15 +3,25 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <clocale>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "console/console.h"
+#include "common/code_page.h"
 #include "support/platform.h"
 
 // Converts wide text for failure messages.
-using console::Utf8;
+inline constexpr auto& Utf8 = kelvaro::Utf8FromWide;
+
+// Makes iswspace accept white space beyond ASCII while it lives. On Windows it always does.
+class UnicodeLocale {
+  public:
+    UnicodeLocale() { std::setlocale(LC_CTYPE, platform::kUnicodeLocale); }
+    ~UnicodeLocale() { std::setlocale(LC_CTYPE, "C"); }
+    UnicodeLocale(const UnicodeLocale&) = delete;
+    UnicodeLocale& operator=(const UnicodeLocale&) = delete;
+};
 
 // Gives each test an empty drive C:, an empty registry and initialised COM. Fails a test that does
 // not release everything it obtained from the platform.
@@ -58,6 +68,9 @@ class DriveTest : public testing::Test {
     // the test, then takes the copy for its own module. Returns the path of the copy.
     std::wstring InstallLibrary(const std::wstring& directory = kApplication);
 
+    // Unloads that copy and deletes it.
+    void UninstallLibrary();
+
     // Writes everything that a right-click on kShortcut reads, except for the library: kShortcut,
     // the rule for kTool, an English language file with the help text "Help", the English setting
     // and a prompt that exists but cannot run.
@@ -65,4 +78,5 @@ class DriveTest : public testing::Test {
 
   private:
     HMODULE module_ = nullptr;
+    std::wstring library_;
 };

@@ -6,8 +6,8 @@
 #include <optional>
 #include <vector>
 
+#include "common/code_page.h"
 #include "common/path.h"
-#include "console/console.h"
 #include "setup/change.h"
 #include "setup/failure.h"
 #include "setup/files.h"
@@ -27,7 +27,7 @@ bool IsRegisteredIn(const std::wstring& directory) {
 void CheckSource(const std::wstring& source, const std::vector<std::wstring>& names) {
     for (const std::wstring& name : names) {
         if (!IsFile(JoinPath(source, name))) {
-            throw Failure("Unpack the whole archive first: " + console::Utf8(name) +
+            throw Failure("Unpack the whole archive first: " + kelvaro::Utf8FromWide(name) +
                           " is not beside this program.");
         }
     }

@@ -1,6 +1,5 @@
 #include "setup/failure.h"
 
-#include "console/console.h"
 #include "rightclick/result_text.h"
 
 namespace setup {
@@ -26,7 +25,7 @@ const char* Advice(DWORD error) noexcept {
 }  // namespace
 
 std::string Quoted(const std::wstring& text) {
-    return '"' + rightclick::Printable(console::Utf8(text)) + '"';
+    return '"' + rightclick::Printable(text) + '"';
 }
 
 Failure SystemFailure(const std::string& action, const std::wstring& name, DWORD error) {

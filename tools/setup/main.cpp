@@ -55,8 +55,7 @@ int Run(const Options& options) {
 }
 
 int Main() {
-    console::IsTerminal(stdout);
-    console::IsTerminal(stderr);
+    const console::Session console;
     const std::vector<std::wstring> arguments = SplitCommandLine(GetCommandLineW());
     if (arguments.size() >= 2 && arguments[0] == kLoadCommand) {
         return RunLoader(arguments[1], arguments.size() > 2);

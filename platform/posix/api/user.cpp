@@ -15,6 +15,7 @@ namespace {
 
 struct MenuItem {
     UINT id;
+    UINT state;
     std::wstring text;
 };
 
@@ -81,7 +82,7 @@ BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR tex
     auto& items = found->items;
     const MenuItem* const before = FindItem(*found, position, flags);
     const auto at = before == nullptr ? items.end() : items.begin() + (before - items.data());
-    items.insert(at, {static_cast<UINT>(id), text});
+    items.insert(at, {static_cast<UINT>(id), flags & ~UINT{MF_BYPOSITION}, text});
     return TRUE;
 }
 
@@ -95,6 +96,12 @@ UINT GetMenuItemID(HMENU menu, int position) noexcept {
     const MenuItem* const item =
         found ? FindItem(*found, static_cast<UINT>(position), MF_BYPOSITION) : nullptr;
     return item == nullptr ? static_cast<UINT>(-1) : item->id;
+}
+
+UINT GetMenuState(HMENU menu, UINT item, UINT flags) noexcept {
+    const auto found = FindMenu(menu);
+    const MenuItem* const wanted = found ? FindItem(*found, item, flags) : nullptr;
+    return wanted == nullptr ? static_cast<UINT>(-1) : wanted->state;
 }
 
 int GetMenuStringW(HMENU menu, UINT item, LPWSTR buffer, int capacity, UINT flags) noexcept {

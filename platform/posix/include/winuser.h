@@ -18,4 +18,5 @@ BOOL DestroyMenu(HMENU menu) noexcept;
 BOOL InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR text) noexcept;
 int GetMenuItemCount(HMENU menu) noexcept;
 UINT GetMenuItemID(HMENU menu, int position) noexcept;
+UINT GetMenuState(HMENU menu, UINT item, UINT flags) noexcept;
 int GetMenuStringW(HMENU menu, UINT item, LPWSTR buffer, int capacity, UINT flags) noexcept;
