@@ -1,5 +1,5 @@
 // What tools/platform_calls cannot compare with Wine: the host's encodings, names and errors, the
-// registry file, calls of several threads, and the test controls.
+// registry file and the test controls. load_test.cpp has what several threads do.
 
 #include <objbase.h>
 #include <shellapi.h>
@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <thread>
 
 #include "common/owners.h"
 #include "internal/command_line.h"
@@ -194,39 +193,6 @@ TEST_F(CompatibilityLayer, DropListsAreNotReadBeyondTheirEnd) {
     EXPECT_EQ(GlobalFree(list), nullptr);
     EXPECT_EQ(DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0), 0U);
     EXPECT_EQ(GlobalLock(list), nullptr);
-}
-
-// Each thread adds its own values to one key while it opens and closes handles of every kind.
-TEST_F(CompatibilityLayer, ThreadsLoseNoRegistryValueAndNoHandle) {
-    constexpr int kThreads = 4;
-    constexpr int kRounds = 100;
-    Write(L"C:\\Test\\file", "x");
-    std::vector<std::thread> threads;
-    threads.reserve(kThreads);
-    for (int thread = 0; thread < kThreads; ++thread) {
-        threads.emplace_back([thread] {
-            for (int round = 0; round < kRounds; ++round) {
-                const std::wstring name = std::to_wstring(thread * kRounds + round);
-                kelvaro::ScopedKey key;
-                RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Test", 0, nullptr, 0, KEY_WRITE,
-                                nullptr, key.Put(), nullptr);
-                EXPECT_EQ(RegSetValueExW(key.Get(), name.c_str(), 0, REG_SZ, nullptr, 0),
-                          ERROR_SUCCESS);
-                const auto file = Open(L"C:\\Test\\file");
-                const HGLOBAL memory = GlobalAlloc(GHND, 1);
-                EXPECT_TRUE(GlobalLock(memory) != nullptr && file);
-                GlobalUnlock(memory);
-                GlobalFree(memory);
-                DestroyMenu(CreatePopupMenu());
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    const auto keys = compat::ParseRegistry(Read(L"C:\\registry.reg"));
-    EXPECT_EQ(keys.at(L"hkey_current_user\\software\\test").values.size(),
-              size_t{kThreads} * kRounds);
 }
 
 TEST_F(CompatibilityLayer, TestsFailCountAndWatchCalls) {

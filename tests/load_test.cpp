@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "common/owners.h"
+#include "internal/registry_file.h"
 #include "log/log.h"
 #include "server/clsid.h"
 #include "server/exports.h"
@@ -183,6 +184,40 @@ TEST_F(Load, FourThreadsShareObjectsAndLoseNoCount) {
     EXPECT_EQ(factory->Release(), 1U);
     EXPECT_EQ(object->AddRef(), 2U);
     EXPECT_EQ(object->Release(), 1U);
+}
+
+// Each thread adds its own values to one key while it opens and closes handles of every kind.
+TEST_F(Load, ThreadsLoseNoRegistryValueAndNoHandle) {
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 100;
+    Write(L"C:\\Test\\file", "x");
+    std::vector<std::thread> threads;
+    threads.reserve(kThreads);
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([thread] {
+            for (int round = 0; round < kRounds; ++round) {
+                const std::wstring name = std::to_wstring(thread * kRounds + round);
+                ScopedKey key;
+                RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Test", 0, nullptr, 0, KEY_WRITE,
+                                nullptr, key.Put(), nullptr);
+                EXPECT_EQ(RegSetValueExW(key.Get(), name.c_str(), 0, REG_SZ, nullptr, 0),
+                          ERROR_SUCCESS);
+                const ScopedHandle file(CreateFileW(L"C:\\Test\\file", GENERIC_READ, 0, nullptr,
+                                                    OPEN_EXISTING, 0, nullptr));
+                const HGLOBAL memory = GlobalAlloc(GHND, 1);
+                EXPECT_TRUE(GlobalLock(memory) != nullptr && file);
+                GlobalUnlock(memory);
+                GlobalFree(memory);
+                DestroyMenu(CreatePopupMenu());
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    const auto keys = compat::ParseRegistry(Read(L"C:\\registry.reg"));
+    EXPECT_EQ(keys.at(L"hkey_current_user\\software\\test").values.size(),
+              size_t{kThreads} * kRounds);
 }
 
 size_t ResidentKilobytes() {

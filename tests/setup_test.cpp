@@ -177,6 +177,7 @@ TEST_F(SetupProgram, RemovesOnlyItsOwnRegistration) {
     }
 
     // The machine's classes, which DllRegisterServer uses if it cannot write to the user's.
+    InstallEarlierVersion(kOther);
     InstallEarlierVersion(kTarget);
     ASSERT_EQ(RegisterUnderRoot(HKEY_LOCAL_MACHINE, kClasses, kClsidText, JoinPath(kOther, kDll)),
               S_OK);
