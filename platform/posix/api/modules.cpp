@@ -56,7 +56,7 @@ HMODULE LoadLibraryW(LPCWSTR name) noexcept {
         return nullptr;
     }
     link_map* map = nullptr;
-    dlinfo(opened, RTLD_DI_LINKMAP, &map);
+    dlinfo(opened, RTLD_DI_LINKMAP, static_cast<void*>(&map));
     const HMODULE module = ModuleOfAddress(map->l_ld);
     const std::lock_guard lock(g_modulesMutex);
     g_modules.emplace(module, opened);

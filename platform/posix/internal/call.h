@@ -41,8 +41,8 @@ class Call {
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
-    // Returns true if a test injects a failure into this call. Result() is the code to report; it is
-    // already the last error.
+    // Returns true if a test injects a failure into this call. Result() is the code to report; it
+    // is already the last error.
     bool Fails() const noexcept { return error_.has_value(); }
     LONG Result() const noexcept { return static_cast<LONG>(error_.value_or(0)); }
 

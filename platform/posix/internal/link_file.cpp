@@ -103,7 +103,7 @@ std::wstring FileItemName(const Bytes& item) {
     constexpr size_t kShortName = 14;
     const size_t block = item.Word(item.Size() - 2);
     const size_t offset = block > kShortName ? LongNameOffset(item, block) : 0;
-    if (std::wstring name; offset != 0 && !(name = item.Wide(block + offset)).empty()) {
+    if (std::wstring name = offset == 0 ? L"" : item.Wide(block + offset); !name.empty()) {
         return name;
     }
     constexpr uint32_t kWideName = 0x4;
