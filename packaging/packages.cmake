@@ -1,9 +1,5 @@
 # Three archives: the extension, its debug symbols and the tools.
-install(TARGETS KelvaroShellExt RUNTIME DESTINATION . COMPONENT extension)
-install(
-  FILES packaging/install.cmd packaging/uninstall.cmd packaging/register.cmd packaging/unregister.cmd
-  DESTINATION .
-  COMPONENT extension)
+install(TARGETS KelvaroShellExt setup RUNTIME DESTINATION . COMPONENT extension)
 install(
   DIRECTORY lang/
   DESTINATION Lang
@@ -40,7 +36,7 @@ foreach(component IN ITEMS extension tools)
 endforeach()
 
 set(KELVARO_SIGN_COMMAND "" CACHE STRING
-  "Command that signs the DLL and the tools in the archives, in place; the file name is appended")
+  "Command that signs the DLL and the programs in the archives, in place; the file name is appended")
 set(CPACK_KELVARO_SIGN_COMMAND "${KELVARO_SIGN_COMMAND}")
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/sign.cmake")
 set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/reproducible.cmake")

@@ -6,7 +6,7 @@ set(platform "${PROJECT_SOURCE_DIR}/platform")
 target_sources(
   KelvaroShellExt
   PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/version.rc" "${platform}/windows/exceptions.cpp"
-          "${platform}/windows/terminate_handler.cpp")
+          "${platform}/windows/random_device.cpp" "${platform}/windows/terminate_handler.cpp")
 target_include_directories(kelvaro_core PUBLIC "${platform}")
 target_link_libraries(kelvaro_core PUBLIC ole32 shell32 shlwapi uuid)
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "console/console.h"
+#include "common/code_page.h"
 #include "i18n/language_file.h"
 #include "oracle/rule_oracle.h"
 #include "oracle/text_oracle.h"
@@ -87,7 +87,7 @@ void CompareAllRules(const std::string (&pieces)[kCount], const std::string& bef
         for (const std::wstring& path : kPaths) {
             if (AnyRuleLocks(rules, path) !=
                 (std::count(expected.begin(), expected.end(), path) != 0)) {
-                ADD_FAILURE() << rules << " and " << console::Utf8(path);
+                ADD_FAILURE() << rules << " and " << Utf8FromWide(path);
             }
         }
     });
@@ -114,7 +114,7 @@ TEST(Exhaustive, LanguageFilesAgreeWithALineByLineParser) {
         const auto expected = oracle::FindIniValue(text, L"s", L"k");
         found += expected ? 1 : 0;
         if (value.has_value() != expected.has_value() || (expected && *value != *expected)) {
-            ADD_FAILURE() << console::Utf8(text);
+            ADD_FAILURE() << Utf8FromWide(text);
         }
     });
     EXPECT_GT(found, 0U);
@@ -125,7 +125,7 @@ TEST(Exhaustive, NormalizedPathsAgreeWithAStepByStepImplementation) {
                                   L"Z",  L"z", L":",  L".", L"[",  L"@",  L"\u00C4"};
     ForEachConcatenation(units, kUnits, [](const std::wstring& path) {
         if (NormalizePath(path) != oracle::NormalizePath(path)) {
-            ADD_FAILURE() << console::Utf8(path);
+            ADD_FAILURE() << Utf8FromWide(path);
         }
     });
 }

@@ -93,6 +93,12 @@ TEST_F(Hostile, ShortcutsWithWrongLengthsDoNotCrash) {
     // The lengths of the item list, of its first item and of the link information.
     for (const size_t at : {size_t{76}, size_t{78}, size_t{241}}) {
         for (const char* const length : {"\xFF\xFF", "\x01\x00", "\x00\x00"}) {
+#ifdef _WIN32
+            // Wine 10's link object, in shell32.dll, reads beyond the end of the list and crashes.
+            if (at == 78 && std::string_view(length) == "\xFF\xFF") {
+                continue;
+            }
+#endif
             std::string bad = good;
             bad.replace(at, 2, length, 2);
             Write(path, bad);

@@ -1,14 +1,12 @@
-#include <csignal>
-
 #include "common/file.h"
+#include "common/owners.h"
 #include "registration/registration.h"
 #include "rightclick/handler.h"
+#include "rightclick/log_lines.h"
 #include "rightclick/options.h"
-#include "rightclick/reason.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
 #include "rightclick/target.h"
-#include "rightclick/watch.h"
 #include "support/fixture.h"
 
 namespace rightclick {
@@ -39,9 +37,8 @@ TEST(Options, ChooseTheAction) {
     } cases[] = {{{L"--register", L"C:\\l.dll"}, Action::registerLibrary},
                  {{L"--unregister", L"C:\\l.dll"}, Action::unregisterLibrary},
                  {{L"--explain", L"C:\\\u5DE5.exe"}, Action::explain},
-                 {{L"--watch"}, Action::watch},
-                 {{L"--version", L"--explain"}, Action::version},
-                 {{L"--help", L"--version"}, Action::help}};
+                 {{L"--version", L"--explain"}, Action::print},
+                 {{L"--help"}, Action::print}};
     for (const auto& [arguments, action] : cases) {
         const Options options = ParseOptions(arguments);
         EXPECT_EQ(options.error, "");
@@ -49,27 +46,30 @@ TEST(Options, ChooseTheAction) {
     }
     EXPECT_EQ(ParseOptions(cases[0].arguments).library, L"C:\\l.dll");
     EXPECT_EQ(ParseOptions(cases[2].arguments).files[0], L"C:\\\u5DE5.exe");
+    EXPECT_PRED2(Contains, ParseOptions({L"--help"}).output, "Lock/Unlock item is missing");
 }
 
 TEST(Options, ReportsWrongUsage) {
     const struct {
         std::vector<std::wstring> arguments;
         const char* error;
-    } cases[] = {{{}, "no FILE is given"},
-                 {{L"--json"}, "no FILE is given"},
-                 {{L"--wrong", L"C:\\a.exe"}, "--wrong"},
-                 {{L"C:\\a.exe", L"--verb"}, "--verb: 1 required NAME missing"},
-                 {{L"C:\\a.exe", L"--flags", L"xyz"}, "--flags: \"xyz\" is not a hexadecimal"},
-                 {{L"C:\\a.exe", L"--flags", L""}, "--flags: \"\" is not a hexadecimal number"},
-                 {{L"C:\\a.exe", L"--flags", L"100000000"}, "is not a hexadecimal number"},
-                 {{L"--explain", L"C:\\a.exe", L"C:\\b.exe"}, "--explain takes one FILE"},
-                 {{L"--explain", L"C:\\a.exe", L"--register", L"C:\\l.dll"}, "excludes"},
-                 {{L"--explain"}, "--explain takes one FILE"},
-                 {{L"--explain", L"--choose", L"C:\\a.exe"}, "excludes"},
-                 {{L"--watch", L"--verb", L"x"}, "excludes"},
-                 {{L""}, "FILE is empty"},
-                 {{L"--watch", L"C:\\a.exe"}, "FILE is only for right-clicks"},
-                 {{L"--register"}, "--register: 1 required LIBRARY missing"}};
+    } cases[] = {
+        {{}, "FILE is required"},
+        {{L"--json"}, "FILE is required"},
+        {{L"--wrong", L"C:\\a.exe"}, "--wrong"},
+        {{L"C:\\a.exe", L"--verb"}, "--verb: 1 required NAME missing"},
+        {{L"C:\\a.exe", L"--flags", L"xyz"}, "must be a hexadecimal number up to FFFFFFFF"},
+        {{L"C:\\a.exe", L"--flags", L""}, "--flags: must be a hexadecimal number"},
+        {{L"C:\\a.exe", L"--flags", L"100000000"}, "--flags: must be a hexadecimal"},
+        {{L"--explain", L"C:\\a.exe", L"C:\\b.exe"}, "takes exactly one FILE"},
+        {{L"--explain", L"C:\\a.exe", L"--register", L"C:\\l.dll"}, "excludes"},
+        {{L"--explain"}, "--explain: takes exactly one FILE"},
+        {{L"--explain", L"--choose", L"C:\\a.exe"}, "excludes"},
+        {{L"--popup", L"--choose", L"C:\\a.exe"}, "excludes"},
+        {{L"--register", L"C:\\l.dll", L"--json"}, "excludes"},
+        {{L""}, "FILE: is empty"},
+        {{L"--register", L"C:\\l.dll", L"C:\\a.exe"}, "--register: this option takes no FILE"},
+        {{L"--register"}, "--register: 1 required LIBRARY missing"}};
     for (const auto& [arguments, error] : cases) {
         EXPECT_PRED2(Contains, ParseOptions(arguments).error, error);
     }
@@ -106,12 +106,11 @@ TEST(Reason, IsInTheUsersTerms) {
         Outcome outcome;
         std::string reason;
     } cases[] = {
-        {{tool}, notLoaded, "the registered library C:\\x.dll does not exist (0x800700C1)"},
         {{tool},
-         failedAt(LoadStep::loadLibrary),
-         "the registered library C:\\x.dll cannot be loaded: "},
+         notLoaded,
+         "the registered library C:\\x.dll does not exist (0x800700C1); to register the"},
         {{tool}, failedAt(LoadStep::findExport), "does not export DllGetClassObject"},
-        {{tool}, failedAt(LoadStep::createObject), "does not create the extension: "},
+        {{tool}, failedAt(LoadStep::createObject), "could not create the extension object: "},
         {{tool, tool},
          refused,
          "2 files are selected; the extension takes exactly one (0x80070057)"},
@@ -121,9 +120,9 @@ TEST(Reason, IsInTheUsersTerms) {
         {{L"C:\\" + std::wstring(260, L'x') + L".exe"},
          refused,
          "the path has 267 characters; the extension reads at most 259 (0x80070057)"},
-        {{tool}, refused, "the extension refuses the selection: " + SystemText(E_INVALIDARG)},
-        {{tool}, noQuery, "the extension fails to build its item: " + SystemText(E_FAIL)},
-        {{tool}, nothing, "the extension adds nothing to the menu (0x00000000)"},
+        {{tool}, refused, "the extension rejected the selection: " + SystemText(E_INVALIDARG)},
+        {{tool}, noQuery, "the extension could not build its menu item: " + SystemText(E_FAIL)},
+        {{tool}, nothing, "the extension added nothing to the menu (0x00000000)"},
     };
     for (const auto& [files, outcome, reason] : cases) {
         Options options;
@@ -136,7 +135,14 @@ TEST(Reason, IsInTheUsersTerms) {
     options.library = L"C:\\x.dll";
     EXPECT_PRED2(Contains, ExplainNoItem(options, nothing), "only the default item");
     EXPECT_TRUE(ExplainNoItem(options, notLoaded).starts_with("the library C:\\x.dll"));
-    EXPECT_FALSE(Contains(ExplainNoItem(options, failedAt(LoadStep::loadLibrary)), "%1"));
+    EXPECT_FALSE(Contains(ExplainNoItem(options, notLoaded), "%1"));
+    EXPECT_FALSE(Contains(ExplainNoItem(options, notLoaded), "--register"));
+    Outcome otherClass = failedAt(LoadStep::createObject);
+    otherClass.load = CLASS_E_CLASSNOTAVAILABLE;
+    otherClass.clsid = {1, 2, 3, {}};
+    EXPECT_PRED2(Contains, ExplainNoItem(options, otherClass),
+                 "the registered class {00000001-0002-0003-0000-000000000000} is not the "
+                 "extension's");
 }
 
 TEST(Report, PrintsTextAndJson) {
@@ -147,28 +153,33 @@ TEST(Report, PrintsTextAndJson) {
     outcome.load = outcome.initialize = outcome.canUnload = S_OK;
     outcome.query = 1;
     outcome.item = {L"Lock", L"verb", L"Help"};
-    outcome.invoke = E_FAIL;
+    outcome.invoke = S_OK;
+    outcome.invokeLog = {"[time] CreateProcess started (non-blocking)"};
     Surroundings surroundings;
     surroundings.logLines = {"line"};
     surroundings.notes = {"a note", "another"};
-    EXPECT_EQ(ReportAsText(options, outcome, surroundings),
-              "C:\\\xE5\xB7\xA5\"\t.exe\n  note    a note\n  note    another\n  item    Lock\n  "
-              "verb    verb\n"
-              "  help    Help\n  chosen  0x80004005 (E_FAIL: failed)\n  log     line\n");
+    EXPECT_EQ(
+        ReportAsText(options, outcome, surroundings),
+        "C:\\\xE5\xB7\xA5\"<U+0009>.exe\n  note    a note\n  note    another\n  item    Lock\n  "
+        "verb    verb\n"
+        "  help    Help\n  chosen  accepted; the prompt was started\n  log     line\n");
     EXPECT_EQ(ReportAsJson(options, outcome, surroundings),
-              "{\"files\":[\"C:\\\\\xE5\xB7\xA5\\\"\\t.exe\"],\"offered\":true,"
+              "{\"files\":[\"C:\\\\\xE5\xB7\xA5\\\"\\t.exe\"],\"target\":null,\"locked\":null,"
+              "\"offered\":true,"
               "\"text\":\"Lock\",\"verb\":\"verb\",\"help\":\"Help\","
               "\"selection\":\"drop list\",\"load\":\"0x00000000\",\"initialize\":\"0x00000000\","
-              "\"query\":\"0x00000001\",\"unloadable\":true,\"invoke\":\"0x80004005\","
-              "\"log\":[\"line\"],\"note\":\"a note; another\"}\n");
+              "\"query\":\"0x00000001\",\"unloadable\":true,\"invoke\":\"0x00000000\",\"prompt\":"
+              "\"started\","
+              "\"log\":[\"line\"],\"notes\":[\"a note\",\"another\"]}\n");
     surroundings.colour = true;
     EXPECT_PRED2(Contains, ReportAsText(options, outcome, surroundings), "\033[1;32mLock\033[0m");
     surroundings.problem = "nothing is registered";
     options.log = false;
     surroundings.notes.clear();
     EXPECT_EQ(ReportAsJson(options, {}, surroundings),
-              "{\"files\":[\"C:\\\\\xE5\xB7\xA5\\\"\\t.exe\"],\"offered\":false,"
-              "\"reason\":\"nothing is registered\"}\n");
+              "{\"files\":[\"C:\\\\\xE5\xB7\xA5\\\"\\t.exe\"],\"target\":null,\"locked\":null,"
+              "\"offered\":false,"
+              "\"reason\":\"nothing is registered\",\"notes\":[]}\n");
 }
 
 TEST_F(DriveTest, ReportShowsTheTargetAndTheLock) {
@@ -184,11 +195,10 @@ TEST_F(DriveTest, ReportShowsTheTargetAndTheLock) {
          "\n  target  C:\\Apps\\Tool.exe (does not exist)\n  locked  no\n"},
         {shortcuts + L"document.lnk", false,
          "\n  target  none: document.lnk leads to C:\\Apps\\readme.txt, which is not a program "
-         "(.exe); the item is offered as for an unlocked program, and the prompt gets the path of "
-         "the shortcut\n  locked  no\n"},
-        {shortcuts + L"control_panel.lnk", false, "it does not lead to a file; the item"},
+         "(.exe)\n  locked  no\n"},
+        {shortcuts + L"control_panel.lnk", false, "it does not lead to a file\n"},
         {L"C:\\Test\\broken.lnk", false, "broken.lnk is not a readable shortcut"},
-        {L"C:\\Test\\missing.lnk", false, "missing.lnk does not exist; the item"},
+        {L"C:\\Test\\missing.lnk", false, "missing.lnk does not exist\n"},
     };
     for (const auto& [file, locked, lines] : cases) {
         Options options;
@@ -204,6 +214,23 @@ TEST_F(DriveTest, ReportShowsTheTargetAndTheLock) {
     Surroundings surroundings;
     surroundings.target = ReadTarget(options.files[0]);
     EXPECT_PRED2(Contains, ReportAsText(options, {}, surroundings), "Tool.exe\n  locked  no\n");
+    EXPECT_PRED2(Contains, ReportAsJson(options, {}, surroundings),
+                 R"("target":"C:\\Apps\\Tool.exe","locked":false,)");
+    surroundings.target = Target{kelvaro::FileKind::shortcut, std::wstring(MAX_PATH - 1, L'x'), {}};
+    EXPECT_PRED2(Contains, ReportAsText(options, {}, surroundings), "is cut after 259 characters");
+    Outcome offered;
+    offered.item = Item{L"Lock", L"verb", L"Help"};
+    EXPECT_PRED2(Contains, ReportAsText(options, offered, surroundings),
+                 "; the item is the one for an unlocked program");
+}
+
+TEST_F(DriveTest, NotesTellWhichFilesExplorerDoesNotShow) {
+    MakeDirectory(L"C:\\dir.exe");
+    Write(kTool, "MZ");
+    EXPECT_EQ(NotesOnFiles({kTool, L"C:\\dir.exe", L"C:\\none.exe"}),
+              (std::vector<std::string>{
+                  "dir.exe is a folder; Explorer never loads the extension for folders",
+                  "none.exe does not exist; Explorer could not have shown it"}));
 }
 
 using HandlerTest = DriveTest;
@@ -212,7 +239,7 @@ TEST_F(HandlerTest, FindsTheRegisteredLibrary) {
     const auto problem = [] { return FindRegistration(L"exefile").problem; };
     EXPECT_PRED2(Contains, problem(), "nothing is registered for exefile for this user; ");
     EXPECT_PRED2(Contains, FindRegistration(L"myexe").problem,
-                 "for exefile and lnkfile, the usual");
+                 "for exefile and lnkfile only; to restore");
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.EXE"), L"exefile");
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.lnk"), L"lnkfile");
     EXPECT_EQ(ClassOfFile(L"C:\\a.exe\\b"), L"");
@@ -228,55 +255,64 @@ TEST_F(HandlerTest, FindsTheRegisteredLibrary) {
     write(handler, clsid);
     EXPECT_PRED2(Contains, problem(), "registered for exefile, but without a library");
     EXPECT_FALSE(FindHandler(L"exefile"));
-    write(L"Software\\Classes\\CLSID\\" + clsid + L"\\InprocServer32", L"C:\\x.dll");
+    const std::wstring server = L"Software\\Classes\\CLSID\\" + clsid + L"\\InprocServer32";
+    write(server, L"\"C:\\x.dll\"");
     ASSERT_TRUE(FindHandler(L"exefile"));
-    EXPECT_EQ(FindHandler(L"exefile")->library, L"C:\\x.dll");
+    EXPECT_EQ(FindHandler(L"exefile")->library, L"C:\\x.dll") << "COM ignores the quotes";
+    kelvaro::ScopedKey key;
+    ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, server.c_str(), 0, KEY_WRITE, key.Put()), 0);
+#ifdef _WIN32
+    const std::wstring library = L"%SystemDrive%\\y.dll";
+#else
+    const std::wstring library = L"C:\\y.dll";
+#endif
+    RegSetValueExW(key.Get(), nullptr, 0, REG_EXPAND_SZ,
+                   reinterpret_cast<const BYTE*>(library.c_str()),
+                   static_cast<DWORD>((library.size() + 1) * sizeof(wchar_t)));
+    EXPECT_EQ(FindHandler(L"exefile")->library, L"C:\\y.dll");
 }
 
-class LogFollowerTest : public DriveTest {
-  public:
+using LogReaderTest = DriveTest;
+
+TEST_F(LogReaderTest, ReturnsNewLines) {
     using Lines = std::vector<std::string>;
-
-    static void Append(const std::string& bytes) { kelvaro::AppendToFile(kLog, bytes); }
-};
-
-TEST_F(LogFollowerTest, ReturnsNewLines) {
     Write(kLog, "old\r\n");
-    LogFollower follower;
-    EXPECT_EQ(follower.Poll(), Lines());
-    Append("one\r\ntwo \xE4\r\nthr");
-    EXPECT_EQ(follower.Poll(), (Lines{"one", "two \xC3\xA4"}));
-    EXPECT_EQ(follower.Poll(), Lines());
-    Append("ee\r\n");
-    EXPECT_EQ(follower.Poll(), (Lines{"three"}));
+    const LogReader reader;
+    EXPECT_EQ(reader.NewLines(), Lines());
+    kelvaro::AppendToFile(kLog, "one\r\ntwo \xE4\r\n");
+    EXPECT_EQ(reader.NewLines(), (Lines{"one", "two \xC3\xA4"}));
+    Write(kLog, "1\r\n");
+    EXPECT_EQ(reader.NewLines(), Lines{"1"}) << "a new log";
 }
 
-TEST_F(LogFollowerTest, CopesWithMissingAndReplacedLogs) {
-    LogFollower follower;
-    EXPECT_EQ(follower.Poll(), Lines()) << "there is no log";
-    Write(kLog, "on");
-    EXPECT_EQ(follower.Poll(), Lines()) << "no complete line";
-    Append("e\r\ntwo\r\n");
-    EXPECT_EQ(follower.Poll(), (Lines{"one", "two"}));
-    DeleteFileW(kLog);
-    EXPECT_EQ(follower.Poll(), Lines());
-    Write(kLog, "one\r\ntwo\r\n");
-    EXPECT_EQ(follower.Poll(), (Lines{"one", "two"})) << "a new log";
-    Write(kLog, "six\r\n");
-    EXPECT_EQ(follower.Poll(), (Lines{"six"})) << "a shorter log";
-    Write(kLog, "seven\r\neight\r\n");
-    EXPECT_EQ(follower.Poll(), (Lines{"seven", "eight"})) << "a longer log";
+TEST_F(LogReaderTest, TellsWhetherTheLogCanBeWritten) {
+    EXPECT_EQ(ExplainUnwritableLog(), "it does not exist and cannot be created");
+    MakeDirectory(kLog);
+    EXPECT_EQ(ExplainUnwritableLog(), DescribeError(ERROR_ACCESS_DENIED));
+    RemoveDirectoryW(kLog);
+    Write(kLog, "");
+    EXPECT_EQ(ExplainUnwritableLog(), "");
 }
 
-TEST_F(LogFollowerTest, CtrlCEndsTheWatch) {
-    {
-        const InterruptCatcher catcher;
-        EXPECT_FALSE(InterruptCatcher::IsInterrupted());
-        std::raise(SIGINT);
-        EXPECT_TRUE(InterruptCatcher::IsInterrupted());
+TEST(Log, TellsWhatBecameOfThePrompt) {
+    const struct {
+        const char* message;
+        const char* state;
+        const char* words;
+    } cases[] = {
+        {"CreateProcess started (non-blocking)", "started", "the prompt was started"},
+        {"CreateProcess failed gle=5", "not started", "the prompt did not start: "},
+        {"Launch failed: KelvaroAuthPrompt/Kelvaro not found in C:\\K", "not found",
+         "no prompt was found in C:\\K"},
+        {"Launch failed: module dir empty", "not found", "did not return the DLL's path"},
+        {"CreateProcess: \"C:\\CreateProcess started.exe\"", "unknown", "the log does not tell"},
+    };
+    for (const auto& [message, state, words] : cases) {
+        const PromptResult result =
+            ReadPromptResult({"no time", std::string("[2026-11-25 18:00:00] ") + message});
+        EXPECT_STREQ(result.state, state) << message;
+        EXPECT_PRED2(Contains, result.words, words);
     }
-    const InterruptCatcher next;
-    EXPECT_FALSE(InterruptCatcher::IsInterrupted());
 }
 
 }  // namespace

@@ -37,7 +37,7 @@ struct alignas(16) Place {
 };
 static_assert(sizeof(std::bad_alloc) <= sizeof(Place::object));
 
-// As many threads can throw without memory at once.
+// The number of exceptions that can be in flight without memory.
 constexpr int kPlaces = 64;
 constinit Place g_places[kPlaces] = {};
 constinit std::atomic<std::uint64_t> g_occupied = 0;  // a bit for each place

@@ -8,20 +8,13 @@
 #include "common/owners.h"
 #include "common/result.h"
 #include "common/text.h"
+#include "registration/keys.h"
 #include "server/clsid.h"
 #include "server/exports.h"
 #include "server/module.h"
 
 namespace kelvaro {
 namespace {
-
-constexpr std::wstring_view kUserClasses = L"Software\\Classes\\";
-constexpr std::wstring_view kClassKey = L"CLSID\\";
-constexpr std::wstring_view kServerKey = L"\\InprocServer32";
-constexpr std::wstring_view kProgramHandler =
-    L"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
-constexpr std::wstring_view kShortcutHandler =
-    L"lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
 
 // Returns the class identifier in the form that the registry uses. Empty if it cannot be formatted.
 std::wstring ClsidText() {
@@ -45,7 +38,7 @@ HRESULT RegisterServer() {
     if (clsid.empty()) {
         return E_FAIL;
     }
-    HRESULT result = RegisterUnderRoot(HKEY_CURRENT_USER, kUserClasses, clsid, module.path);
+    HRESULT result = RegisterUnderRoot(HKEY_CURRENT_USER, kClasses, clsid, module.path);
     if (FAILED(result)) {
         result = RegisterUnderRoot(HKEY_CLASSES_ROOT, {}, clsid, module.path);
     }
@@ -67,9 +60,9 @@ HRESULT UnregisterServer() {
         HKEY root;
         std::wstring path;
     } trees[] = {
-        {HKEY_CURRENT_USER, Concat({kUserClasses, kProgramHandler})},
-        {HKEY_CURRENT_USER, Concat({kUserClasses, kShortcutHandler})},
-        {HKEY_CURRENT_USER, Concat({kUserClasses, kClassKey, clsid})},
+        {HKEY_CURRENT_USER, Concat({kClasses, kProgramHandler})},
+        {HKEY_CURRENT_USER, Concat({kClasses, kShortcutHandler})},
+        {HKEY_CURRENT_USER, Concat({kClasses, kClassKey, clsid})},
         {HKEY_CLASSES_ROOT, std::wstring(kProgramHandler)},
         {HKEY_CLASSES_ROOT, std::wstring(kShortcutHandler)},
         {HKEY_CLASSES_ROOT, Concat({kClassKey, clsid})},

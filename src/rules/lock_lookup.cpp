@@ -8,43 +8,35 @@
 #include "rules/rule_pieces.h"
 
 namespace kelvaro {
-namespace {
 
-// A new kind of rule is added here and in NamesTarget. AnyRuleLocks parses only the objects that
-// CandidateSearch lets through, so that prefilter must let the new kind through as well.
-bool IsProgramRule(std::string_view objectText) {
-    return ExtractStringField(objectText, "type", {}) == "exe";
-}
-
-bool NamesTarget(std::string_view objectText, std::wstring_view canonicalPath) {
-    const std::string target = ExtractStringField(objectText, "target", {});
+std::wstring CanonicalTarget(std::string_view objectText) {
     // Flags of 0 turn malformed UTF-8 into U+FFFD instead of failing.
-    const std::wstring canonicalTarget = NormalizePath(WideFromBytes(CP_UTF8, 0, target));
-    return !canonicalTarget.empty() && canonicalTarget == canonicalPath;
+    return NormalizePath(WideFromBytes(CP_UTF8, 0, ExtractStringField(objectText, "target", {})));
 }
 
-}  // namespace
-
-bool RuleLocks(std::string_view objectText, std::wstring_view canonicalPath) {
-    return IsProgramRule(objectText) && ExtractBoolField(objectText, "enabled", true) &&
-           NamesTarget(objectText, canonicalPath);
-}
-
+// A new kind of rule is added here. FindLockingRule parses only the objects that CandidateSearch
+// lets through, so that prefilter must let the new kind through as well.
 bool IsRuleFor(std::string_view objectText, std::wstring_view canonicalPath) {
-    return IsProgramRule(objectText) && NamesTarget(objectText, canonicalPath);
+    if (ExtractStringField(objectText, "type", {}) != "exe") {
+        return false;
+    }
+    const std::wstring target = CanonicalTarget(objectText);
+    return !target.empty() && target == canonicalPath;
 }
 
-bool AnyRuleLocks(std::string_view rules, std::wstring_view canonicalPath) {
+std::optional<std::string_view> FindLockingRule(std::string_view rules,
+                                                std::wstring_view canonicalPath) {
     const CandidateSearch search(canonicalPath);
     RulePieces pieces(rules);
     for (;;) {
         const size_t candidate = search.Next(rules, pieces.Position());
         const auto piece = pieces.Find(candidate);
         if (!piece) {
-            return false;
+            return std::nullopt;
         }
-        if (piece->IsFlatObject() && RuleLocks(piece->text, canonicalPath)) {
-            return true;
+        if (piece->IsFlatObject() && ExtractBoolField(piece->text, "enabled", true) &&
+            IsRuleFor(piece->text, canonicalPath)) {
+            return piece->text;
         }
     }
 }

@@ -8,11 +8,11 @@
 #include <string_view>
 #include <vector>
 
-#include "console/console.h"
+#include "common/code_page.h"
 #include "support/platform.h"
 
 // Converts wide text for failure messages.
-using console::Utf8;
+inline constexpr auto& Utf8 = kelvaro::Utf8FromWide;
 
 // Makes iswspace accept white space beyond ASCII while it lives. On Windows it always does.
 class UnicodeLocale {

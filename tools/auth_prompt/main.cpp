@@ -6,6 +6,7 @@
 #include <objbase.h>
 
 #include "auth_prompt/rule_editor.h"
+#include "common/code_page.h"
 #include "common/file.h"
 #include "console/console.h"
 #include "menu/shortcut_target.h"
@@ -67,7 +68,8 @@ bool HasNoRules() {
 bool Toggle(const std::wstring& selectedPath) {
     const std::wstring target = kelvaro::ResolveShortcutTarget(selectedPath);
     if (target.empty()) {
-        return Complain("not a program or a shortcut to one: " + console::Utf8(selectedPath));
+        return Complain("not a program or a shortcut to one: " +
+                        kelvaro::Utf8FromWide(selectedPath));
     }
     const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
     if (rules.View().empty() && !HasNoRules()) {
@@ -83,13 +85,15 @@ bool Toggle(const std::wstring& selectedPath) {
 void RecordCall() {
     std::wstring directory(MAX_PATH, L'\0');
     directory.resize(GetCurrentDirectoryW(MAX_PATH, directory.data()));
-    kelvaro::AppendToFile(kRecordPath, "command line: " + console::Utf8(GetCommandLineW()) +
-                                           "\ndirectory: " + console::Utf8(directory) + "\n");
+    kelvaro::AppendToFile(kRecordPath, "command line: " + kelvaro::Utf8FromWide(GetCommandLineW()) +
+                                           "\ndirectory: " + kelvaro::Utf8FromWide(directory) +
+                                           "\n");
 }
 
 }  // namespace
 
 int main() {
+    const console::Session session;
     const std::vector<std::wstring> arguments = console::Arguments();
     if (!HasRightShape(arguments)) {
         Complain("invalid arguments; nothing changed");

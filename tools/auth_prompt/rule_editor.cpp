@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "console/console.h"
+#include "common/code_page.h"
 #include "rules/lock_lookup.h"
 #include "rules/path_normalizer.h"
 
@@ -88,7 +88,8 @@ bool SwitchRules(Json& document, std::wstring_view canonicalPath, bool enabled) 
 bool Append(Json& document, std::wstring_view target) {
     Json* const list = FindList(document);
     if (list != nullptr) {
-        list->push_back({{"type", "exe"}, {"enabled", true}, {"target", console::Utf8(target)}});
+        list->push_back(
+            {{"type", "exe"}, {"enabled", true}, {"target", kelvaro::Utf8FromWide(target)}});
     }
     return list != nullptr;
 }
@@ -123,7 +124,7 @@ ToggleResult ToggleRule(std::string_view rules, std::wstring_view target) {
     std::string changed = document.dump(2) + "\n";
     // For example a path with a brace in it, which no rule can lock.
     if (kelvaro::AnyRuleLocks(changed, canonicalPath) == locked) {
-        return {{}, "the lock of " + console::Utf8(target) + " cannot be changed"};
+        return {{}, "the lock of " + kelvaro::Utf8FromWide(target) + " cannot be changed"};
     }
     return {std::move(changed), {}};
 }

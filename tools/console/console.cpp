@@ -4,8 +4,6 @@
 
 #include <shellapi.h>
 
-#include "common/code_page.h"
-
 namespace console {
 
 std::vector<std::wstring> Arguments() {
@@ -17,10 +15,6 @@ std::vector<std::wstring> Arguments() {
     }
     LocalFree(table);
     return arguments;
-}
-
-std::string Utf8(std::wstring_view text) {
-    return kelvaro::Utf8FromWide(text);
 }
 
 std::wstring FromLatin1(std::string_view bytes) {

@@ -4,8 +4,8 @@
 //
 // Arguments avoid what the two platforms do differently and the library does not depend on: how
 // many U+FFFD replace malformed bytes, the text of an unterminated registry value, names of a drop
-// list that starts with an empty one, damaged shortcuts (Wine crashes), the name of a deleted file
-// that is still open, and which error a call with several errors reports.
+// list that starts with an empty one, damaged shortcuts (Wine crashes), files that are open twice,
+// and which error a call with several errors reports.
 
 #include <windows.h>
 
@@ -250,62 +250,81 @@ void Registry() {
     Line("RegDeleteTreeW", deleted, RegDeleteTreeW(HKEY_CURRENT_USER, kKey));
 }
 
-// Opens, reads, writes, moves and deletes two files with random sharing while others are open.
+// Opens, reads, writes, moves and deletes two files. Closes each handle at once: the compatibility
+// layer has no sharing rules.
 void Files() {
+    constexpr wchar_t kDirectory[] = L"C:\\Test\\directory";
     CreateDirectoryW(L"C:\\Test", nullptr);
-    const wchar_t* const names[] = {L"C:\\Test\\a", L"C:\\Test\\B", L"C:\\Test\\none\\c",
-                                    L"C:\\Test", L"C:\\Test\\a\\"};
-    std::vector<HANDLE> open;
-    const auto closeAll = [&open] {
-        for (const HANDLE file : open) {
-            CloseHandle(file);
-        }
-        open.clear();
-    };
+    CreateDirectoryW(kDirectory, nullptr);
+    const wchar_t* const names[] = {L"C:\\Test\\a", L"C:\\Test\\B",   L"C:\\Test\\none\\c",
+                                    L"C:\\Test",    L"C:\\Test\\a\\", kDirectory};
     const auto error = [](bool done) { return done ? DWORD{0} : GetLastError(); };
     for (int round = 0; round < 4000; ++round) {
-        const size_t action = Random(8);
-        const wchar_t* const name = names[Random(Random(4) == 0 ? 5 : 2)];
+        const size_t action = Random(6);
+        const wchar_t* const name = names[Random(Random(4) == 0 ? 6 : 2)];
         if (action < 3) {
             const DWORD access = Pick<DWORD>({0, GENERIC_READ, FILE_APPEND_DATA});
-            const auto share = static_cast<DWORD>(Random(8));
             const DWORD disposition =
                 access == 0 ? OPEN_EXISTING : Pick<DWORD>({OPEN_EXISTING, OPEN_ALWAYS});
-            const HANDLE file = CreateFileW(name, access, share, nullptr, disposition, 0, nullptr);
-            Line("CreateFileW", Show(name), access, share, disposition,
-                 error(file != INVALID_HANDLE_VALUE));
-            if (file != INVALID_HANDLE_VALUE) {
-                open.push_back(file);
-            }
-        } else if (action == 3 && !open.empty()) {
+            const kelvaro::ScopedHandle file(
+                CreateFileW(name, access, 0, nullptr, disposition, 0, nullptr));
+            Line("CreateFileW", Show(name), access, disposition, error(bool(file)));
             DWORD count = 0;
             char bytes[4] = {};
-            const HANDLE file = open[Random(open.size())];
-            const bool wrote = WriteFile(file, "xyz", 3, &count, nullptr);
+            const bool wrote = WriteFile(file.Get(), "xyz", 3, &count, nullptr);
             Line("WriteFile", error(wrote), count);
-            const bool read = ReadFile(file, bytes, 2, &count, nullptr);
-            Line("ReadFile", error(read), count);
+            const bool read = ReadFile(file.Get(), bytes, 2, &count, nullptr);
+            Line("ReadFile", error(read), count, Show(std::string_view(bytes)));
+        } else if (action == 3) {
+            Line("DeleteFileW", Show(name), error(DeleteFileW(name)));
         } else if (action == 4) {
-            const DWORD result = error(DeleteFileW(name));
-            Line("DeleteFileW", Show(name), result);
-            // Windows keeps the name of a deleted file until it is closed.
-            if (result == 0) {
-                closeAll();
-            }
-        } else if (action == 5) {
             const wchar_t* const from = names[Random(3)];
-            const wchar_t* const to = names[Random(2)];
+            const wchar_t* const to = Random(5) == 0 ? kDirectory : names[Random(2)];
             const DWORD flags = Pick<DWORD>({0, MOVEFILE_REPLACE_EXISTING});
             Line("MoveFileExW", Show(from), Show(to), flags, error(MoveFileExW(from, to, flags)));
-        } else if (action == 6) {
+        } else {
             Line("GetFileAttributesW", Show(name),
                  GetFileAttributesW(name) & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY));
-        } else if (!open.empty()) {
-            CloseHandle(open.back());
-            open.pop_back();
         }
     }
-    closeAll();
+    RemoveDirectoryW(kDirectory);
+}
+
+// Calls with one wrong argument each, which random arguments do not reach.
+void Errors() {
+    wchar_t text[8] = {};
+    const struct {
+        const char* bytes;
+        int size, capacity;
+    } conversions[] = {{"abc", 3, 2}, {"ab", -1, 8}, {"abc", 0, 8}, {nullptr, 3, 8}};
+    for (const auto& [bytes, size, capacity] : conversions) {
+        SetLastError(0);
+        const int length = MultiByteToWideChar(CP_UTF8, 0, bytes, size, text, capacity);
+        Line("MultiByteToWideChar", size, capacity, length, length == 0 ? GetLastError() : 0);
+    }
+    const auto noKey = reinterpret_cast<HKEY>(uintptr_t{0x10});
+    HKEY key = noKey;
+    for (const HKEY root : {noKey, HKEY_CURRENT_USER}) {
+        const LSTATUS opened = RegOpenKeyExW(root, L"No such key", 0, KEY_READ, &key);
+        Line("RegOpenKeyExW", opened, RegDeleteTreeW(root, L"No such key"));
+    }
+    Line("key", key == nullptr ? "null" : "left");
+    Line("RegCreateKeyExW",
+         RegCreateKeyExW(noKey, L"a", 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr));
+    const auto noHandle = reinterpret_cast<HANDLE>(uintptr_t{0x10000});
+    const BOOL closed = CloseHandle(noHandle);
+    Line("CloseHandle", closed, GetLastError());
+    DWORD count = 0;
+    const BOOL read = ReadFile(noHandle, text, 1, &count, nullptr);
+    Line("ReadFile", read, GetLastError());
+    void* object = text;
+    const HRESULT unknown =
+        CoCreateInstance(IID_IUnknown, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &object);
+    Line("CoCreateInstance", unknown, object == nullptr ? "null" : "left");
+    CoUninitialize();
+    Line("CoCreateInstance",
+         CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &object));
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
 }
 
 // Wine crashes on some damaged shortcuts, so these are whole.
@@ -338,7 +357,7 @@ int main() {
     }
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     for (void (*const family)() : {Conversions, Texts, CommandLines, Paths, ClassIdentifiers,
-                                   DropLists, Menus, Registry, Files}) {
+                                   DropLists, Menus, Registry, Files, Errors}) {
         g_random.seed(20261125);  // one difference does not cause others in the next family
         family();
     }

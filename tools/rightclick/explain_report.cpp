@@ -4,21 +4,20 @@
 
 #include <algorithm>
 #include <ctime>
-#include <nlohmann/json.hpp>
 
+#include "common/code_page.h"
 #include "common/file.h"
 #include "common/owners.h"
-#include "common/result.h"
-#include "console/console.h"
-#include "rightclick/reason.h"
+#include "rightclick/explain.h"
 #include "rightclick/result_text.h"
+#include "rightclick/target.h"
 #include "rules/lock_lookup.h"
 
 namespace rightclick {
 namespace {
 
-using console::Utf8;
-using kelvaro::FileKind;
+using Json = nlohmann::ordered_json;
+using kelvaro::Utf8FromWide;
 
 std::string LocalTime(const FILETIME& fileTime) {
     // File times count units of 100 ns from 1601 on, the C library seconds from 1970 on.
@@ -35,193 +34,210 @@ std::string LocalTime(const FILETIME& fileTime) {
     return text;
 }
 
-// Adds what `report` says about the rule file itself.
-void DescribeRuleFile(ExplainReport& report) {
+// Returns why the rule file cannot be read. Empty if it can. Stores what is known about the file in
+// `json`.
+std::string ExamineRuleFile(Json& json) {
+    json = {{"path", Utf8FromWide(kelvaro::kRuleFilePath)}, {"exists", nullptr}};
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (GetFileAttributesExW(kelvaro::kRuleFilePath, GetFileExInfoStandard, &data)) {
+        json["exists"] = true;
+        if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+            return "the rule file cannot be read: it is a folder";
+        }
+        json["size"] = (uint64_t{data.nFileSizeHigh} << 32) | uint64_t{data.nFileSizeLow};
+        json["changed"] = LocalTime(data.ftLastWriteTime);
+    }
     const kelvaro::ScopedHandle file(
         CreateFileW(kelvaro::kRuleFilePath, GENERIC_READ,
                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                     0, nullptr));
     const DWORD error = GetLastError();
-    if (!file && (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)) {
-        report.ruleFile = Presence::missing;
-        return;
+    if (file) {
+        return {};
     }
-    if (!file) {
-        const HRESULT result = kelvaro::FailureFromWin32(error);
-        const std::string words = SystemText(result);
-        report.ruleFileProblem =
-            words.empty() ? HexResult(result) : words + " (" + HexResult(result) + ")";
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+        json["exists"] = false;
+        return "the rule file does not exist";
     }
-    WIN32_FILE_ATTRIBUTE_DATA data = {};
-    if (!GetFileAttributesExW(kelvaro::kRuleFilePath, GetFileExInfoStandard, &data)) {
-        return;
-    }
-    report.ruleFile = Presence::present;
-    if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-        report.ruleFileProblem = "it is a folder";
-        return;
-    }
-    report.ruleFileSize = (uint64_t{data.nFileSizeHigh} << 32) | uint64_t{data.nFileSizeLow};
-    report.ruleFileTime = LocalTime(data.ftLastWriteTime);
+    return "the rule file cannot be read: " + DescribeError(error);
 }
 
-// Adds what the user should know about the selected file and the program.
-void AddNotesOnFiles(ExplainReport& report) {
-    Explanation& explanation = report.explanation;
-    Options options;
-    options.files = {report.file};
-    if (const std::string refused = ExplainSelection(options); !refused.empty()) {
-        explanation.reason.text += "; the extension offers no item, because " + refused;
-    }
-    const std::wstring& program = report.target.program;
-    if (kelvaro::PathExists(program.c_str()) || StoresVariable(program)) {
-        return;
-    }
-    const std::string missing = FileName(program) + " does not exist";
-    if (explanation.state == LockState::notLocked) {
-        explanation.reason.text += "; " + missing;
-    } else {
-        explanation.remarks.push_back({0, missing});
-    }
+// Returns `text` with at least `width` characters and a blank.
+std::string Padded(std::string text, size_t width) {
+    text.resize(std::max(text.size(), width) + 1, ' ');
+    return text;
 }
 
-Remark WhatTheItemMeans(const std::wstring& file, const Target& target) {
-    const std::string reason = ExplainNoProgram(file, target);
-    return {0, target.kind == FileKind::shortcut
-                   ? reason + "; the extension offers its item as for an unlocked program"
-                   : reason + "; the extension offers no item for it"};
+std::string Line(const std::string& label, const Json& text) {
+    return "  " + Padded(label, 11) + Printable(text.get<std::string>()) + "\n";
 }
 
-std::string AsText(const Remark& remark) {
-    return remark.line == 0 ? remark.text
-                            : "line " + std::to_string(remark.line) + ": " + remark.text;
+// Returns the part of a long text around the index `at`, for people.
+std::string Excerpt(std::wstring_view text, size_t at) {
+    constexpr size_t kLongest = 90;
+    constexpr size_t kBefore = 40;
+    const size_t begin = at > kLongest - kBefore ? at - kBefore : 0;
+    const bool cut = begin + kLongest < text.size();
+    return (begin > 0 ? "..." : "") + Printable(text.substr(begin, kLongest)) + (cut ? "..." : "");
 }
 
-const char* Verdict(LockState state) {
-    switch (state) {
-        case LockState::locked:
-            return " is locked: ";
-        case LockState::notLocked:
-            return " is not locked: ";
-        case LockState::unknown:
-            break;
+std::wstring Wide(const Json& text) {
+    return kelvaro::WideFromBytes(CP_UTF8, 0, text.get<std::string>());
+}
+
+// Formats the lines about one rule: what is read from it, and what is wanted where that differs.
+class RuleText {
+  public:
+    RuleText(const Json& rule, const Json& canonicalPath)
+        : keys_(rule.value("keys", Json::array())), label_("line " + rule["line"].dump()) {
+        if (rule.contains("ignored")) {
+            Add("ignored", rule["ignored"]);
+            return;
+        }
+        AddString("type", rule["type"], L"exe");
+        const bool byDefault = rule["enabled"].is_null();
+        const size_t count = Count("enabled");
+        AddValue("enabled", rule["enabled"] == false ? L"false" : L"true", L"true",
+                 byDefault
+                     ? count > 0 ? "  (its value is neither true nor false)" : "  (no \"enabled\")"
+                 : count > 1 ? "  (only the first true or false is used)"
+                             : "");
+        AddString("target", rule["target"], Wide(canonicalPath));
     }
-    return ": cannot tell whether it is locked: ";
-}
 
-std::string Line(const std::string& label, const std::string& text) {
-    std::string line = "  " + label;
-    line.resize(std::max<size_t>(line.size() + 1, 14), ' ');
-    return line + Printable(text) + "\n";
-}
+    const std::string& Text() const { return text_; }
 
-nlohmann::ordered_json AsJson(const Remark& remark) {
-    nlohmann::ordered_json json;
-    if (remark.line != 0) {
-        json["line"] = remark.line;
+  private:
+    void Add(const char* name, const std::string& text) {
+        text_ += "  " + Padded(label_, 9) + Padded(name, 8) + text + "\n";
+        label_.clear();
     }
-    json["text"] = remark.text;
-    return json;
+
+    void AddValue(const char* name, std::wstring_view value, std::wstring_view wanted,
+                  const std::string& remark) {
+        const auto [differs, other] =
+            std::mismatch(value.begin(), value.end(), wanted.begin(), wanted.end());
+        const auto at = static_cast<size_t>(differs - value.begin());
+        const bool equal = differs == value.end() && other == wanted.end();
+        Add(name, (value.empty() ? "(empty)" : Excerpt(value, equal ? 0 : at)) + remark);
+        if (!equal) {
+            Add("wanted", Excerpt(wanted, at));
+            // The bar keeps a blank before it from being shown as one at the end.
+            const std::wstring before = std::wstring(value.substr(0, at)) + L'|';
+            Add("", std::string(Columns(Excerpt(before, at)) - 1, ' ') + '^');
+        }
+    }
+
+    void AddString(const char* name, const Json& value, std::wstring_view wanted) {
+        const std::string key = std::string("\"") + name + "\"";
+        if (value.is_string()) {
+            AddValue(name, Wide(value), wanted,
+                     Count(name) > 1 ? "  (only the first " + key + " is used)" : "");
+            return;
+        }
+        Add(name, Count(name) > 0 ? "(no value in double quotes)"
+                                  : "no " + key + "; it has " + ListKeys());
+        Add("wanted", Excerpt(wanted, 0));
+    }
+
+    size_t Count(const char* key) const {
+        return static_cast<size_t>(std::count(keys_.begin(), keys_.end(), key));
+    }
+
+    std::string ListKeys() const {
+        std::string list;
+        for (const Json& key : keys_) {
+            list += (list.empty() ? "\"" : ", \"") + Excerpt(Wide(key), 0) + "\"";
+        }
+        return list.empty() ? "no key in double quotes" : list;
+    }
+
+    Json keys_;
+    std::string label_;
+    std::string text_;
+};
+
+// Adds what the user should know about the selected file and its program.
+void AddNotes(Json& notes, const std::wstring& file, const std::wstring& program) {
+    for (const std::string& note : NotesOnFiles({file})) {
+        notes.push_back(note);
+    }
+    if (const std::string rejected = ExplainSelection({file}); !rejected.empty()) {
+        notes.push_back("there is no item: " + rejected);
+    }
+    const std::string absence = ExplainAbsence(program);
+    if (StoresVariable(program)) {
+        notes.push_back("environment variables in the path are not expanded");
+    } else if (program != file && !absence.empty()) {
+        notes.push_back(FileName(program) + " " + absence);
+    }
 }
 
 }  // namespace
 
-ExplainReport ExplainFile(const std::wstring& file) {
-    ExplainReport report;
-    report.file = file;
-    report.target = ReadTarget(file);
-    DescribeRuleFile(report);
-    Explanation& explanation = report.explanation;
-    const std::wstring& program = report.target.program;
-    if (program.empty()) {
-        explanation.reason = WhatTheItemMeans(file, report.target);
-        return report;
+Json ExplainFile(const std::wstring& file) {
+    const Target target = ReadTarget(file);
+    Json ruleFile;
+    const std::string problem = ExamineRuleFile(ruleFile);
+    Json json = {{"file", Utf8FromWide(file)}, {"target", nullptr}, {"locked", nullptr}};
+    if (target.kind == kelvaro::FileKind::shortcut) {
+        json["stored_target"] = Utf8FromWide(target.stored);
     }
-    if (report.ruleFile == Presence::missing) {
-        explanation.state = LockState::notLocked;
-        explanation.reason = {0, "the rule file does not exist"};
-    } else if (!report.ruleFileProblem.empty()) {
-        explanation.reason = {0, "the rule file cannot be read: " + report.ruleFileProblem +
-                                     "; the extension shows the program as not locked"};
-    } else {
-        const auto rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
-        explanation = ExplainLock(rules.View(), program);
+    json["notes"] = Json::array();
+    json["rule_file"] = ruleFile;
+    if (target.program.empty()) {
+        json["verdict"] = "leads to no program: " + ExplainNoProgram(file, target);
+        return json;
     }
-    AddNotesOnFiles(report);
-    return report;
+    json["target"] = Utf8FromWide(target.program);
+    AddNotes(json["notes"], file, target.program);
+    kelvaro::FileBytes rules;
+    if (problem.empty()) {
+        rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);
+    }
+    json.update(ExplainLock(rules.View(), target.program));
+    if (!problem.empty()) {
+        json["verdict"] = "is not locked: " + problem;
+    }
+    return json;
 }
 
-int ExitStatus(LockState state) noexcept {
-    switch (state) {
-        case LockState::locked:
-            return 0;
-        case LockState::notLocked:
-            return 1;
-        case LockState::unknown:
-            break;
-    }
-    return 2;
+int ExitStatus(const Json& explanation) {
+    constexpr int kNoProgram = 2;
+    const Json& locked = explanation["locked"];
+    return locked.is_null() ? kNoProgram : locked == true ? 0 : 1;
 }
 
-std::string ReportAsText(const ExplainReport& report) {
-    const Explanation& explanation = report.explanation;
-    const bool shortcut = report.target.kind == FileKind::shortcut;
-    const std::wstring& program = report.target.program;
-    std::string text = Printable(Utf8(program.empty() ? report.file : program) +
-                                 Verdict(explanation.state) + AsText(explanation.reason)) +
-                       "\n";
-    for (const Remark& remark : explanation.remarks) {
-        text +=
-            Line(remark.line == 0 ? "note" : "line " + std::to_string(remark.line), remark.text);
+std::string ReportAsText(const Json& explanation) {
+    const Json& path = explanation[explanation["target"].is_null() ? "file" : "target"];
+    std::string text =
+        Printable(path.get<std::string>() + " " + explanation["verdict"].get<std::string>()) + "\n";
+    for (const Json& rule : explanation.value("similar", Json::array())) {
+        text += RuleText(rule, explanation["compared"]).Text();
     }
-    if (shortcut) {
-        text += Line("shortcut", Utf8(report.file));
-        text += Line("target", report.target.stored.empty() ? "none" : Utf8(report.target.stored));
+    if (const size_t notShown = explanation.value("not_shown", size_t{0}); notShown > 0) {
+        text += Line("not shown", std::to_string(notShown) + " more with this file name");
     }
-    if (!explanation.canonical.empty()) {
-        text += Line("compared as", Utf8(explanation.canonical));
+    for (const Json& note : explanation["notes"]) {
+        text += Line("note", note);
     }
-    std::string ruleFile = Utf8(kelvaro::kRuleFilePath);
-    if (report.ruleFile == Presence::missing) {
-        ruleFile += ", does not exist";
-    } else if (!report.ruleFileTime.empty()) {
+    if (explanation.contains("stored_target")) {
+        const std::string stored = explanation["stored_target"];
+        text += Line("shortcut", explanation["file"]);
+        text += Line("target", stored.empty() ? "none" : stored);
+    }
+    if (explanation.contains("compared")) {
+        text += Line("compared as", explanation["compared"]);
+    }
+    const Json& file = explanation["rule_file"];
+    std::string ruleFile = file["path"];
+    if (file.contains("size")) {
         ruleFile +=
-            ", " + std::to_string(report.ruleFileSize) + " bytes, changed " + report.ruleFileTime;
+            ", " + file["size"].dump() + " bytes, changed " + file["changed"].get<std::string>();
+    } else if (file["exists"] == false) {
+        ruleFile += ", does not exist";
     }
     return text + Line("rule file", ruleFile);
-}
-
-std::string ReportAsJson(const ExplainReport& report) {
-    const Explanation& explanation = report.explanation;
-    nlohmann::ordered_json json;
-    json["file"] = Utf8(report.file);
-    json["target"] = nullptr;
-    if (!report.target.program.empty()) {
-        json["target"] = Utf8(report.target.program);
-    }
-    json["locked"] = nullptr;
-    if (explanation.state != LockState::unknown) {
-        json["locked"] = explanation.state == LockState::locked;
-    }
-    json["reason"] = AsJson(explanation.reason);
-    json["remarks"] = nlohmann::json::array();
-    for (const Remark& remark : explanation.remarks) {
-        json["remarks"].push_back(AsJson(remark));
-    }
-    json["compared"] = Utf8(explanation.canonical);
-    nlohmann::ordered_json& ruleFile = json["rule_file"];
-    ruleFile = {{"path", Utf8(kelvaro::kRuleFilePath)}, {"exists", nullptr}};
-    if (report.ruleFile != Presence::unknown) {
-        ruleFile["exists"] = report.ruleFile == Presence::present;
-    }
-    if (!report.ruleFileTime.empty()) {
-        ruleFile["size"] = report.ruleFileSize;
-        ruleFile["changed"] = report.ruleFileTime;
-    }
-    if (!report.ruleFileTime.empty() && explanation.state != LockState::unknown) {
-        ruleFile["rules"] = explanation.rules;
-    }
-    return json.dump() + "\n";
 }
 
 }  // namespace rightclick

@@ -4,12 +4,15 @@
 
 #include <iterator>
 
+#include "common/code_page.h"
 #include "common/owners.h"
 #include "common/text.h"
-#include "console/console.h"
+#include "rightclick/platform_text.h"
 
 namespace rightclick {
 namespace {
+
+using kelvaro::Utf8FromWide;
 
 constexpr wchar_t kProgramClass[] = L"exefile";
 constexpr wchar_t kShortcutClass[] = L"lnkfile";
@@ -21,11 +24,10 @@ std::wstring ReadDefaultValue(HKEY root, const std::wstring& path) {
     DWORD type = REG_NONE;
     if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Put()) != ERROR_SUCCESS ||
         RegQueryValueExW(key.Get(), nullptr, nullptr, &type, reinterpret_cast<BYTE*>(text),
-                         &size) != ERROR_SUCCESS ||
-        type != REG_SZ) {
+                         &size) != ERROR_SUCCESS) {
         return {};
     }
-    return text;
+    return type == REG_SZ ? text : type == REG_EXPAND_SZ ? ExpandVariables(text) : L"";
 }
 
 // Returns the default value of a class key. Reads the user's classes first, because Wine does not
@@ -35,7 +37,37 @@ std::wstring ReadClassValue(const std::wstring& path) {
     return own.empty() ? ReadDefaultValue(HKEY_CLASSES_ROOT, path) : own;
 }
 
+// Returns the library of a class, without the double quotes that COM ignores.
+std::wstring ReadLibrary(const std::wstring& clsid) {
+    std::wstring library = ReadClassValue(L"CLSID\\" + clsid + L"\\InprocServer32");
+    std::erase(library, L'"');
+    return library;
+}
+
+std::wstring ReadHandler(const std::wstring& fileClass) {
+    return ReadClassValue(fileClass + L"\\shellex\\ContextMenuHandlers\\VorandelKelvaro");
+}
+
+// Explains why nothing is registered for `fileClass`.
+std::string ExplainNoHandler(const std::wstring& fileClass) {
+    const std::string nothing =
+        "nothing is registered for " + Utf8FromWide(fileClass) + " for this user";
+    if (fileClass == kProgramClass || fileClass == kShortcutClass) {
+        return nothing + kHowToRegister;
+    }
+    const bool usual = !ReadHandler(kProgramClass).empty() && !ReadHandler(kShortcutClass).empty();
+    return nothing + "; the extension registers for exefile and lnkfile only" +
+           (usual ? ", and is registered there" : "") +
+           "; to restore these classes, run as administrator: assoc .exe=exefile and assoc "
+           ".lnk=lnkfile";
+}
+
 }  // namespace
+
+std::wstring ClsidText(const CLSID& clsid) {
+    kelvaro::ScopedComText text;
+    return SUCCEEDED(StringFromCLSID(clsid, text.Put())) ? text.Get() : L"";
+}
 
 std::wstring ClassOfFile(const std::wstring& file) {
     const std::wstring name = file.substr(file.find_last_of(L"\\/") + 1);
@@ -55,28 +87,22 @@ std::wstring ClassOfFile(const std::wstring& file) {
 }
 
 Registration FindRegistration(const std::wstring& fileClass) {
-    const std::string forClass = "registered for " + console::Utf8(fileClass);
-    const std::wstring clsid =
-        ReadClassValue(fileClass + L"\\shellex\\ContextMenuHandlers\\VorandelKelvaro");
+    const std::wstring clsid = ReadHandler(fileClass);
     if (clsid.empty()) {
-        const bool usual = fileClass == kProgramClass || fileClass == kShortcutClass;
-        return {{},
-                "nothing is " + forClass + " for this user; " +
-                    (usual ? "rightclick --register LIBRARY registers the extension"
-                           : "the extension is registered for exefile and lnkfile, the usual "
-                             "classes of .exe and .lnk files")};
+        return {{}, ExplainNoHandler(fileClass)};
     }
+    const std::string name = Utf8FromWide(fileClass);
     Handler handler = {};
     if (FAILED(CLSIDFromString(clsid.c_str(), &handler.clsid))) {
-        return {
-            {},
-            "\"" + console::Utf8(clsid) + "\" is " + forClass + "; it is not a class identifier"};
+        return {{},
+                "\"" + Utf8FromWide(clsid) + "\" is registered for " + name +
+                    "; it is not a class identifier" + kHowToRegister};
     }
-    handler.library = ReadClassValue(L"CLSID\\" + clsid + L"\\InprocServer32");
+    handler.library = ReadLibrary(clsid);
     if (handler.library.empty()) {
-        return {
-            {},
-            "the class " + console::Utf8(clsid) + " is " + forClass + ", but without a library"};
+        return {{},
+                "the class " + Utf8FromWide(clsid) + " is registered for " + name +
+                    ", but without a library" + kHowToRegister};
     }
     return {handler, {}};
 }

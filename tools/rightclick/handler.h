@@ -19,6 +19,13 @@ struct Registration {
     std::string problem;  // why there is no handler
 };
 
+// Continues every message about a registration that is missing or wrong.
+inline constexpr char kHowToRegister[] =
+    "; to register the extension, run as this user and not elevated: rightclick --register LIBRARY";
+
+// Returns the text form of `clsid`, in braces. Empty if that fails.
+std::wstring ClsidText(const CLSID& clsid);
+
 // Returns the registered class of the file name `file`, such as "exefile" or "lnkfile". Empty if
 // its extension is not registered.
 std::wstring ClassOfFile(const std::wstring& file);

@@ -4,20 +4,18 @@
 
 #include <cstdlib>
 
-#include "common/file.h"
 #include "console/console.h"
 #include "menu/shortcut_target.h"
 #include "rightclick/explain_report.h"
 #include "rightclick/handler.h"
 #include "rightclick/library.h"
+#include "rightclick/log_lines.h"
 #include "rightclick/menu_screen.h"
 #include "rightclick/options.h"
-#include "rightclick/reason.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
 #include "rightclick/right_click.h"
 #include "rightclick/target.h"
-#include "rightclick/watch.h"
 #include "rules/lock_lookup.h"
 #include "server/clsid.h"
 
@@ -38,7 +36,7 @@ class ComApartment {
 };
 
 int FailUsage(const std::string& what) {
-    console::Print(stderr, "rightclick: " + what + "\n");
+    console::Print(stderr, "rightclick: " + what);
     return kWrongUsage;
 }
 
@@ -61,42 +59,42 @@ Registration ChooseHandler(const Options& options) {
     // registration.
     if (!found.handler && kelvaro::KindOfFile(file) == kelvaro::FileKind::other) {
         found = FindRegistration(L"exefile");
-        found.problem = found.handler ? "" : ExplainSelection(options);
+        found.problem = found.handler ? "" : ExplainSelection(options.files);
     }
     return found;
 }
 
-// Returns notes on selected files that Explorer does not show or does not show as files.
-std::vector<std::string> NotesOnFiles(const std::vector<std::wstring>& files) {
-    std::vector<std::string> notes;
-    for (const std::wstring& file : files) {
-        const DWORD attributes = GetFileAttributesW(file.c_str());
-        if (!kelvaro::PathExists(file.c_str())) {
-            notes.push_back(FileName(file) + " does not exist; Explorer could not have shown it");
-        } else if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-            notes.push_back(FileName(file) + " is a folder; Explorer has no such item for folders");
-        }
+// Returns what is wrong if the extension added no line to the log. Empty if it did not run.
+std::string NoteOnLog(const Outcome& outcome) {
+    if (FAILED(outcome.load)) {
+        return {};
     }
-    return notes;
+    const std::string problem = ExplainUnwritableLog();
+    return problem.empty() ? "no line was added to the log"
+                           : "the log cannot be written: " + problem;
 }
 
-int ReportRightClick(const Options& options) {
+int ReportRightClick(const Options& options, bool colour) {
     if (options.popup && !MenuScreen::IsThere()) {
-        return FailUsage("--popup needs the Windows program and a screen");
+        return FailUsage("--popup needs the Windows program and a screen\n");
     }
     Surroundings surroundings;
-    surroundings.colour = std::getenv("NO_COLOR") == nullptr && console::IsTerminal(stdout);
+    surroundings.colour = colour && std::getenv("NO_COLOR") == nullptr;
     surroundings.notes = NotesOnFiles(options.files);
-    if (ExplainSelection(options).empty()) {
+    if (ExplainSelection(options.files).empty()) {
         surroundings.target = ReadTarget(options.files.front());
         surroundings.locked = kelvaro::IsTargetLocked(surroundings.target->program);
     }
     const auto [handler, problem] = ChooseHandler(options);
     surroundings.problem = problem;
-    const size_t logBegin = options.log ? ReadLog().size() : 0;
+    const LogReader log;
     const Outcome outcome = handler ? RightClick(*handler, options) : Outcome{};
+    const std::vector<std::string> logLines = log.NewLines();
+    if (const std::string note = NoteOnLog(outcome); logLines.empty() && !note.empty()) {
+        surroundings.notes.push_back(note);
+    }
     if (options.log) {
-        surroundings.logLines = LinesAfter(ReadLog(), logBegin);
+        surroundings.logLines = logLines;
     }
     console::Print(stdout, options.json ? ReportAsJson(options, outcome, surroundings)
                                         : ReportAsText(options, outcome, surroundings));
@@ -107,42 +105,37 @@ int ReportRightClick(const Options& options) {
 }
 
 int Explain(const Options& options) {
-    const ExplainReport report = ExplainFile(options.files.front());
-    console::Print(stdout, options.json ? ReportAsJson(report) : ReportAsText(report));
-    return ExitStatus(report.explanation.state);
+    const auto explanation = ExplainFile(options.files.front());
+    console::Print(stdout, options.json ? explanation.dump() + "\n" : ReportAsText(explanation));
+    return ExitStatus(explanation);
 }
 
-int Run(const Options& options) {
+int Run(const Options& options, bool colour) {
     if (!options.error.empty()) {
-        return FailUsage(options.error + " (see rightclick --help)");
+        return FailUsage(options.error);
     }
     switch (options.action) {
-        case Action::help:
-            console::Print(stdout, HelpText());
-            return kOffered;
-        case Action::version:
-            console::Print(stdout, "rightclick " KELVARO_VERSION "\n");
+        case Action::print:
+            console::Print(stdout, options.output);
             return kOffered;
         case Action::registerLibrary:
         case Action::unregisterLibrary:
             return ChangeRegistration(options);
         case Action::explain:
             return Explain(options);
-        case Action::watch:
-            WatchLog();
-            return kOffered;
         case Action::rightClick:
             break;
     }
-    return ReportRightClick(options);
+    return ReportRightClick(options, colour);
 }
 
 }  // namespace
 }  // namespace rightclick
 
 int main() {
+    const console::Session session;
     std::vector<std::wstring> arguments = console::Arguments();
     arguments.erase(arguments.begin());
     const rightclick::ComApartment apartment;
-    return rightclick::Run(rightclick::ParseOptions(arguments));
+    return rightclick::Run(rightclick::ParseOptions(arguments), session.HasColours());
 }

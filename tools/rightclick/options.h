@@ -8,7 +8,7 @@
 
 namespace rightclick {
 
-enum class Action { rightClick, explain, watch, registerLibrary, unregisterLibrary, help, version };
+enum class Action { rightClick, explain, registerLibrary, unregisterLibrary, print };
 
 // The options of the command line.
 struct Options {
@@ -21,13 +21,11 @@ struct Options {
     bool popup = false;                // show the menu on the screen
     bool json = false;
     bool log = false;
-    std::string error;  // why the usage is wrong; empty if it is right
+    std::string output;  // of Action::print: the help or the version
+    std::string error;   // why the usage is wrong; empty if it is right
 };
 
 // Parses the arguments after the program's name.
 Options ParseOptions(const std::vector<std::wstring>& arguments);
-
-// Returns the text of --help.
-std::string HelpText();
 
 }  // namespace rightclick

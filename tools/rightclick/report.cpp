@@ -1,16 +1,64 @@
 #include "rightclick/report.h"
 
+#include <shlobj.h>
+
 #include <nlohmann/json.hpp>
 
-#include "common/file.h"
-#include "console/console.h"
-#include "rightclick/reason.h"
+#include "common/code_page.h"
+#include "rightclick/handler.h"
+#include "rightclick/log_lines.h"
 #include "rightclick/result_text.h"
+#include "server/clsid.h"
 
 namespace rightclick {
 namespace {
 
-using console::Utf8;
+using kelvaro::Utf8FromWide;
+
+std::string WithResult(const std::string& reason, HRESULT result) {
+    return reason + " (" + HexResult(result) + ")";
+}
+
+// Returns the system's text for `result`. Its insertion, a file name, becomes "it".
+std::string SystemReason(HRESULT result) {
+    std::string text = SystemText(result);
+    constexpr std::string_view kInsertion = "%1";
+    if (const size_t at = text.find(kInsertion); at != std::string::npos) {
+        text.replace(at, kInsertion.size(), "it");
+    }
+    return text.empty() ? "the system has no text for the error" : text;
+}
+
+// Explains a failure of making the extension object.
+std::string ExplainObject(const std::string& library, const Outcome& outcome) {
+    if (outcome.load == CLASS_E_CLASSNOTAVAILABLE && outcome.clsid != kelvaro::kShellExtClsid) {
+        return "the registered class " + Utf8FromWide(ClsidText(outcome.clsid)) +
+               " is not the extension's, and " + library + " does not have it";
+    }
+    return library + " could not create the extension object: " + SystemReason(outcome.load);
+}
+
+std::string ExplainLoad(const Options& options, const Outcome& outcome) {
+    const bool registered = options.library.empty();
+    const std::string library =
+        (registered ? "the registered library " : "the library ") + Utf8FromWide(outcome.library);
+    std::string reason;
+    switch (outcome.loadStep) {
+        case LoadStep::loadLibrary: {
+            const std::string absence = ExplainAbsence(outcome.library);
+            reason = library + (absence.empty() ? " cannot be loaded: " + SystemReason(outcome.load)
+                                                : " " + absence);
+            break;
+        }
+        case LoadStep::findExport:
+            reason = library + " is not a shell extension: it does not export DllGetClassObject";
+            break;
+        case LoadStep::createObject:
+            reason = ExplainObject(library, outcome);
+            break;
+    }
+    return WithResult(reason, outcome.load) + (registered ? kHowToRegister : "");
+}
 
 // Returns why there is no item.
 std::string Reason(const Options& options, const Outcome& outcome,
@@ -18,17 +66,28 @@ std::string Reason(const Options& options, const Outcome& outcome,
     return surroundings.problem.empty() ? ExplainNoItem(options, outcome) : surroundings.problem;
 }
 
-std::string DescribeTarget(const Options& options, const Target& target) {
+std::string DescribeTarget(const Options& options, const Target& target, bool offered) {
     if (target.program.empty()) {
-        return "none: " + ExplainNoProgram(options.files.front(), target) +
-               "; the item is offered as for an unlocked program, and the prompt gets the path of "
-               "the shortcut";
+        return "none: " + Printable(ExplainNoProgram(options.files.front(), target)) +
+               (offered ? "; the item is the one for an unlocked program, and the prompt gets the "
+                          "path of the shortcut"
+                        : "");
     }
-    const std::string program = Utf8(target.program);
+    const std::string program = Printable(target.program);
     if (StoresVariable(target.program)) {
         return program + " (environment variables are not expanded)";
     }
-    return kelvaro::PathExists(target.program.c_str()) ? program : program + " (does not exist)";
+    const std::string absence = ExplainAbsence(target.program);
+    return absence.empty() ? program : program + " (" + absence + ")";
+}
+
+std::string DescribeChoice(const Outcome& outcome) {
+    if (*outcome.invoke != S_OK) {
+        return "rejected: " + DescribeResult(*outcome.invoke);
+    }
+    const PromptResult prompt = ReadPromptResult(outcome.invokeLog);
+    const bool started = prompt.state == std::string("started");
+    return std::string("accepted") + (started ? "; " : ", but ") + prompt.words;
 }
 
 void AddResults(nlohmann::ordered_json& json, const Outcome& outcome) {
@@ -43,18 +102,33 @@ void AddResults(nlohmann::ordered_json& json, const Outcome& outcome) {
     }
     if (outcome.invoke) {
         json["invoke"] = HexResult(*outcome.invoke);
+        json["prompt"] = ReadPromptResult(outcome.invokeLog).state;
     }
-}
-
-std::string Join(const std::vector<std::string>& texts, const char* separator) {
-    std::string joined;
-    for (const std::string& text : texts) {
-        joined += (joined.empty() ? "" : separator) + text;
-    }
-    return joined;
 }
 
 }  // namespace
+
+std::string ExplainNoItem(const Options& options, const Outcome& outcome) {
+    if (FAILED(outcome.load)) {
+        return ExplainLoad(options, outcome);
+    }
+    if (FAILED(outcome.initialize)) {
+        const std::string selection = ExplainSelection(options.files);
+        return WithResult(selection.empty() ? "the extension rejected the selection: " +
+                                                  SystemReason(outcome.initialize)
+                                            : selection,
+                          outcome.initialize);
+    }
+    if (FAILED(outcome.query)) {
+        return WithResult(
+            "the extension could not build its menu item: " + SystemReason(outcome.query),
+            outcome.query);
+    }
+    if ((options.flags & CMF_DEFAULTONLY) != 0) {
+        return WithResult("--flags requests only the default item of the menu", outcome.query);
+    }
+    return WithResult("the extension added nothing to the menu", outcome.query);
+}
 
 std::string ReportAsText(const Options& options, const Outcome& outcome,
                          const Surroundings& surroundings) {
@@ -67,32 +141,34 @@ std::string ReportAsText(const Options& options, const Outcome& outcome,
     };
     std::string text;
     for (const std::wstring& file : options.files) {
-        text += paint(kBold, Utf8(file)) + "\n";
+        text += paint(kBold, Printable(file)) + "\n";
     }
     for (const std::string& note : surroundings.notes) {
-        text += "  note    " + note + "\n";
+        text += "  note    " + Printable(note) + "\n";
     }
-    if (surroundings.target && surroundings.target->kind == kelvaro::FileKind::shortcut) {
-        text += "  target  " + Printable(DescribeTarget(options, *surroundings.target)) + "\n";
+    const auto& target = surroundings.target;
+    if (target && target->kind == kelvaro::FileKind::shortcut) {
+        text += "  target  " + DescribeTarget(options, *target, outcome.item.has_value()) + "\n";
     }
-    if (surroundings.target) {
+    if (target) {
         text += std::string("  locked  ") + (surroundings.locked ? "yes" : "no") + "\n";
     }
     if (outcome.item) {
-        text += "  item    " + paint(kGreen, Utf8(outcome.item->text)) + "\n";
-        text += "  verb    " + Utf8(outcome.item->verb) + "\n";
-        text += "  help    " + Utf8(outcome.item->help) + "\n";
+        text += "  item    " + paint(kGreen, Printable(outcome.item->text)) + "\n";
+        text += "  verb    " + Printable(outcome.item->verb) + "\n";
+        text += "  help    " + Printable(outcome.item->help) + "\n";
     } else {
-        text += "  " + paint(kRed, "no item") + " " + Reason(options, outcome, surroundings) + "\n";
+        text += "  " + paint(kRed, "no item") + " " +
+                Printable(Reason(options, outcome, surroundings)) + "\n";
     }
     if (outcome.invoke) {
-        text += "  chosen  " + DescribeResult(*outcome.invoke) + "\n";
+        text += "  chosen  " + Printable(DescribeChoice(outcome)) + "\n";
     }
     if (SUCCEEDED(outcome.load) && outcome.canUnload != S_OK) {
-        text += "  warning the library is still in use\n";
+        text += "  warning the DLL cannot be unloaded: an object was not released; report this\n";
     }
     for (const std::string& line : surroundings.logLines) {
-        text += "  log     " + paint(kGrey, line) + "\n";
+        text += "  log     " + paint(kGrey, Printable(line)) + "\n";
     }
     return text;
 }
@@ -102,13 +178,19 @@ std::string ReportAsJson(const Options& options, const Outcome& outcome,
     nlohmann::ordered_json json;
     json["files"] = nlohmann::json::array();
     for (const std::wstring& file : options.files) {
-        json["files"].push_back(Utf8(file));
+        json["files"].push_back(Utf8FromWide(file));
+    }
+    json["target"] = nullptr;
+    json["locked"] = nullptr;
+    if (surroundings.target && !surroundings.target->program.empty()) {
+        json["target"] = Utf8FromWide(surroundings.target->program);
+        json["locked"] = surroundings.locked;
     }
     json["offered"] = outcome.item.has_value();
     if (outcome.item) {
-        json["text"] = Utf8(outcome.item->text);
-        json["verb"] = Utf8(outcome.item->verb);
-        json["help"] = Utf8(outcome.item->help);
+        json["text"] = Utf8FromWide(outcome.item->text);
+        json["verb"] = Utf8FromWide(outcome.item->verb);
+        json["help"] = Utf8FromWide(outcome.item->help);
     } else {
         json["reason"] = Reason(options, outcome, surroundings);
     }
@@ -118,9 +200,7 @@ std::string ReportAsJson(const Options& options, const Outcome& outcome,
     if (options.log) {
         json["log"] = surroundings.logLines;
     }
-    if (!surroundings.notes.empty()) {
-        json["note"] = Join(surroundings.notes, "; ");
-    }
+    json["notes"] = surroundings.notes;
     return json.dump() + "\n";
 }
 

@@ -17,8 +17,11 @@ struct Surroundings {
     std::optional<Target> target;       // of the only selected program or shortcut
     bool locked = false;                // a rule locks its program
     bool colour = false;                // use terminal colours
-    std::vector<std::string> logLines;  // added by this right-click, in UTF-8
+    std::vector<std::string> logLines;  // added during the right-click, in UTF-8
 };
+
+// Returns why `outcome` has no item: in the user's terms, then the result of the call in brackets.
+std::string ExplainNoItem(const Options& options, const Outcome& outcome);
 
 // Returns the outcome as lines of text.
 std::string ReportAsText(const Options& options, const Outcome& outcome,

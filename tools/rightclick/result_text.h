@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <string>
+#include <string_view>
 
 namespace rightclick {
 
@@ -16,8 +17,19 @@ std::string SystemText(HRESULT result);
 // Returns `result` in hexadecimal: "0x80070057".
 std::string HexResult(HRESULT result);
 
-// Returns the UTF-8 `text` with control characters as "<U+001B>", so that it cannot control a
-// terminal or begin a line.
-std::string Printable(std::string_view text);
+// Returns the text for the system error code `error`, then the HRESULT in brackets.
+std::string DescribeError(DWORD error);
+
+// Returns whether nobody sees `unit`: a control or format character, or white space other than a
+// blank. Also true for U+FFFD, which stands for malformed text.
+bool IsUnseen(wchar_t unit) noexcept;
+
+// Returns `text` as UTF-8 for people. Unseen characters, lone surrogates and blanks at the ends
+// appear as their code point ("<U+0009>"), so that no text can control a terminal or begin a line.
+std::string Printable(std::wstring_view text);
+std::string Printable(std::string_view utf8);
+
+// Returns the number of columns that `printable` takes on a terminal.
+size_t Columns(std::string_view printable);
 
 }  // namespace rightclick

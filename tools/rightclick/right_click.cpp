@@ -2,11 +2,11 @@
 
 #include <shlobj.h>
 
-#include "common/file.h"
+#include "common/code_page.h"
 #include "common/owners.h"
 #include "common/result.h"
-#include "console/console.h"
 #include "rightclick/library.h"
+#include "rightclick/log_lines.h"
 #include "rightclick/menu_screen.h"
 #include "rightclick/popup_menu.h"
 #include "rightclick/selection.h"
@@ -35,7 +35,7 @@ HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command, HWN
     wchar_t wideVerb[kTextCapacity] = {};
     char verb[kTextCapacity] = {};
     lstrcpynW(wideVerb, options.verb.value_or(L"").c_str(), kTextCapacity);
-    lstrcpynA(verb, console::Utf8(wideVerb).c_str(), kTextCapacity);
+    lstrcpynA(verb, kelvaro::Utf8FromWide(wideVerb).c_str(), kTextCapacity);
     CMINVOKECOMMANDINFOEX request = {};
     request.cbSize = sizeof request;
     request.hwnd = owner;
@@ -82,7 +82,9 @@ void UseMenu(IContextMenu& handler, const Options& options, Outcome& outcome) {
         owner = screen.Owner();
     }
     if (chosen) {
+        const LogReader log;
         outcome.invoke = Choose(handler, options, command, owner);
+        outcome.invokeLog = log.NewLines();
     }
 }
 
@@ -103,11 +105,10 @@ void UseObject(IShellExtInit& object, const Options& options, Outcome& outcome) 
 Outcome RightClick(const Handler& handler, const Options& options) {
     Outcome outcome;
     outcome.library = handler.library;
+    outcome.clsid = handler.clsid;
     const Library library(handler.library);
     if (!library.IsLoaded()) {
         outcome.load = kelvaro::FailureFromWin32(GetLastError());
-        outcome.loadStep = kelvaro::PathExists(handler.library.c_str()) ? LoadStep::loadLibrary
-                                                                        : LoadStep::findLibrary;
         return outcome;
     }
     {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "menu/shortcut_target.h"
 
@@ -16,12 +17,24 @@ struct Target {
 // Returns the target of `file`. The calling thread must have initialised COM.
 Target ReadTarget(const std::wstring& file);
 
+// Returns why the extension rejects the selection `files`, in the user's terms. Empty if it accepts
+// it or for a reason that the files do not show.
+std::string ExplainSelection(const std::vector<std::wstring>& files);
+
 // Returns why `target`, the target of `file`, has no program. Empty if it has one.
 std::string ExplainNoProgram(const std::wstring& file, const Target& target);
 
 // Returns whether `path` contains the name of an environment variable, as shortcuts can store it.
 // False if a file has this name.
 bool StoresVariable(const std::wstring& path);
+
+// Returns why there is no file or folder at `path`: that it does not exist, or that Windows does
+// not tell. Empty if there is one.
+std::string ExplainAbsence(const std::wstring& path);
+
+// Returns what is unusual about `files` for a right-click: Explorer does not show them, or not as
+// files.
+std::vector<std::string> NotesOnFiles(const std::vector<std::wstring>& files);
 
 // Returns the name of `file` without its folder, as UTF-8; the whole path if it has no name.
 std::string FileName(const std::wstring& file);

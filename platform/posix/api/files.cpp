@@ -3,7 +3,6 @@
 #include <unistd.h>
 #include <windows.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 

@@ -1,6 +1,5 @@
 #include <windows.h>
 
-#include <algorithm>
 #include <cwchar>
 #include <string>
 #include <string_view>

@@ -2,7 +2,6 @@
 
 #include <winbase.h>
 
-#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <vector>

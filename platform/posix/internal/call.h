@@ -41,11 +41,10 @@ class Call {
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
-    // Returns true if a test injects a failure into this call. Error() is the code to report; it is
+    // Returns true if a test injects a failure into this call. Result() is the code to report; it is
     // already the last error.
     bool Fails() const noexcept { return error_.has_value(); }
-    DWORD Error() const noexcept { return error_.value_or(0); }
-    LONG Result() const noexcept { return static_cast<LONG>(Error()); }
+    LONG Result() const noexcept { return static_cast<LONG>(error_.value_or(0)); }
 
     // True while the current thread is inside a platform call. Memory that is allocated then is the
     // platform's, not the caller's.

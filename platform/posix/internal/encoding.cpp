@@ -13,6 +13,9 @@ bool IsHighSurrogate(char32_t unit) noexcept {
 bool IsLowSurrogate(char32_t unit) noexcept {
     return unit >= 0xDC00 && unit < 0xE000;
 }
+bool IsSurrogate(char32_t unit) noexcept {
+    return IsHighSurrogate(unit) || IsLowSurrogate(unit);
+}
 
 constexpr char32_t kReplacement = 0xFFFD;
 
@@ -32,21 +35,15 @@ size_t SequenceLength(unsigned char lead) noexcept {
 }
 
 void AppendUtf8(std::string& bytes, char32_t value) {
-    const auto put = [&bytes](char32_t byte) { bytes.push_back(static_cast<char>(byte)); };
     if (value < 0x80) {
-        put(value);
-    } else if (value < 0x800) {
-        put(0xC0 | (value >> 6));
-        put(0x80 | (value & 0x3F));
-    } else if (value < 0x10000) {
-        put(0xE0 | (value >> 12));
-        put(0x80 | ((value >> 6) & 0x3F));
-        put(0x80 | (value & 0x3F));
-    } else {
-        put(0xF0 | (value >> 18));
-        put(0x80 | ((value >> 12) & 0x3F));
-        put(0x80 | ((value >> 6) & 0x3F));
-        put(0x80 | (value & 0x3F));
+        bytes.push_back(static_cast<char>(value));
+        return;
+    }
+    const unsigned trailing = value < 0x800 ? 1 : value < 0x10000 ? 2 : 3;
+    const char32_t lead = (0xF80U >> trailing) & 0xFF;  // 0xC0, 0xE0 or 0xF0
+    bytes.push_back(static_cast<char>(lead | (value >> (6 * trailing))));
+    for (unsigned left = trailing; left-- > 0;) {
+        bytes.push_back(static_cast<char>(0x80 | ((value >> (6 * left)) & 0x3F)));
     }
 }
 
@@ -67,18 +64,9 @@ Utf8Sequence ReadUtf8(std::string_view bytes) noexcept {
         value = (value << 6) | (byte & 0x3FU);
     }
     constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool surrogate = value >= 0xD800 && value < 0xE000;
-    return value < kLeast[length] || surrogate || value > 0x10FFFF ? Utf8Sequence{kMalformed, 1}
-                                                                   : Utf8Sequence{value, length};
-}
-
-CodePoint ReadCodePoint(std::wstring_view units) noexcept {
-    const auto unit = static_cast<char32_t>(units[0]);
-    const auto next = units.size() > 1 ? static_cast<char32_t>(units[1]) : 0;
-    if (IsHighSurrogate(unit) && IsLowSurrogate(next)) {
-        return {0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00), 2};
-    }
-    return {unit, 1};
+    return value < kLeast[length] || IsSurrogate(value) || value > 0x10FFFF
+               ? Utf8Sequence{kMalformed, 1}
+               : Utf8Sequence{value, length};
 }
 
 void AppendCodePoint(std::wstring& units, char32_t codePoint) {
@@ -104,11 +92,14 @@ std::wstring WideFromUtf8(std::string_view bytes) {
 std::string Utf8FromWide(std::wstring_view units) {
     std::string bytes;
     bytes.reserve(units.size());
-    while (!units.empty()) {
-        const auto [value, length] = ReadCodePoint(units);
-        const bool lone = value >= 0xD800 && value < 0xE000;
-        AppendUtf8(bytes, lone || value > 0x10FFFF ? kReplacement : value);
-        units.remove_prefix(length);
+    for (size_t at = 0; at < units.size(); ++at) {
+        auto value = static_cast<char32_t>(units[at]);
+        const auto next = static_cast<char32_t>(at + 1 < units.size() ? units[at + 1] : 0);
+        if (IsHighSurrogate(value) && IsLowSurrogate(next)) {
+            value = 0x10000 + ((value - 0xD800) << 10) + (next - 0xDC00);
+            ++at;
+        }
+        AppendUtf8(bytes, IsSurrogate(value) || value > 0x10FFFF ? kReplacement : value);
     }
     return bytes;
 }

@@ -10,15 +10,6 @@ namespace compat {
 std::wstring WideFromUtf8(std::string_view bytes);
 std::string Utf8FromWide(std::wstring_view units);
 
-// A code point, and how many units it took. A lone surrogate is its own code point.
-struct CodePoint {
-    char32_t value;
-    size_t units;
-};
-
-// Decodes the code point at the front of `units`, which must not be empty.
-CodePoint ReadCodePoint(std::wstring_view units) noexcept;
-
 // Appends `codePoint` to `units` as one unit or a surrogate pair.
 void AppendCodePoint(std::wstring& units, char32_t codePoint);
 

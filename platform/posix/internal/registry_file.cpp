@@ -1,5 +1,6 @@
 #include "internal/registry_file.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 

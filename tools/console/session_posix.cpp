@@ -4,8 +4,8 @@
 
 namespace console {
 
-bool IsTerminal(std::FILE* stream) {
-    return isatty(fileno(stream)) == 1;
-}
+Session::Session() : hasColours_(isatty(STDOUT_FILENO) == 1) {}
+
+Session::~Session() = default;
 
 }  // namespace console

@@ -1,0 +1,151 @@
+#include "support/setup_program.h"
+
+namespace fs = std::filesystem;
+
+namespace kelvaro {
+namespace {
+
+constexpr wchar_t kJournal[] = L"Software\\VorandelKelvaroSetup";
+
+// Adds the values of a key and of the keys in it.
+void AddKey(SetupTest::State& state, const std::wstring& path) {
+    ScopedKey key;
+    RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, key.Put());
+    wchar_t name[256];
+    BYTE data[1024];
+    for (DWORD at = 0;; ++at) {
+        DWORD nameSize = std::size(name);
+        DWORD size = sizeof data;
+        DWORD type = 0;
+        if (RegEnumValueW(key.Get(), at, name, &nameSize, nullptr, &type, data, &size) !=
+            ERROR_SUCCESS) {
+            break;
+        }
+        state[path + L'\\' + name] =
+            std::to_string(type) + std::string(reinterpret_cast<char*>(data), size);
+    }
+    for (DWORD at = 0; RegEnumKeyW(key.Get(), at, name, std::size(name)) == ERROR_SUCCESS; ++at) {
+        AddKey(state, path + L'\\' + name);
+    }
+}
+
+}  // namespace
+
+SetupTest::SetupTest() {
+    Reset(KELVARO_SETUP);
+}
+
+void SetupTest::Reset(const char* program) {
+    platform::Reset();
+    RegDeleteTreeW(HKEY_CURRENT_USER, kJournal);
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, kJournal);
+    Copy(platform::BuiltFile(program), JoinPath(kSource, L"setup.exe"));
+    Copy(platform::BuiltFile(KELVARO_LIBRARY), JoinPath(kSource, kDll));
+    Write(JoinPath(kSource, kEnglish), "[ShellExt]\nhelp=New help\n");
+    Write(JoinPath(kSource, kChinese), "new");
+}
+
+void SetupTest::InstallEarlierVersion(const std::wstring& directory) {
+    const std::wstring library = JoinPath(directory, kDll);
+    Write(library, Read(platform::BuiltFile(KELVARO_LIBRARY)) + "earlier");
+    Write(JoinPath(directory, kEnglish), "[ShellExt]\nhelp=Old help\n");
+    Write(JoinPath(directory, kChinese), "old");
+    ASSERT_EQ(RegisterUnderRoot(HKEY_CURRENT_USER, kClasses, kClsidText, library), S_OK);
+}
+
+SetupTest::Process::Process(const std::wstring& arguments, const wchar_t* directory) {
+    std::wstring commandLine = L'"' + JoinPath(kSource, L"setup.exe") + L"\" " + arguments;
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    HANDLE end = nullptr;
+    CreatePipe(&output_, &end, &inherited, 0);
+    SetHandleInformation(output_, HANDLE_FLAG_INHERIT, 0);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = end;
+    startup.hStdError = end;
+    // One start in some hundred fails under Wine on a busy machine.
+    bool started = false;
+    for (int tries = 0; tries < 5 && !started; ++tries) {
+        started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                 directory, &startup, &process_);
+        if (!started && GetLastError() != ERROR_INTERNAL_ERROR) {
+            break;
+        }
+    }
+    EXPECT_TRUE(started) << GetLastError();
+    CloseHandle(end);
+}
+
+SetupTest::Process::~Process() {
+    CloseHandle(output_);
+    CloseHandle(process_.hThread);
+    CloseHandle(process_.hProcess);
+}
+
+SetupTest::Result SetupTest::Process::WaitForEnd() {
+    Result result = {};
+    char buffer[1024];
+    for (DWORD count = 0; ReadFile(output_, buffer, sizeof buffer, &count, nullptr) && count > 0;) {
+        result.output.append(buffer, count);
+    }
+    WaitForSingleObject(process_.hProcess, INFINITE);
+    GetExitCodeProcess(process_.hProcess, &result.status);
+    std::erase(result.output, '\r');
+    return result;
+}
+
+void SetupTest::Expect(DWORD status, const std::string& text, const std::wstring& arguments) {
+    const State before = ReadState();
+    const Result result = Run(arguments);
+    EXPECT_EQ(result.status, status) << Utf8(arguments) << '\n' << result.output;
+    EXPECT_NE(result.output.find(text), std::string::npos) << result.output << text;
+    if (status != 0) {
+        EXPECT_EQ(Difference(before, ReadState()), "") << Utf8(arguments);
+    }
+}
+
+SetupTest::State SetupTest::ReadState() {
+    State state;
+    for (const auto& top : fs::directory_iterator(L"C:\\Test")) {
+        if (top.path() == kSource) {
+            continue;
+        }
+        state[top.path()] = "";
+        if (top.is_directory()) {
+            for (const auto& entry : fs::recursive_directory_iterator(top.path())) {
+                state[entry.path()] = entry.is_directory() ? "" : Read(entry.path());
+            }
+        }
+    }
+    for (const std::wstring& key :
+         {L"CLSID\\" + std::wstring(kClsidText), std::wstring(kProgramHandler),
+          std::wstring(kShortcutHandler)}) {
+        AddKey(state, std::wstring(kClasses) + key);
+    }
+    AddKey(state, kJournal);
+    return state;
+}
+
+std::string SetupTest::Difference(const State& expected, const State& found) {
+    std::string names;
+    for (const auto& [name, content] : expected) {
+        const auto there = found.find(name);
+        if (there == found.end() || there->second != content) {
+            names += "missing or different: " + Utf8(name) + '\n';
+        }
+    }
+    for (const auto& [name, content] : found) {
+        if (!expected.contains(name)) {
+            names += "new: " + Utf8(name) + '\n';
+        }
+    }
+    return names;
+}
+
+std::wstring SetupTest::RegisteredLibrary() {
+    const auto handler = rightclick::FindHandler(L"exefile");
+    return handler ? handler->library : L"";
+}
+
+}  // namespace kelvaro

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <windows.h>
+
+#include <filesystem>
+#include <map>
+
+#include "common/owners.h"
+#include "common/path.h"
+#include "registration/keys.h"
+#include "registration/registration.h"
+#include "rightclick/handler.h"
+#include "rightclick/library.h"
+#include "support/fixture.h"
+
+namespace kelvaro {
+
+// Runs the setup program as a process, from an unpacked archive on drive C.
+class SetupTest : public DriveTest {
+  public:
+    static constexpr wchar_t kSource[] = L"C:\\Test\\Source";
+    static constexpr wchar_t kTarget[] = L"C:\\Test\\Target";
+    static constexpr wchar_t kOther[] = L"C:\\Test\\Other";
+    static constexpr wchar_t kDll[] = L"KelvaroShellExt.dll";
+    static constexpr wchar_t kEnglish[] = L"Lang\\English.ini";
+    static constexpr wchar_t kChinese[] = L"Lang\\Chinese(Simplified).ini";
+
+    SetupTest();
+
+    // Removes everything and writes the unpacked archive, with the setup program of that path in
+    // the build.
+    static void Reset(const char* program);
+
+    // Writes and registers what an earlier version has installed.
+    static void InstallEarlierVersion(const std::wstring& directory);
+
+    struct Result {
+        DWORD status;
+        std::string output;
+    };
+
+    // A setup that runs with `arguments`, in the current directory `directory` if it is given.
+    class Process {
+      public:
+        explicit Process(const std::wstring& arguments, const wchar_t* directory = nullptr);
+        ~Process();
+        Process(const Process&) = delete;
+        Process& operator=(const Process&) = delete;
+
+        Result WaitForEnd();
+
+      private:
+        HANDLE output_ = nullptr;
+        PROCESS_INFORMATION process_ = {};
+    };
+
+    static Result Run(const std::wstring& arguments, const wchar_t* directory = nullptr) {
+        return Process(arguments, directory).WaitForEnd();
+    }
+
+    // Fails the test unless setup ends with `status`, prints `text` and, if `status` is not 0,
+    // changes nothing.
+    static void Expect(DWORD status, const std::string& text, const std::wstring& arguments);
+
+    // What an installation consists of: the files and directories in C:\Test except kSource with
+    // their contents, and the values in the registry.
+    using State = std::map<std::wstring, std::string>;
+    static State ReadState();
+
+    // Returns the names that only one of two states has or that differ. Empty if they are equal.
+    static std::string Difference(const State& expected, const State& found);
+
+    // Returns the path of the registered DLL. Empty if there is none.
+    static std::wstring RegisteredLibrary();
+
+    static bool Exists(const std::wstring& path) { return std::filesystem::exists(path); }
+};
+
+// Sets an environment variable for the processes that start while it lives.
+class ScopedVariable {
+  public:
+    ScopedVariable(const wchar_t* name, const std::wstring& value) : name_(name) {
+        SetEnvironmentVariableW(name, value.c_str());
+    }
+    ~ScopedVariable() { SetEnvironmentVariableW(name_, nullptr); }
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+  private:
+    const wchar_t* name_;
+};
+
+}  // namespace kelvaro
