@@ -82,6 +82,7 @@ TEST(Path, ParentKeepsTheRoot) {
         {L"A:x.dll", L"A:"},
         {L"a:x.dll", L"a:"},
         {L"z:x.dll", L"z:"},
+        {L"Z:x.dll", L"Z:"},
         {L"1:x.dll", L""},
         {L"\\\\", L"\\\\"},
         {L"\\\\\\x", L"\\\\\\"},

@@ -53,18 +53,19 @@ TEST_F(Launch, StartsTheFirstProgramThatExists) {
 }
 
 TEST_F(Launch, ReportsThatNoProgramExists) {
+    Strings logged;
     for (const wchar_t* const directory : {kApplication, L"C:\\Test\\A b"}) {
         UninstallLibrary();
         InstallLibrary(directory);
         DeleteFileW(kLog);
         LaunchToggle(L"", nullptr);
-        EXPECT_EQ(Messages(), Strings{"Launch failed: KelvaroAuthPrompt/Kelvaro not found in " +
-                                      Utf8(directory)});
+        logged.push_back("Launch failed: KelvaroAuthPrompt/Kelvaro not found in " +
+                         Utf8(directory));
+        EXPECT_EQ(Messages(), Strings{logged.back()});
     }
     if (MessageBoxes::kCanSee) {
-        const std::string box = "Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe.";
-        EXPECT_EQ(boxes_.shown, (Strings{box, box}));
-        EXPECT_EQ(boxes_.logged.back(), Messages()[0]) << "the log comes first: the box blocks";
+        EXPECT_EQ(boxes_.shown, Strings(2, "Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe."));
+        EXPECT_EQ(boxes_.logged, logged) << "the log comes first: the box blocks";
     }
 }
 
@@ -109,9 +110,11 @@ TEST_F(Launch, StartsThePromptHiddenAndWithoutTheHostsHandles) {
     Copy(platform::BuiltFile("/bin/true"), kPrompt);
     int starts = 0;
     const compat::Watch<&CreateProcessW> watch(
-        [&starts](LPCWSTR, LPWSTR line, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL inherit,
-                  DWORD flags, LPVOID environment, LPCWSTR directory, STARTUPINFOW* startup, auto) {
+        [&starts](LPCWSTR application, LPWSTR line, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*,
+                  BOOL inherit, DWORD flags, LPVOID environment, LPCWSTR directory,
+                  STARTUPINFOW* startup, auto) {
             ++starts;
+            EXPECT_EQ(application, nullptr) << "the system takes the program from the line";
             EXPECT_EQ("CreateProcess: " + Utf8(line), Started("KelvaroAuthPrompt.exe"));
             EXPECT_FALSE(inherit);
             EXPECT_EQ(flags, CREATE_NO_WINDOW);
