@@ -5,21 +5,6 @@
 namespace kelvaro {
 namespace {
 
-TEST(Anchor, IsTheLastOneBeforeTheExtension) {
-    const struct {
-        const char* path;
-        size_t position;
-    } cases[] = {{"c:\\apps\\tool.exe", 9},
-                 {"abc", 0},
-                 {"c:\\\xC3\x84\\ab.exe", 6},
-                 {"c:\\\xE5\xB7\xA5.exe", 3}};
-    for (const auto& [path, position] : cases) {
-        const auto anchor = Anchor::Choose(path);
-        ASSERT_TRUE(anchor) << path;
-        EXPECT_EQ(anchor->Position(), position) << path;
-    }
-}
-
 TEST(Anchor, IsMissingWithoutThreePlainBytesInARow) {
     for (const char* const path :
          {"", "ab", "a\\b\\c\\d", "\xC3\xA4\\\xC3\xA4", "a b c d", "ab\x7F"}) {

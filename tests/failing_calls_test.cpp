@@ -1,4 +1,3 @@
-#include <cstdio>
 #include <filesystem>
 #include <regex>
 #include <set>
@@ -20,7 +19,6 @@ namespace {
 
 using compat::FailingCall;
 using compat::FailingNthCall;
-using Strings = std::vector<std::string>;
 
 class FailingCalls : public DriveTest {
   public:
@@ -55,7 +53,6 @@ TEST_F(FailingCalls, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
     }
     EXPECT_EQ(CallWithFailures({}, failed), calls);
     EXPECT_TRUE(IsTargetLocked(L"C:\\Apps\\Tool.exe")) << "a later right-click must work";
-    std::printf("made %zu calls of %zu functions fail\n", calls, failed.size());
 
     // The list that says which imports of the Windows DLL can fail.
     const std::string list =
@@ -68,43 +65,27 @@ TEST_F(FailingCalls, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
 }
 
 TEST_F(FailingCalls, LogsWhyTheSelectionCannotBeRead) {
-    const struct {
-        const char *call, *message;
-        size_t skip;
-        HRESULT result;
-    } cases[] = {
-        {"GlobalLock", "Initialize GlobalLock failed", 1, E_INVALIDARG},
-        {"DragQueryFileW", "Initialize ignored selection count=0", 0, E_INVALIDARG},
-        {"DragQueryFileW", "Initialize DragQueryFileW failed", 1, E_INVALIDARG},
-        {"CoCreateInstance", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
-        {"IShellLinkW::QueryInterface", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0,
-         S_OK},
-        {"IPersistFile::Load", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
-        {"IShellLinkW::GetPath", "Initialize resolve target failed: C:\\Test\\Tool.lnk", 0, S_OK},
-    };
     Extension extension;
-    for (const auto& [call, message, skip, result] : cases) {
-        DeleteFileW(kLog);
-        const FailingCall failing(call, static_cast<DWORD>(E_FAIL), skip);
-        EXPECT_EQ(extension.Select({kShortcut}), result) << call;
-        EXPECT_EQ(Messages(), Strings{message}) << call;
+    for (const std::string call : {"GlobalLock", "DragQueryFileW"}) {
+        const FailingCall failing(call, ERROR_GEN_FAILURE, 1);
+        EXPECT_EQ(extension.Select({kShortcut}), E_INVALIDARG) << call;
+        EXPECT_EQ(Messages().back(), "Initialize " + call + " failed");
     }
 }
 
 TEST_F(FailingCalls, LogsAndShowsWhyThePromptDoesNotStart) {
     Extension extension;
     extension.Select({kShortcut});
-    const std::string box = "Vorandel Kelvaro: Failed to launch Kelvaro command.";
-    for (const DWORD error : {4294967295U, 0U}) {
-        const FailingCall failing("CreateProcessW", error);
+    {
+        const FailingCall failing("CreateProcessW", ERROR_SUCCESS);
         EXPECT_EQ(extension.Choose(), S_OK);
-        EXPECT_EQ(Messages().back(), "CreateProcess failed gle=" + std::to_string(error));
     }
-    EXPECT_EQ(boxes_.shown, (Strings{box, box}));
+    EXPECT_EQ(Messages().back(), "CreateProcess failed gle=0");
+    EXPECT_EQ(boxes_.shown.size(), 1U);
     const FailingCall failing("GetModuleFileNameW", ERROR_GEN_FAILURE);
     EXPECT_EQ(extension.Choose(), S_OK);
     EXPECT_EQ(Messages().back(), "Launch failed: module dir empty");
-    EXPECT_EQ(boxes_.shown.size(), 2U) << "no box without a directory";
+    EXPECT_EQ(boxes_.shown.size(), 1U) << "no box without a directory";
 }
 
 TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
@@ -127,13 +108,12 @@ TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
 }
 
 TEST_F(FailingCalls, TextsThatCannotBeConvertedAreEmpty) {
-    for (const size_t number : {0U, 1U}) {  // the call for the length, then the conversion
-        {
-            const FailingNthCall widen({number});
-            EXPECT_EQ(WideFromBytes(CP_UTF8, 0, "text"), L"") << number;
-        }
-        const FailingNthCall narrow({number});
-        EXPECT_EQ(Utf8FromWide(L"text"), "") << number;
+    // Each conversion makes a call for the length, then one for the text. Both lengths or both
+    // texts.
+    for (const auto& numbers : {std::vector<size_t>{0, 1}, {1, 3}}) {
+        const FailingNthCall failing(numbers);
+        EXPECT_EQ(WideFromBytes(CP_UTF8, 0, "text"), L"");
+        EXPECT_EQ(Utf8FromWide(L"text"), "");
     }
 }
 
@@ -160,13 +140,8 @@ TEST_F(FailingCalls, RegistrationFailsWithoutModulePathOrClsid) {
 }
 
 TEST_F(FailingCalls, AnotherProcessMayCreateADirectoryFirst) {
-    constexpr wchar_t kDirectory[] = L"C:\\Test\\new";
-    for (const auto& [error, exists] :
-         {std::pair(ERROR_ALREADY_EXISTS, true), std::pair(ERROR_ACCESS_DENIED, false)}) {
-        const FailingCall failing("CreateDirectoryW", static_cast<DWORD>(error));
-        EXPECT_EQ(CreateDirectories(kDirectory), exists) << error;
-    }
-    EXPECT_TRUE(CreateDirectories(kDirectory));
+    const FailingCall failing("CreateDirectoryW", ERROR_ALREADY_EXISTS);
+    EXPECT_TRUE(CreateDirectories(L"C:\\Test\\new"));
 }
 
 TEST_F(FailingCalls, ExplainDoesNotTakeAFailureForAMissingRuleFile) {

@@ -19,27 +19,26 @@ size_t g_calls = 0;
 size_t g_failing = SIZE_MAX;
 bool g_hasErrorCode = true;  // false: a call fails with 0 as the last error
 
-bool IsDue() {
-    return g_calls++ == g_failing;
-}
-
 // Replaces an imported function. One call fails, the others are forwarded to the original.
-template <class Function>
+template <auto Function, auto Failure, DWORD Error = ERROR_NOT_ENOUGH_MEMORY,
+          class Signature = decltype(Function)>
 struct Stub;
 
-template <class Result, class... Arguments>
-struct Stub<Result (*)(Arguments...)> {
-    using Function = Result (*)(Arguments...);
-    static inline Function original;
-    static inline Result failure;
-    static inline DWORD error;
+template <auto Function, auto Failure, DWORD Error, class Result, class... Arguments>
+struct Stub<Function, Failure, Error, Result (*)(Arguments...)> {
+    static inline Result (*original)(Arguments...);
 
     static Result Call(Arguments... arguments) {
-        if (IsDue()) {
-            SetLastError(g_hasErrorCode ? error : ERROR_SUCCESS);
-            return failure;
+        if (g_calls++ == g_failing) {
+            SetLastError(g_hasErrorCode ? Error : ERROR_SUCCESS);
+            return (Result)Failure;  // also for pointers, given as numbers
         }
         return original(arguments...);
+    }
+
+    static void* Install(void* imported) {
+        original = reinterpret_cast<Result (*)(Arguments...)>(imported);
+        return reinterpret_cast<void*>(&Call);
     }
 };
 
@@ -48,42 +47,30 @@ struct Import {
     void* (*install)(void* original);  // returns the replacement
 };
 
-template <auto Function, auto Failure, DWORD Error = ERROR_NOT_ENOUGH_MEMORY>
-void* Install(void* original) {
-    using Replacement = Stub<decltype(Function)>;
-    using Result = decltype(Replacement::failure);
-    Replacement::original = reinterpret_cast<decltype(Function)>(original);
-    Replacement::failure = (Result)Failure;  // also for pointers, given as numbers
-    Replacement::error = Error;
-    return reinterpret_cast<void*>(&Replacement::Call);
-}
-
 constexpr Import kImports[] = {
-    {"CreateFileW", Install<&CreateFileW, -1, ERROR_ACCESS_DENIED>},
-    {"ReadFile", Install<&ReadFile, FALSE, ERROR_READ_FAULT>},
-    {"WriteFile", Install<&WriteFile, FALSE, ERROR_DISK_FULL>},
-    {"GetFileSizeEx", Install<&GetFileSizeEx, FALSE, ERROR_NOT_READY>},
-    {"GetFileAttributesW", Install<&GetFileAttributesW, INVALID_FILE_ATTRIBUTES>},
-    {"CreateDirectoryW", Install<&CreateDirectoryW, FALSE, ERROR_ACCESS_DENIED>},
-    {"GetModuleFileNameW", Install<&GetModuleFileNameW, 0, ERROR_MOD_NOT_FOUND>},
-    {"MultiByteToWideChar", Install<&MultiByteToWideChar, 0, ERROR_NO_UNICODE_TRANSLATION>},
-    {"WideCharToMultiByte", Install<&WideCharToMultiByte, 0, ERROR_INVALID_PARAMETER>},
-    {"GlobalLock", Install<&GlobalLock, 0, ERROR_INVALID_HANDLE>},
-    {"CreateProcessW", Install<&CreateProcessW, FALSE>},
-    {"DragQueryFileW", Install<&DragQueryFileW, 0>},
-    {"PathMatchSpecW", Install<&PathMatchSpecW, FALSE>},
-    {"InsertMenuW", Install<&InsertMenuW, FALSE>},
-    {"MessageBoxW", Install<&MessageBoxW, 0>},
-    {"CoCreateInstance", Install<&CoCreateInstance, REGDB_E_CLASSNOTREG>},
-    {"StringFromCLSID", Install<&StringFromCLSID, E_OUTOFMEMORY>},
-    {"RegOpenKeyExW", Install<&RegOpenKeyExW, ERROR_ACCESS_DENIED>},
-    {"RegQueryValueExW", Install<&RegQueryValueExW, ERROR_ACCESS_DENIED>},
-    {"RegCreateKeyExW", Install<&RegCreateKeyExW, ERROR_ACCESS_DENIED>},
-    {"RegSetValueExW", Install<&RegSetValueExW, ERROR_ACCESS_DENIED>},
-    {"RegDeleteTreeW", Install<&RegDeleteTreeW, ERROR_ACCESS_DENIED>},
+    {"CreateFileW", Stub<&CreateFileW, -1, ERROR_ACCESS_DENIED>::Install},
+    {"ReadFile", Stub<&ReadFile, FALSE, ERROR_READ_FAULT>::Install},
+    {"WriteFile", Stub<&WriteFile, FALSE, ERROR_DISK_FULL>::Install},
+    {"GetFileSizeEx", Stub<&GetFileSizeEx, FALSE, ERROR_NOT_READY>::Install},
+    {"GetFileAttributesW", Stub<&GetFileAttributesW, INVALID_FILE_ATTRIBUTES>::Install},
+    {"CreateDirectoryW", Stub<&CreateDirectoryW, FALSE, ERROR_ACCESS_DENIED>::Install},
+    {"GetModuleFileNameW", Stub<&GetModuleFileNameW, 0, ERROR_MOD_NOT_FOUND>::Install},
+    {"MultiByteToWideChar", Stub<&MultiByteToWideChar, 0, ERROR_NO_UNICODE_TRANSLATION>::Install},
+    {"WideCharToMultiByte", Stub<&WideCharToMultiByte, 0, ERROR_INVALID_PARAMETER>::Install},
+    {"GlobalLock", Stub<&GlobalLock, 0, ERROR_INVALID_HANDLE>::Install},
+    {"CreateProcessW", Stub<&CreateProcessW, FALSE>::Install},
+    {"DragQueryFileW", Stub<&DragQueryFileW, 0>::Install},
+    {"PathMatchSpecW", Stub<&PathMatchSpecW, FALSE>::Install},
+    {"InsertMenuW", Stub<&InsertMenuW, FALSE>::Install},
+    {"MessageBoxW", Stub<&MessageBoxW, 0>::Install},
+    {"CoCreateInstance", Stub<&CoCreateInstance, REGDB_E_CLASSNOTREG>::Install},
+    {"StringFromCLSID", Stub<&StringFromCLSID, E_OUTOFMEMORY>::Install},
+    {"RegOpenKeyExW", Stub<&RegOpenKeyExW, ERROR_ACCESS_DENIED>::Install},
+    {"RegQueryValueExW", Stub<&RegQueryValueExW, ERROR_ACCESS_DENIED>::Install},
+    {"RegCreateKeyExW", Stub<&RegCreateKeyExW, ERROR_ACCESS_DENIED>::Install},
+    {"RegSetValueExW", Stub<&RegSetValueExW, ERROR_ACCESS_DENIED>::Install},
+    {"RegDeleteTreeW", Stub<&RegDeleteTreeW, ERROR_ACCESS_DENIED>::Install},
 };
-
-using Exercise = void (*)(const Exports&);
 
 class FailingImports : public DriveTest {
   public:
@@ -92,36 +79,32 @@ class FailingImports : public DriveTest {
         WriteApplicationFiles();
     }
 
-    // Makes every call of `exercise` with call number `failing` of the replaced import failing.
-    // Returns the number of its calls.
-    static size_t CallWithFailure(Exercise exercise, const Exports& exports, size_t failing) {
+    // Uses the library, with call number `failing` of the replaced import failing. Returns the
+    // number of calls of that import.
+    static size_t CallWithFailure(const rightclick::Library& library, size_t failing) {
         DeleteFileW(kLog);
         RemoveDirectoryW(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs");
         g_calls = 0;
         g_failing = failing;
-        exercise(exports);
+        ExerciseEveryEntryPoint(ExportsOf(library), kShortcut);
         return g_calls;
     }
 
-    static void RightClick(const Exports& exports) { ExerciseRightClick(exports, kShortcut); }
-    static void Register(const Exports& exports) { ExerciseRegistration(exports); }
-};
-
-// Makes every call of one import by `exercise` fail in turn, with an error code and without one.
-// Returns the number of failures.
-size_t FailEach(const rightclick::Library& library, const Import& import, Exercise exercise) {
-    ScopedImport stub(library.Handle(), import.name);
-    stub.Replace(import.install(stub.Original()));
-    const Exports exports = ExportsOf(library);
-    const size_t calls = FailingImports::CallWithFailure(exercise, exports, SIZE_MAX);
-    for (const bool hasErrorCode : {true, false}) {
-        g_hasErrorCode = hasErrorCode;
-        for (size_t call = 0; call < calls; ++call) {
-            FailingImports::CallWithFailure(exercise, exports, call);
+    // Makes every call of one import fail in turn, with an error code and without one. Returns the
+    // number of failures.
+    static size_t FailEach(const rightclick::Library& library, const Import& import) {
+        ScopedImport stub(library.Handle(), import.name);
+        stub.Replace(import.install(stub.Original()));
+        const size_t calls = CallWithFailure(library, SIZE_MAX);
+        for (const bool hasErrorCode : {true, false}) {
+            g_hasErrorCode = hasErrorCode;
+            for (size_t call = 0; call < calls; ++call) {
+                CallWithFailure(library, call);
+            }
         }
+        return 2 * calls;
     }
-    return 2 * calls;
-}
+};
 
 TEST_F(FailingImports, EveryImportWhoseFailureIsHandledIsListed) {
     const std::string text = Read(platform::BuiltFile(KELVARO_DLL_IMPORTS));
@@ -142,12 +125,11 @@ TEST_F(FailingImports, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
     ASSERT_TRUE(library.IsLoaded());
     size_t calls = 0;
     for (const Import& import : kImports) {
-        const size_t failures =
-            FailEach(library, import, RightClick) + FailEach(library, import, Register);
+        const size_t failures = FailEach(library, import);
         EXPECT_GT(failures, 0U) << import.name;
         calls += failures;
     }
-    CallWithFailure(RightClick, ExportsOf(library), SIZE_MAX);
+    CallWithFailure(library, SIZE_MAX);
     EXPECT_NE(Messages()[0].find("locked=1"), std::string::npos) << "a later right-click must work";
     std::printf("made calls of %zu imports fail %zu times\n", std::size(kImports), calls);
 }

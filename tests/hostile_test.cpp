@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "common/owners.h"
 #include "i18n/language_file.h"
 #include "rules/lock_lookup.h"
 #include "support/extension.h"
@@ -45,15 +46,15 @@ TEST_F(Hostile, DirectoriesInPlaceOfFilesGiveDefaultTexts) {
 
 TEST_F(Hostile, FilesOpenedExclusivelyGiveDefaultTexts) {
     Write(kLog, "");
-    HANDLE holders[3] = {};
-    size_t held = 0;
-    for (const wchar_t* const path : {kRules, kEnglishFile, kLog}) {
-        holders[held++] =
-            CreateFileW(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    }
-    EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
-    for (const HANDLE holder : holders) {
-        EXPECT_TRUE(CloseHandle(holder));
+    {
+        const auto hold = [](const wchar_t* path) {
+            return CreateFileW(path, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        };
+        const ScopedHandle rules(hold(kRules));
+        const ScopedHandle texts(hold(kEnglishFile));
+        const ScopedHandle lines(hold(kLog));
+        EXPECT_TRUE(rules && texts && lines);
+        EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
     }
     EXPECT_EQ(RightClick(), "Found");
     EXPECT_TRUE(IsTargetLocked(kTool));
@@ -62,21 +63,17 @@ TEST_F(Hostile, FilesOpenedExclusivelyGiveDefaultTexts) {
 #endif
 
 TEST_F(Hostile, UnusableLanguageFilesGiveDefaultTexts) {
+    std::string sections;
+    for (int section = 0; section < 1'000'000; ++section) {
+        sections += "[s]\n";
+    }
     const struct {
         const char* what;
         std::string bytes;
     } cases[] = {
         {"zero bytes", std::string(100'000, '\0')},
         {"one long line", "[ShellExt]" + std::string(8'000'000, 'x')},
-        {"a million sections",
-         [] {
-             std::string text;
-             for (int section = 0; section < 1'000'000; ++section) {
-                 text += "[s]\n";
-             }
-             return text;
-         }()},
-        {"brackets", std::string(1'000'000, '[')},
+        {"a million sections", sections},
         {"an odd number of bytes", "\xFF\xFE["},
     };
     for (const auto& [what, bytes] : cases) {
@@ -127,19 +124,15 @@ TEST_F(Hostile, FilesOfTwoGibibytes) {
 #endif
 }
 
-TEST_F(Hostile, LinksToThemselvesGiveDefaultTexts) {
-    for (const wchar_t* const path : {kRules, kEnglishFile, kLog}) {
-        const auto native = platform::NativePath(path);
-        DeleteFileW(path);
-        MakeDirectory(std::wstring(path, std::wstring_view(path).rfind(L'\\')));
-        ASSERT_EQ(symlink(native.filename().c_str(), native.c_str()), 0);
-    }
+TEST_F(Hostile, LinksToThemselvesAndFilesWithoutReadPermissionGiveDefaultTexts) {
+    const auto rules = platform::NativePath(kRules);
+    const auto texts = platform::NativePath(kEnglishFile);
+    chmod(rules.c_str(), 0);
+    chmod(texts.c_str(), 0);
     EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
-}
-
-TEST_F(Hostile, FilesWithoutReadPermissionGiveDefaultTexts) {
-    for (const wchar_t* const path : {kRules, kEnglishFile}) {
-        chmod(platform::NativePath(path).c_str(), 0);
+    for (const auto& path : {rules, texts, platform::NativePath(kLog)}) {
+        unlink(path.c_str());
+        ASSERT_EQ(symlink(path.filename().c_str(), path.c_str()), 0);
     }
     EXPECT_EQ(RightClick(), "Lock with Vorandel Kelvaro");
 }

@@ -4,7 +4,6 @@
 
 #include <shlobj.h>
 
-#include <new>
 #include <optional>
 
 #include "common/owners.h"
@@ -14,68 +13,52 @@
 
 namespace {
 
-// The outcome of a call that returns an interface.
-struct Outcome {
-    HRESULT result;
-    bool storesPointer;
-};
-
-// The outcomes of the calls. std::nullopt stands for the one of the real link object.
-struct Outcomes {
-    std::optional<Outcome> create;
-    std::optional<Outcome> query;
+// What the calls return. std::nullopt stands for what the real link object does.
+struct Results {
+    std::optional<HRESULT> create, query;
     HRESULT getPath;
 };
-Outcomes g_outcomes = {};
+Results g_results = {};
 
-// No object is at this address.
-void* const kInvalid = reinterpret_cast<void*>(uintptr_t{0x10});
-
-HRESULT Return(const Outcome& outcome, void** ppv) {
-    *ppv = outcome.storesPointer ? kInvalid : nullptr;
-    return outcome.result;
+// Stores null with a success and an address without an object with a failure.
+HRESULT Return(HRESULT result, void** ppv) {
+    *ppv = SUCCEEDED(result) ? nullptr : reinterpret_cast<void*>(uintptr_t{0x10});
+    return result;
 }
 
 // Forwards to the real link object.
 class LinkObject final : public IShellLinkW {
   public:
     HRESULT QueryInterface(REFIID riid, void** ppv) noexcept override {
-        return g_outcomes.query ? Return(*g_outcomes.query, ppv) : link_->QueryInterface(riid, ppv);
+        return g_results.query ? Return(*g_results.query, ppv) : link_->QueryInterface(riid, ppv);
     }
-    ULONG AddRef() noexcept override { return ++references_; }
-    ULONG Release() noexcept override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
+    ULONG AddRef() noexcept override { return ++references; }
+    ULONG Release() noexcept override { return --references; }
     HRESULT GetPath(LPWSTR buffer, int capacity, WIN32_FIND_DATAW* found,
                     DWORD flags) noexcept override {
         link_->GetPath(buffer, capacity, found, flags);
-        return g_outcomes.getPath;
+        return g_results.getPath;
     }
 
     LinkObject() { compat::CreateShellLink(IID_IShellLinkW, link_.Put()); }
-    LinkObject(const LinkObject&) = delete;
-    LinkObject& operator=(const LinkObject&) = delete;
+
+    ULONG references = 0;
 
   private:
-    ~LinkObject() = default;
-
-    ULONG references_ = 1;
     kelvaro::ComPtr<IShellLinkW> link_;
 };
+LinkObject* g_link = nullptr;
 
 }  // namespace
 
 // Replaces the compatibility layer's function in this program.
 HRESULT CoCreateInstance(REFCLSID /*clsid*/, IUnknown* /*outer*/, DWORD /*context*/,
                          REFIID /*riid*/, LPVOID* ppv) noexcept {
-    if (g_outcomes.create) {
-        return Return(*g_outcomes.create, ppv);
+    if (g_results.create) {
+        return Return(*g_results.create, ppv);
     }
-    *ppv = static_cast<IShellLinkW*>(new (std::nothrow) LinkObject);
+    g_link->AddRef();
+    *ppv = static_cast<IShellLinkW*>(g_link);
     return S_OK;
 }
 
@@ -83,24 +66,25 @@ namespace kelvaro {
 namespace {
 
 TEST_F(DriveTest, ShortcutTargetDependsOnSuccessAndPointer) {
-    constexpr std::nullopt_t kReal = std::nullopt;
     const struct {
         const char* what;
-        Outcomes outcomes;
+        Results results;
         const wchar_t* target;
     } cases[] = {
-        {"everything succeeds", {kReal, kReal, S_OK}, kTool},
-        {"GetPath returns another success code", {kReal, kReal, S_FALSE}, kTool},
-        {"GetPath fails with a path", {kReal, kReal, E_FAIL}, L""},
-        {"CoCreateInstance succeeds with null", {Outcome{S_OK, false}, kReal, S_OK}, L""},
-        {"CoCreateInstance fails with a pointer", {Outcome{E_FAIL, true}, kReal, S_OK}, L""},
-        {"QueryInterface succeeds with null", {kReal, Outcome{S_OK, false}, S_OK}, L""},
-        {"QueryInterface fails with a pointer", {kReal, Outcome{E_NOINTERFACE, true}, S_OK}, L""},
+        {"GetPath returns another success code", {{}, {}, S_FALSE}, kTool},
+        {"GetPath fails with a path", {{}, {}, E_FAIL}, L""},
+        {"CoCreateInstance succeeds with null", {S_OK, {}, S_OK}, L""},
+        {"CoCreateInstance fails with a pointer", {E_FAIL, {}, S_OK}, L""},
+        {"QueryInterface succeeds with null", {{}, S_OK, S_OK}, L""},
+        {"QueryInterface fails with a pointer", {{}, E_NOINTERFACE, S_OK}, L""},
     };
     CopyShortcut();
-    for (const auto& [what, outcomes, target] : cases) {
-        g_outcomes = outcomes;
+    for (const auto& [what, results, target] : cases) {
+        LinkObject link;
+        g_link = &link;
+        g_results = results;
         EXPECT_EQ(Utf8(ResolveShortcutTarget(kShortcut)), Utf8(target)) << what;
+        EXPECT_EQ(link.references, 0U) << what;
     }
 }
 

@@ -1,7 +1,6 @@
 #include "rules/lock_lookup.h"
 
 #include "rules/path_normalizer.h"
-#include "rules/rule_pieces.h"
 #include "support/fixture.h"
 #include "support/small_stack.h"
 
@@ -25,51 +24,33 @@ TEST_F(LockLookup, LocksOnlyProgramsWithAnEnabledMatchingRule) {
         {"\xEF\xBB\xBF" + kRule, true},
         {"garbage " + kRule + " garbage }{", true},
         {R"({"target":"\"C:\\Apps\\Tool.exe\"","type":"exe"})", false},
-        {R"({"type":"exe","target":"  C:\\Apps\\Tool.exe\t"})", true},
-        {R"({"type":"exe","target":"\r\nC:\\Apps\\Tool.exe\r\n"})", true},
-        {"{\"type\":\"exe\",\"target\":\"\v\fC:\\\\Apps\\\\Tool.exe\f\v\"}", true},
         {R"({"type":"exe","target":"nC:\\Apps\\Tool.exe"})", false},
         {R"({"type":"EXE","target":"C:\\Apps\\Tool.exe"})", false},
-        {R"({"type":"exE","target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"type":" exe","target":"C:\\Apps\\Tool.exe"})", false},
-        {R"({"Type":"exe","target":"C:\\Apps\\Tool.exe"})", false},
-        {R"({"type":"exe","Target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"type":"e\xe","target":"C:\\Apps\\Tool.exe"})", true},
         {R"({"type":"folder","type":"exe","target":"C:\\Apps\\Tool.exe"})", false},
-        {R"({"type":1,"type":"exe","target":"C:\\Apps\\Tool.exe"})", true},
         {R"({"type":"exe","enabled":false,"target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"type":"exe","enabled":"false","target":"C:\\Apps\\Tool.exe"})", true},
-        {R"({"type":"exe","enabled":0,"target":"C:\\Apps\\Tool.exe"})", true},
-        {R"({"type":"exe","enabled":1,"enabled":false,"target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"type":"exe","enabled":false,"target":"C:\\Apps\\Tool.exe"},)" + kRule, true},
         {kRule + R"({"type":"exe","enabled":false,"target":"C:\\Apps\\Tool.exe"})", true},
         {R"({"type":"exe","target":"C:\\Tool.exe"},{},{"type":"exe"},)" + kRule, true},
         {R"({"type":"folder","target":"C:\\Apps\\Tool.exe"},)" + kRule + kRule, true},
         {"\0"s + kRule, true},
         {std::string(1 << 21, '\n') + kRule, true},
-        {R"({"type":"exe","target":"C:\Apps\Tool.exe"})", false},
-        {R"({"type":"exe","target":"C:\\Apps\\T\u006Fol.exe"})", false},
         {R"({"type":"exe","target":"C:\\\A\p\p\s\\\Tool.exe"})", true},
-        {R"({"type":"exe","target":"x","target":"C:\\Apps\\Tool.exe"})", false},
-        {R"({"type":"exe","target":"","target":"C:\\Apps\\Tool.exe"})", false},
-        {R"({"type":"exe","target":null,"target":"C:\\Apps\\Tool.exe"})", true},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe","options":{}})", false},
         {R"({"options":{},"type":"exe","target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"options":{"type":"exe","target":"C:\\Apps\\Tool.exe"}})", true},
-        {R"({"type":"exe","note":"}","target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe.bak"})", false},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe\\"})", false},
-        {R"({"type":"exe","target":"C:\\Apps"})", false},
         {R"({"type":"exe","target":"Tool.exe"})", false},
-        {R"({"type":"exe","target":"\\Apps\\Tool.exe"})", false},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe")", false},
         {R"("type":"exe","target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"type":"exe","target":"  "})", false},
         {"{\"type\":\"exe\",\"target\":\"C:\\\\Apps\\\\Tool\0.exe\"}"s, false},
         {"{\"type\":\"exe\",\"target\":\"C:\\\\Apps\\\\Tool.exe\0\"}"s, false},
         {"{\"type\":\"exe\",\"target\":\"C:\\\\Apps\\\\Tool.exe\xC3\"}", false},
-        {"[]", false},
         {"", false},
     };
     for (const auto& [rules, locked] : cases) {
@@ -100,14 +81,12 @@ TEST_F(LockLookup, LocksPathsOfAnyScriptAndLength) {
     } cases[] = {
         {L"C:\\\u5DE5\u5177\\\u5DE5.exe", "C:\\\\\xE5\xB7\xA5\xE5\x85\xB7\\\\\xE5\xB7\xA5.EXE"},
         {L"C:\\\xD83D\xDE00.exe", "C:\\\\\xF0\x9F\x98\x80.exe"},
-        {L"a", "A"},
         {L"a\\b\\c", "a/b/c"},
         {L"C:\\tool\\b", "c:/TOOL/b"},
         {L"C:\\baaaa.exe", "C:\\\\baaaa.exe"},
         {L"\\\\tool\\b", "//tool\\/b"},
         {L"\\\\s", "//S"},
         {L"\\\\abc", "\\\\\\\\ABC"},
-        {L"\u00C4.exe", "\xC3\x84.exe"},
         {L"C:\\with\nline.exe", "C:\\\\with\\nline.exe"},
         {L"C:\\\x7F\\tool.exe", "C:\\\\\x7F\\\\tool.exe"},
         {L"tool\n.exe", "TOOL\\n.EXE"},
@@ -132,7 +111,7 @@ TEST_F(LockLookup, LowersOnlyAToZInAnyLocale) {
 TEST_F(LockLookup, IgnoresAnyWhiteSpaceAroundTargets) {
     const UnicodeLocale locale;
     for (const std::string space :
-         {" ", "\t", "\\n", "\\r", "\\t", "\x0B", "\xE3\x80\x80", "\xE2\x80\x83"}) {
+         {" ", "\t", "\\n", "\\r", "\\t", "\x0B", "\f", "\xE3\x80\x80", "\xE2\x80\x83"}) {
         for (const std::string& target : {space + "C:/Apps/Tool.exe" + space,
                                           space + "C:/Apps/Tool.exe", "C:/Apps/Tool.exe" + space}) {
             WriteRules("{\"type\":\"exe\",\"target\":\"" + target + "\"}");
@@ -185,7 +164,6 @@ TEST_F(LockLookup, ReadsAdversarialFilesOnASmallStack) {
         {"escapes everywhere",
          R"({"type":"exe","target":")" + Repeat("\\T\\o\\o\\l", kSize) + "\"}", false},
         {"backslashes", R"({"type":"exe","target":")" + Repeat("\\", kSize) + "Tool\"}", false},
-        {"near misses", Repeat(R"({"type":"exe","target":"D:\\Apps\\Tool.exe"},)", kSize), false},
         {"near misses before a rule",
          Repeat(R"({"type":"exe","target":"D:\\Apps\\Tool.exe"},)", kSize) + kRule, true},
         {"white space",
@@ -196,19 +174,6 @@ TEST_F(LockLookup, ReadsAdversarialFilesOnASmallStack) {
         RunOnSmallStack([&, &text = rules] { answer = AnyRuleLocks(text, NormalizePath(kTool)); });
         EXPECT_EQ(answer, locked) << name;
     }
-}
-
-TEST(RulePieces, IncludeTheirBraces) {
-    RulePieces pieces("a{b}{c{}d");
-    for (const auto& [text, flat] :
-         {std::pair("a", false), std::pair("{b}", true), std::pair("", false),
-          std::pair("{c", false), std::pair("{}", true), std::pair("d", false)}) {
-        const auto piece = pieces.Next();
-        ASSERT_TRUE(piece);
-        EXPECT_EQ(piece->text, text);
-        EXPECT_EQ(piece->IsFlatObject(), flat) << text;
-    }
-    EXPECT_FALSE(pieces.Next());
 }
 
 }  // namespace

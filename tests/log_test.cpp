@@ -1,5 +1,6 @@
 #include "log/log.h"
 
+#include "common/owners.h"
 #include "support/fixture.h"
 
 namespace kelvaro {
@@ -7,24 +8,15 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-std::string Stamp(const SYSTEMTIME& time) {
-    char text[64] = {};
-    std::snprintf(text, sizeof text, "[%04d-%02d-%02d %02d:%02d:%02d] ", time.wYear, time.wMonth,
-                  time.wDay, time.wHour, time.wMinute, time.wSecond);
-    return text;
-}
-
 TEST(LogLine, PadsEveryFieldOfTheTime) {
     // The third number is the day of the week, the last one the milliseconds. Neither is written.
     const struct {
         SYSTEMTIME time;
         const char* line;
     } cases[] = {
-        {{2026, 11, 1, 16, 18, 6, 33, 999}, "[2026-11-16 18:06:33] \r\n"},
         {{2027, 1, 5, 1, 0, 0, 0, 0}, "[2027-01-01 00:00:00] \r\n"},
         {{2028, 2, 2, 9, 5, 7, 8, 501}, "[2028-02-09 05:07:08] \r\n"},
         {{2030, 12, 2, 31, 23, 59, 59, 999}, "[2030-12-31 23:59:59] \r\n"},
-        {{2026, 10, 6, 3, 12, 10, 9, 5}, "[2026-10-03 12:10:09] \r\n"},
     };
     for (const auto& [time, line] : cases) {
         EXPECT_EQ(FormatLogLine(time, L""), line);
@@ -42,13 +34,11 @@ TEST(LogLine, KeepsEveryCharacterOfTheMessage) {
         {L"C:\\\u8F6F\u4EF6\\a.exe", "C:\\<U+8F6F><U+4EF6>\\a.exe"},
         {L"\xD83D\xDE00!", "<U+1F600>!"},
         {L"\xD800\xDC00\xDBFF\xDFFF", "<U+10000><U+10FFFF>"},
-        {L"\xD83D", "<U+D83D>"},
         {L"\xDE00\xD83D", "<U+DE00><U+D83D>"},
         {L"\xD83D\xD83D\xDE00", "<U+D83D><U+1F600>"},
         {L"\xD83D\xE000", "<U+D83D><U+E000>"},
         {L"\xDC00\xDC00", "<U+DC00><U+DC00>"},
-        {L"two\nlines\n", "two\r\nlines\r\n"},
-        {L"cr\r\nlone\rcr", "cr\r\r\nlone\rcr"},
+        {L"cr\r\nlone\rlf\n", "cr\r\r\nlone\rlf\r\n"},
         {std::wstring(L"nul\0!", 5), std::string("nul\0!", 5)},
         {std::wstring(70000, L'x'), std::string(70000, 'x')},
     };
@@ -74,7 +64,7 @@ TEST_F(Log, StampsEachLineWithTheLocalTimeOfItsCall) {
     const auto now = [] {
         SYSTEMTIME time = {};
         GetLocalTime(&time);
-        return Stamp(time);
+        return FormatLogLine(time, L"");
     };
     WriteLog(L"");
     for (const std::string start = now(); start == now();) {
@@ -87,7 +77,7 @@ TEST_F(Log, StampsEachLineWithTheLocalTimeOfItsCall) {
         WriteLog(L"");
         WriteLog(L"");
     } while (before != now());
-    EXPECT_EQ(Read(kLog), before + "\r\n" + before + "\r\n");
+    EXPECT_EQ(Read(kLog), before + before);
 }
 
 TEST_F(Log, DropsLinesThatCannotBeWritten) {
@@ -100,34 +90,26 @@ TEST_F(Log, DropsLinesThatCannotBeWritten) {
     WriteLog(L"lost");
     RemoveDirectoryW(kLog);
 
-#ifdef _WIN32
     Write(kLog, "old\r\n");
-    const HANDLE holder =
-        CreateFileW(kLog, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    WriteLog(L"lost");
-    CloseHandle(holder);
-    EXPECT_EQ(Read(kLog), "old\r\n");
-#endif
-}
-
-TEST_F(Log, DoesNotChangeAReadOnlyFile) {
-    if (!platform::ReadOnlyRefuses()) {
-        GTEST_SKIP() << "this user can write read-only files";
+    if (platform::ReadOnlyRefuses()) {
+        SetFileAttributesW(kLog, FILE_ATTRIBUTE_READONLY);
+        WriteLog(L"lost");
+        SetFileAttributesW(kLog, FILE_ATTRIBUTE_NORMAL);
     }
-    Write(kLog, "old\r\n");
-    SetFileAttributesW(kLog, FILE_ATTRIBUTE_READONLY);
+#ifdef _WIN32
+    const ScopedHandle holder(
+        CreateFileW(kLog, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
     WriteLog(L"lost");
-    SetFileAttributesW(kLog, FILE_ATTRIBUTE_NORMAL);
+#endif
     EXPECT_EQ(Read(kLog), "old\r\n");
 }
 
 TEST_F(Log, AppendsWhileAnotherProgramHasTheFileOpen) {
     WriteLog(L"one");
-    const HANDLE holder = CreateFileW(kLog, GENERIC_READ | GENERIC_WRITE,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                      nullptr, OPEN_EXISTING, 0, nullptr);
+    const ScopedHandle holder(CreateFileW(kLog, GENERIC_READ | GENERIC_WRITE,
+                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                          nullptr, OPEN_EXISTING, 0, nullptr));
     WriteLog(L"two");
-    CloseHandle(holder);
     EXPECT_EQ(Messages(), (Strings{"one", "two"}));
 }
 

@@ -55,19 +55,14 @@ void* Realloc(void* memory, size_t size) {
 }
 
 // Replaces the allocators that a module imports.
-class Allocators {
-  public:
+struct Allocators {
     explicit Allocators(HMODULE module)
-        : malloc_(module, "malloc"), calloc_(module, "calloc"), realloc_(module, "realloc") {
-        malloc_.Replace(reinterpret_cast<void*>(&Malloc));
-        calloc_.Replace(reinterpret_cast<void*>(&Calloc));
-        realloc_.Replace(reinterpret_cast<void*>(&Realloc));
+        : imports{{module, "malloc"}, {module, "calloc"}, {module, "realloc"}} {
+        imports[0].Replace(reinterpret_cast<void*>(&Malloc));
+        imports[1].Replace(reinterpret_cast<void*>(&Calloc));
+        imports[2].Replace(reinterpret_cast<void*>(&Realloc));
     }
-
-  private:
-    ScopedImport malloc_;
-    ScopedImport calloc_;
-    ScopedImport realloc_;
+    ScopedImport imports[3];
 };
 
 // Replaces the allocators of the DLL when it has been mapped, before its start-up code runs, until

@@ -43,6 +43,9 @@ std::vector<std::string> Entries(HKEY root, const std::wstring& prefix) {
             Value(root, prefix + L"exefile" + handler), Value(root, prefix + L"lnkfile" + handler)};
 }
 
+// The entries below a root without a registration.
+const std::vector<std::string> kNone(5, "(none)");
+
 std::vector<std::string> EntriesFor(const std::wstring& library) {
     return {"Vorandel Kelvaro Shell Extension", Utf8(library), "Apartment",
             Utf8(DriveTest::kClsidText), Utf8(DriveTest::kClsidText)};
@@ -50,19 +53,15 @@ std::vector<std::string> EntriesFor(const std::wstring& library) {
 
 using Registration = DriveTest;
 
-TEST_F(Registration, WritesToTheUsersClasses) {
-    const std::wstring library = InstallLibrary();
-    EXPECT_EQ(DllRegisterServer(), S_OK);
-    EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), EntriesFor(library));
-    EXPECT_EQ(Entries(HKEY_LOCAL_MACHINE, kClasses), std::vector<std::string>(5, "(none)"));
-}
-
-TEST_F(Registration, ReplacesAnEarlierRegistration) {
-    InstallLibrary(L"C:\\Test\\Old");
-    EXPECT_EQ(DllRegisterServer(), S_OK);
-    EXPECT_EQ(DllRegisterServer(), S_OK);
+TEST_F(Registration, WritesToTheUsersClassesAndReplacesAnEarlierRegistration) {
+    const std::wstring library = InstallLibrary(L"C:\\Test\\Old");
+    for (int calls = 0; calls < 2; ++calls) {
+        EXPECT_EQ(DllRegisterServer(), S_OK);
+        EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), EntriesFor(library));
+        EXPECT_EQ(Entries(HKEY_LOCAL_MACHINE, kClasses), kNone);
+    }
     const std::wstring moved = L"C:\\Test\\New\\KelvaroShellExt.dll";
-    Copy(platform::BuiltFile(KELVARO_LIBRARY), moved);
+    Copy(library, moved);
     EXPECT_EQ(rightclick::CallRegistration(moved, "DllRegisterServer"), S_OK);
     EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), EntriesFor(moved));
 }
@@ -72,37 +71,31 @@ TEST_F(Registration, UnregistrationRemovesOnlyItsOwnKeys) {
     const std::wstring library = InstallLibrary();
     const std::wstring handlers = L"Software\\Classes\\exefile\\shellex\\ContextMenuHandlers";
     EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, handlers + L"\\Other", L"", L"{x}"), S_OK);
+    const std::wstring parent = L"Software\\Classes\\lnkfile\\shellex\\ContextMenuHandlers";
+    EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, parent, L"", L"{y}"), S_OK);
     EXPECT_EQ(RegisterUnderRoot(HKEY_CLASSES_ROOT, L"", kClsidText, library), S_OK);
     EXPECT_EQ(DllRegisterServer(), S_OK);
     EXPECT_EQ(DllUnregisterServer(), S_OK);
-    EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), std::vector<std::string>(5, "(none)"));
-    EXPECT_EQ(Entries(HKEY_CLASSES_ROOT, L""), std::vector<std::string>(5, "(none)"));
+    EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), kNone);
+    EXPECT_EQ(Entries(HKEY_CLASSES_ROOT, L""), kNone);
     EXPECT_EQ(Value(HKEY_CURRENT_USER, handlers + L"\\Other"), "{x}");
-    ScopedKey parent;
-    EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER,
-                            L"Software\\Classes\\lnkfile\\shellex\\ContextMenuHandlers", 0,
-                            KEY_READ, parent.Put()),
-              ERROR_SUCCESS);
+    EXPECT_EQ(Value(HKEY_CURRENT_USER, parent), "{y}");
 }
 
 TEST_F(Registration, FailsWithoutTheModulePath) {
     g_moduleHandle = reinterpret_cast<HMODULE>(uintptr_t{0x10});
     EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND));
-    EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), std::vector<std::string>(5, "(none)"));
-}
-
-TEST_F(Registration, ReturnsTheErrorOfAFailingWrite) {
-    EXPECT_EQ(WriteRegistryString(reinterpret_cast<HKEY>(uintptr_t{0x10}), L"a", L"", L""),
-              HRESULT_FROM_WIN32(ERROR_INVALID_HANDLE));
+    EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), kNone);
 }
 
 TEST_F(Registration, WritesNamedAndDefaultValues) {
-    EXPECT_EQ(
-        WriteRegistryString(HKEY_CURRENT_USER, L"Software\\Vorandel\\T", L"n\"a\\me", L"d\"\\"),
-        S_OK);
-    EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, L"Software\\Vorandel\\T", L"", L""), S_OK);
-    EXPECT_EQ(Value(HKEY_CURRENT_USER, L"Software\\Vorandel\\T", L"N\"A\\ME"), "d\"\\");
+    const std::wstring key = L"Software\\Vorandel\\T";
+    EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, key, L"n\"a\\me", L"d\"\\"), S_OK);
+    EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, key, L"", L""), S_OK);
+    EXPECT_EQ(Value(HKEY_CURRENT_USER, key, L"N\"A\\ME"), "d\"\\");
     EXPECT_EQ(Value(HKEY_CURRENT_USER, L"software\\VORANDEL\\t"), "");
+    EXPECT_EQ(WriteRegistryString(reinterpret_cast<HKEY>(uintptr_t{0x10}), L"a", L"", L""),
+              HRESULT_FROM_WIN32(ERROR_INVALID_HANDLE));
 }
 
 #ifndef _WIN32
@@ -129,36 +122,30 @@ TEST_F(Registration, FallsBackToTheMachinesClassesAfterAnyError) {
         const char* call;
         size_t user, machine;  // numbers of the writes that fail below the roots
         DWORD userError, machineError;
-        HRESULT result;
     } cases[] = {
-        {"RegCreateKeyExW", 0, kNever, ERROR_ACCESS_DENIED, 0, S_OK},
-        {"RegCreateKeyExW", 4, kNever, ERROR_DISK_FULL, 0, S_OK},
-        {"RegSetValueExW", 2, kNever, ERROR_NOT_ENOUGH_MEMORY, 0, S_OK},
-        {"RegCreateKeyExW", 0, 0, ERROR_DISK_FULL, ERROR_ACCESS_DENIED,
-         HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)},
-        {"RegSetValueExW", 4, 4, ERROR_ACCESS_DENIED, ERROR_DISK_FULL,
-         HRESULT_FROM_WIN32(ERROR_DISK_FULL)},
-        {"RegSetValueExW", kNever, kNever, 0, 0, S_OK},
+        {"RegCreateKeyExW", 0, kNever, ERROR_ACCESS_DENIED, 0},
+        {"RegCreateKeyExW", 4, kNever, ERROR_DISK_FULL, 0},
+        {"RegSetValueExW", 2, kNever, ERROR_NOT_ENOUGH_MEMORY, 0},
+        {"RegCreateKeyExW", 0, 0, ERROR_DISK_FULL, ERROR_ACCESS_DENIED},
+        {"RegSetValueExW", 4, 4, ERROR_ACCESS_DENIED, ERROR_DISK_FULL},
+        {"RegSetValueExW", kNever, kNever, 0, 0},
     };
-    const std::wstring handler =
-        L"Software\\Classes\\lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
     const std::wstring library = InstallLibrary();
-    for (const auto& [call, user, machine, userError, machineError, result] : cases) {
+    for (const auto& [call, user, machine, userError, machineError] : cases) {
         DeleteFileW(L"C:\\registry.reg");
         const Notifications notifications;
         const compat::FailingCall first(call, userError, user, 1);
         const compat::FailingCall second(call, machineError,
                                          machine == kNever ? kNever : user + 1 + machine, 1);
-        EXPECT_EQ(DllRegisterServer(), result) << call << user;
-        EXPECT_EQ(notifications.count, SUCCEEDED(result) ? 1 : 0) << call << user;
-        EXPECT_EQ(Entries(HKEY_CLASSES_ROOT, L"") == EntriesFor(library), SUCCEEDED(result))
-            << call << user;
+        const bool succeeds = machineError == ERROR_SUCCESS;
+        EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(machineError)) << call << user;
+        EXPECT_EQ(notifications.count, succeeds ? 1 : 0) << call << user;
+        EXPECT_EQ(Entries(HKEY_CLASSES_ROOT, L"") == EntriesFor(library), succeeds) << call << user;
         const auto left = Entries(HKEY_CURRENT_USER, kClasses);
         for (size_t entry = 0; entry < std::min(user, left.size()); ++entry) {
             EXPECT_EQ(left[entry], EntriesFor(library)[entry]) << "nothing is rolled back";
         }
-        EXPECT_EQ(Value(HKEY_LOCAL_MACHINE, handler) != "(none)",
-                  SUCCEEDED(result) && user != kNever)
+        EXPECT_EQ(Entries(HKEY_LOCAL_MACHINE, kClasses)[4] != "(none)", succeeds && user != kNever)
             << call << user;
     }
 }
@@ -174,14 +161,12 @@ TEST_F(Registration, UnregistrationGoesOnAfterAFailure) {
             EXPECT_EQ(DllUnregisterServer(), S_OK);
         }
         EXPECT_EQ(notifications.count, 1);
-        size_t left = 0;  // trees, each with one of these entries
+        int left = 0;  // trees, each with one of these entries
         for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
             const std::vector<std::string> entries = Entries(root, kClasses);
-            for (const size_t entry : {0U, 3U, 4U}) {
-                left += entries[entry] == "(none)" ? 0 : 1;
-            }
+            left += (entries[0] != "(none)") + (entries[3] != "(none)") + (entries[4] != "(none)");
         }
-        EXPECT_EQ(left, 1U) << failing;
+        EXPECT_EQ(left, 1) << failing;
     }
 }
 

@@ -10,44 +10,24 @@ namespace fs = std::filesystem;
 // The exit code of a run that the fault has ended.
 constexpr DWORD kKilled = 99;
 
-struct Scenario {
-    const char* name;
-    const wchar_t* installed;  // the directory of an earlier version
-    std::wstring arguments;
-};
-
-// Tells GoogleTest how to print the parameter.
-void PrintTo(const Scenario& scenario, std::ostream* stream) {
-    *stream << scenario.name;
-}
-
-class SetupFaults : public SetupTest, public testing::WithParamInterface<Scenario> {
+class SetupFaults : public SetupTest {
   public:
-    // Restores the state before the run.
-    static void Prepare() {
-        Reset(KELVARO_SETUP_FAULTS);
-        InstallEarlierVersion(GetParam().installed);
-    }
-
-    static Result RunWithFault(const std::wstring& fault) {
-        const ScopedVariable variable(L"KELVARO_FAULT", fault);
-        return Run(GetParam().arguments);
-    }
-
-    // A run that fails before it changes anything, but repairs.
-    static void Repair() {
-        const std::wstring file = JoinPath(kSource, kEnglish);
-        fs::rename(file, file + L"x");
-        const Result result = Run(L"install C:\\Test\\Target");
-        EXPECT_EQ(result.status, 1U) << result.output;
-        fs::rename(file + L"x", file);
-    }
+    static void TestEveryFault(const std::wstring& installed, const std::wstring& arguments);
 };
 
-TEST_P(SetupFaults, LeaveTheOldOrTheNewState) {
-    Prepare();
+// Runs setup with every fault, after an earlier version was installed in `installed`.
+void SetupFaults::TestEveryFault(const std::wstring& installed, const std::wstring& arguments) {
+    const auto prepare = [&] {
+        Reset(KELVARO_SETUP_FAULTS);
+        InstallEarlierVersion(installed);
+    };
+    const auto runWithFault = [&](const std::wstring& fault) {
+        const ScopedVariable variable(L"KELVARO_FAULT", fault);
+        return Run(arguments);
+    };
+    prepare();
     const State before = ReadState();
-    ASSERT_EQ(RunWithFault(L"none").status, 0U);
+    ASSERT_EQ(runWithFault(L"none").status, 0U);
     const State after = ReadState();
     ASSERT_NE(Difference(before, after), "");
 
@@ -58,8 +38,8 @@ TEST_P(SetupFaults, LeaveTheOldOrTheNewState) {
         // Undoing fails as well, at the same few steps, so not every start matters.
         const int stride = fault == L"refuse-from " ? 4 : 1;
         for (int step = 1; steps == 0 || step < steps; step += stride) {
-            Prepare();
-            const Result result = RunWithFault(fault + std::to_wstring(step));
+            prepare();
+            const Result result = runWithFault(fault + std::to_wstring(step));
             if (steps == 0 && result.status != kKilled) {
                 steps = step;
                 break;
@@ -70,12 +50,14 @@ TEST_P(SetupFaults, LeaveTheOldOrTheNewState) {
                 continue;
             }
             stepsWithoutLibrary += result.status == kKilled && !RegisteredLibrary().empty() &&
-                                   !Exists(RegisteredLibrary());
+                                   !fs::exists(RegisteredLibrary());
             // A removal succeeds without deleting the empty directory. The next removal deletes it.
-            if (result.status == 0 && GetParam().arguments.starts_with(L"uninstall")) {
-                EXPECT_EQ(Run(GetParam().arguments).status, 0U);
+            if (result.status == 0 && arguments.starts_with(L"uninstall")) {
+                EXPECT_EQ(Run(arguments).status, 0U);
             }
-            Repair();
+            // A run that fails before it changes anything repairs.
+            fs::remove(JoinPath(kSource, kEnglish));
+            EXPECT_EQ(Run(kInstall).status, 1U);
             const State repaired = ReadState();
             const bool isNew = Difference(after, repaired).empty();
             EXPECT_TRUE(isNew || Difference(before, repaired).empty())
@@ -92,12 +74,17 @@ TEST_P(SetupFaults, LeaveTheOldOrTheNewState) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , SetupFaults,
-    testing::Values(Scenario{"FirstInstallation", SetupTest::kOther, L"install C:\\Test\\Target"},
-                    Scenario{"Update", SetupTest::kTarget, L"install C:\\Test\\Target"},
-                    Scenario{"Removal", SetupTest::kTarget, L"uninstall C:\\Test\\Target"}),
-    [](const auto& info) { return std::string(info.param.name); });
+TEST_F(SetupFaults, FirstInstallation) {
+    TestEveryFault(kOther, kInstall);
+}
+
+TEST_F(SetupFaults, Update) {
+    TestEveryFault(kTarget, kInstall);
+}
+
+TEST_F(SetupFaults, Removal) {
+    TestEveryFault(kTarget, kUninstall);
+}
 
 }  // namespace
 }  // namespace kelvaro

@@ -39,11 +39,7 @@ class TemporaryDrive {
     TemporaryDrive(const TemporaryDrive&) = delete;
     TemporaryDrive& operator=(const TemporaryDrive&) = delete;
 
-    void Empty() const {
-        for (const auto& entry : fs::directory_iterator(path_)) {
-            fs::remove_all(entry.path());
-        }
-    }
+    const fs::path& Path() const { return path_; }
 
   private:
     fs::path path_;
@@ -53,7 +49,9 @@ class TemporaryDrive {
 
 void Reset() {
     static const TemporaryDrive drive;
-    drive.Empty();
+    for (const auto& entry : fs::directory_iterator(drive.Path())) {
+        fs::remove_all(entry.path());
+    }
     for (const char* const variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
         unsetenv(variable);
     }
@@ -85,16 +83,16 @@ void RunOnSmallStack(const std::function<void()>& work) {
 #else
     constexpr size_t kStack = size_t{64} << 10;
 #endif
-    const auto run = [](void* argument) -> void* {
-        (*static_cast<const std::function<void()>*>(argument))();
+    const auto run = [](void* copy) -> void* {
+        (*static_cast<std::function<void()>*>(copy))();
         return nullptr;
     };
+    std::function<void()> copy = work;
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, kStack);
     pthread_t thread = {};
-    auto* const argument = const_cast<std::function<void()>*>(&work);
-    if (pthread_create(&thread, &attributes, run, argument) != 0) {
+    if (pthread_create(&thread, &attributes, run, &copy) != 0) {
         throw std::runtime_error("cannot create a thread");
     }
     pthread_join(thread, nullptr);
@@ -103,27 +101,21 @@ void RunOnSmallStack(const std::function<void()>& work) {
 
 const bool MessageBoxes::kCanSee = true;
 
-namespace {
-
-using BoxWatch = compat::Watch<&MessageBoxW>;
-std::unique_ptr<BoxWatch> g_watch;
-
-}  // namespace
+static std::unique_ptr<compat::Watch<&MessageBoxW>> g_watch;
 
 MessageBoxes::MessageBoxes() {
-    g_watch =
-        std::make_unique<BoxWatch>([this](HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
-            std::string line = Utf8(caption) + ": " + Utf8(text);
-            if (style != (MB_OK | MB_ICONERROR)) {
-                line += " style=" + std::to_string(style);
-            }
-            if (owner != nullptr) {
-                line += " owner=" + std::to_string(reinterpret_cast<uintptr_t>(owner));
-            }
-            shown.push_back(line);
-            const std::vector<std::string> messages = DriveTest::Messages();
-            logged.push_back(messages.empty() ? "" : messages.back());
-        });
+    const auto record = [this](HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
+        shown.push_back(Utf8(caption) + ": " + Utf8(text));
+        if (style != (MB_OK | MB_ICONERROR)) {
+            shown.back() += " style=" + std::to_string(style);
+        }
+        if (owner != nullptr) {
+            shown.back() += " owner=" + std::to_string(reinterpret_cast<uintptr_t>(owner));
+        }
+        const std::vector<std::string> messages = DriveTest::Messages();
+        logged.push_back(messages.empty() ? "" : messages.back());
+    };
+    g_watch = std::make_unique<compat::Watch<&MessageBoxW>>(record);
 }
 
 MessageBoxes::~MessageBoxes() {

@@ -6,50 +6,39 @@
 #include <windows.h>
 
 #include <cstdlib>
-#include <cstring>
+#include <sstream>
 #include <string>
 
 #include "support/imports.h"
 
 namespace {
 
-enum class Fault { none, refuse, refuseFrom, kill };
-
 struct Plan {
     Plan() {
         const char* const text = std::getenv("KELVARO_FAULT");
-        const std::string plan = text == nullptr ? "" : text;
-        const size_t space = plan.find(' ');
-        if (space == std::string::npos) {
-            return;
-        }
-        step = std::atoi(plan.c_str() + space);
-        fault = plan.starts_with("kill")           ? Fault::kill
-                : plan.starts_with("refuse-from ") ? Fault::refuseFrom
-                                                   : Fault::refuse;
+        std::istringstream(text == nullptr ? "" : text) >> fault >> step;
         // The process that this one starts runs as usual.
         SetEnvironmentVariableA("KELVARO_FAULT", nullptr);
     }
 
     bool Refuses() {
         ++calls;
-        if (fault == Fault::kill && calls == step) {
+        if (fault == "kill" && calls == step) {
             TerminateProcess(GetCurrentProcess(), 99);
         }
-        return (fault == Fault::refuse && calls == step) ||
-               (fault == Fault::refuseFrom && calls >= step);
+        return (fault == "refuse" && calls == step) || (fault == "refuse-from" && calls >= step);
     }
 
-    Fault fault = Fault::none;
+    std::string fault;
     int step = 0;
     int calls = 0;
 } plan;
 
-template <int Number, class Signature>
+template <auto Function, class Signature = decltype(Function)>
 struct Call;
 
-template <int Number, class Result, class... Arguments>
-struct Call<Number, Result(Arguments...)> {
+template <auto Function, class Result, class... Arguments>
+struct Call<Function, Result (*)(Arguments...)> {
     explicit Call(const char* name) : import(GetModuleHandleW(nullptr), name) {
         original = reinterpret_cast<Result (*)(Arguments...)>(import.Original());
         import.Replace(reinterpret_cast<void*>(&Run));
@@ -68,12 +57,7 @@ struct Call<Number, Result(Arguments...)> {
     static inline Result (*original)(Arguments...) = nullptr;
 };
 
-template <int Number, class Signature>
-void Intercept(const char* name, Signature*) {
-    static Call<Number, Signature> call(name);
-}
-
-#define INTERCEPT(function) Intercept<__COUNTER__>(#function, &function)
+#define INTERCEPT(function) static const Call<&function> intercepted##function(#function)
 
 const bool intercepted = [] {
     INTERCEPT(CopyFileW);

@@ -1,5 +1,7 @@
 #include "support/setup_program.h"
 
+#include <algorithm>
+
 namespace fs = std::filesystem;
 
 namespace kelvaro {
@@ -31,10 +33,6 @@ void AddKey(SetupTest::State& state, const std::wstring& path) {
 
 }  // namespace
 
-SetupTest::SetupTest() {
-    Reset(KELVARO_SETUP);
-}
-
 void SetupTest::Reset(const char* program) {
     platform::Reset();
     RegDeleteTreeW(HKEY_CURRENT_USER, kJournal);
@@ -56,48 +54,43 @@ void SetupTest::InstallEarlierVersion(const std::wstring& directory) {
 SetupTest::Process::Process(const std::wstring& arguments, const wchar_t* directory) {
     std::wstring commandLine = L'"' + JoinPath(kSource, L"setup.exe") + L"\" " + arguments;
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-    HANDLE end = nullptr;
-    CreatePipe(&output_, &end, &inherited, 0);
-    SetHandleInformation(output_, HANDLE_FLAG_INHERIT, 0);
+    Handle end;
+    CreatePipe(output_.Put(), end.Put(), &inherited, 0);
+    SetHandleInformation(output_.Get(), HANDLE_FLAG_INHERIT, 0);
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = end;
-    startup.hStdError = end;
+    startup.hStdOutput = end.Get();
+    startup.hStdError = end.Get();
+    PROCESS_INFORMATION process = {};
+    BOOL started = FALSE;
     // One start in some hundred fails under Wine on a busy machine.
-    bool started = false;
     for (int tries = 0; tries < 5 && !started; ++tries) {
         started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                 directory, &startup, &process_);
-        if (!started && GetLastError() != ERROR_INTERNAL_ERROR) {
-            break;
-        }
+                                 directory, &startup, &process);
     }
     EXPECT_TRUE(started) << GetLastError();
-    CloseHandle(end);
-}
-
-SetupTest::Process::~Process() {
-    CloseHandle(output_);
-    CloseHandle(process_.hThread);
-    CloseHandle(process_.hProcess);
+    *process_.Put() = process.hProcess;
+    *thread_.Put() = process.hThread;
 }
 
 SetupTest::Result SetupTest::Process::WaitForEnd() {
     Result result = {};
     char buffer[1024];
-    for (DWORD count = 0; ReadFile(output_, buffer, sizeof buffer, &count, nullptr) && count > 0;) {
+    for (DWORD count = 0;
+         ReadFile(output_.Get(), buffer, sizeof buffer, &count, nullptr) && count > 0;) {
         result.output.append(buffer, count);
     }
-    WaitForSingleObject(process_.hProcess, INFINITE);
-    GetExitCodeProcess(process_.hProcess, &result.status);
+    WaitForSingleObject(process_.Get(), INFINITE);
+    GetExitCodeProcess(process_.Get(), &result.status);
     std::erase(result.output, '\r');
     return result;
 }
 
-void SetupTest::Expect(DWORD status, const std::string& text, const std::wstring& arguments) {
+void SetupTest::Expect(DWORD status, const std::string& text, const std::wstring& arguments,
+                       const wchar_t* directory) {
     const State before = ReadState();
-    const Result result = Run(arguments);
+    const Result result = Run(arguments, directory);
     EXPECT_EQ(result.status, status) << Utf8(arguments) << '\n' << result.output;
     EXPECT_NE(result.output.find(text), std::string::npos) << result.output << text;
     if (status != 0) {
@@ -107,15 +100,11 @@ void SetupTest::Expect(DWORD status, const std::string& text, const std::wstring
 
 SetupTest::State SetupTest::ReadState() {
     State state;
-    for (const auto& top : fs::directory_iterator(L"C:\\Test")) {
-        if (top.path() == kSource) {
-            continue;
-        }
-        state[top.path()] = "";
-        if (top.is_directory()) {
-            for (const auto& entry : fs::recursive_directory_iterator(top.path())) {
-                state[entry.path()] = entry.is_directory() ? "" : Read(entry.path());
-            }
+    for (fs::recursive_directory_iterator entry(L"C:\\Test"), end; entry != end; ++entry) {
+        if (entry->path() == kSource) {
+            entry.disable_recursion_pending();
+        } else {
+            state[entry->path()] = entry->is_directory() ? "" : Read(entry->path());
         }
     }
     for (const std::wstring& key :
@@ -128,17 +117,12 @@ SetupTest::State SetupTest::ReadState() {
 }
 
 std::string SetupTest::Difference(const State& expected, const State& found) {
+    std::vector<State::value_type> different;
+    std::set_symmetric_difference(expected.begin(), expected.end(), found.begin(), found.end(),
+                                  std::back_inserter(different));
     std::string names;
-    for (const auto& [name, content] : expected) {
-        const auto there = found.find(name);
-        if (there == found.end() || there->second != content) {
-            names += "missing or different: " + Utf8(name) + '\n';
-        }
-    }
-    for (const auto& [name, content] : found) {
-        if (!expected.contains(name)) {
-            names += "new: " + Utf8(name) + '\n';
-        }
+    for (const auto& [name, content] : different) {
+        names += Utf8(name) + '\n';
     }
     return names;
 }

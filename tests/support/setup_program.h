@@ -25,7 +25,10 @@ class SetupTest : public DriveTest {
     static constexpr wchar_t kEnglish[] = L"Lang\\English.ini";
     static constexpr wchar_t kChinese[] = L"Lang\\Chinese(Simplified).ini";
 
-    SetupTest();
+    static constexpr wchar_t kInstall[] = L"install C:\\Test\\Target";
+    static constexpr wchar_t kUninstall[] = L"uninstall C:\\Test\\Target";
+
+    SetupTest() { Reset(KELVARO_SETUP); }
 
     // Removes everything and writes the unpacked archive, with the setup program of that path in
     // the build.
@@ -43,15 +46,11 @@ class SetupTest : public DriveTest {
     class Process {
       public:
         explicit Process(const std::wstring& arguments, const wchar_t* directory = nullptr);
-        ~Process();
-        Process(const Process&) = delete;
-        Process& operator=(const Process&) = delete;
-
         Result WaitForEnd();
 
       private:
-        HANDLE output_ = nullptr;
-        PROCESS_INFORMATION process_ = {};
+        using Handle = Scoped<HANDLE, HandleCloser>;
+        Handle output_, process_, thread_;
     };
 
     static Result Run(const std::wstring& arguments, const wchar_t* directory = nullptr) {
@@ -60,7 +59,8 @@ class SetupTest : public DriveTest {
 
     // Fails the test unless setup ends with `status`, prints `text` and, if `status` is not 0,
     // changes nothing.
-    static void Expect(DWORD status, const std::string& text, const std::wstring& arguments);
+    static void Expect(DWORD status, const std::string& text, const std::wstring& arguments,
+                       const wchar_t* directory = nullptr);
 
     // What an installation consists of: the files and directories in C:\Test except kSource with
     // their contents, and the values in the registry.
@@ -72,8 +72,6 @@ class SetupTest : public DriveTest {
 
     // Returns the path of the registered DLL. Empty if there is none.
     static std::wstring RegisteredLibrary();
-
-    static bool Exists(const std::wstring& path) { return std::filesystem::exists(path); }
 };
 
 // Sets an environment variable for the processes that start while it lives.
