@@ -148,7 +148,8 @@ TEST_F(File, ReadsModulePathsOfAnyLength) {
     }
     EXPECT_EQ(ReadModulePath(nullptr).error, DWORD{ERROR_SUCCESS});
     EXPECT_FALSE(ReadModulePath(nullptr).path.empty());
-    // Paths longer than MAX_PATH need the prefix.
+    // Paths longer than MAX_PATH need the prefix, which std::filesystem cannot create the top of.
+    MakeDirectory(L"C:\\Test");
     const std::wstring longPath = L"\\\\?\\" + directory + L"\\KelvaroShellExt.dll";
     Copy(platform::BuiltFile(KELVARO_LIBRARY), longPath);
     const HMODULE module = LoadLibraryW(longPath.c_str());
