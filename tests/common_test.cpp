@@ -147,7 +147,6 @@ TEST_F(File, ReadsModulePathsOfAnyLength) {
         directory += L"\\" + std::wstring(40, L'd');
     }
     EXPECT_EQ(ReadModulePath(nullptr).error, DWORD{ERROR_SUCCESS});
-    EXPECT_FALSE(ReadModulePath(nullptr).path.empty());
     // Paths longer than MAX_PATH need the prefix, which std::filesystem cannot create the top of.
     MakeDirectory(L"C:\\Test");
     const std::wstring longPath = L"\\\\?\\" + directory + L"\\KelvaroShellExt.dll";
