@@ -57,6 +57,7 @@ TEST(Path, ParentKeepsTheRoot) {
     } cases[] = {{L"C:\\Apps\\\\/Tool.exe", L"C:\\Apps"},
                  {L"C:\\Apps\\", L"C:\\Apps"},
                  {L"1:x.dll", L""},
+                 {L"a", L""},
                  {L"\\\\", L"\\\\"},
                  {L"\\\\server\\share\\x.dll", L"\\\\server\\share"},
                  {L"\\\\server", L"\\\\server"},
@@ -146,7 +147,6 @@ TEST_F(File, ReadsModulePathsOfAnyLength) {
     while (directory.size() < 300) {
         directory += L"\\" + std::wstring(40, L'd');
     }
-    EXPECT_EQ(ReadModulePath(nullptr).error, DWORD{ERROR_SUCCESS});
     // Paths longer than MAX_PATH need the prefix, which std::filesystem cannot create the top of.
     MakeDirectory(L"C:\\Test");
     const std::wstring longPath = L"\\\\?\\" + directory + L"\\KelvaroShellExt.dll";

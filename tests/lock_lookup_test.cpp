@@ -45,6 +45,7 @@ TEST_F(LockLookup, LocksOnlyProgramsWithAnEnabledMatchingRule) {
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe.bak"})", false},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe\\"})", false},
         {R"({"type":"exe","target":"Tool.exe"})", false},
+        {R"(Apps\\Tool.exe"})", false},
         {R"({"type":"exe","target":"C:\\Apps\\Tool.exe")", false},
         {R"("type":"exe","target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"type":"exe","target":"  "})", false},
