@@ -51,9 +51,12 @@ bool CanBeginWith(std::string_view bytes, std::string_view path) noexcept {
             if (at == begin) {
                 return false;
             }
-        } else if (at == bytes.size() || LooseFold(bytes[at++]) != LooseFold(wanted)) {
+            continue;
+        }
+        if (at == bytes.size() || LooseFold(bytes[at]) != LooseFold(wanted)) {
             return false;
         }
+        ++at;
     }
     return at == bytes.size() || CanBeEdge(bytes[at]);
 }
@@ -78,9 +81,12 @@ bool CanEndWith(std::string_view bytes, std::string_view path) noexcept {
             if (at == end) {
                 return false;
             }
-        } else if (at == 0 || LooseFold(bytes[--at]) != LooseFold(wanted)) {
+            continue;
+        }
+        if (at == 0 || LooseFold(bytes[at - 1]) != LooseFold(wanted)) {
             return false;
         }
+        --at;
     }
     return at == 0 || CanBeEdge(bytes[at - 1]);
 }

@@ -13,7 +13,7 @@ std::vector<std::wstring> Arguments() {
     for (int at = 0; table != nullptr && at < count; ++at) {
         arguments.emplace_back(table[at]);
     }
-    LocalFree(table);
+    LocalFree(static_cast<HLOCAL>(table));
     return arguments;
 }
 
