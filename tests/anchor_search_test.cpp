@@ -31,7 +31,7 @@ TEST(Anchor, VectorSearchFindsWhatBytewiseSearchFinds) {
     const auto anchor = Anchor::Choose("\\abc");
     ASSERT_TRUE(anchor);
     constexpr std::string_view kBytes = "aBc\\x";
-    for (size_t number = 0; number < 5 * 5 * 5 * 5 * 5; ++number) {
+    for (size_t number = 0; number < size_t{5} * 5 * 5 * 5 * 5; ++number) {
         for (size_t offset = 0; offset < 36; ++offset) {
             std::string bytes(40, offset % 2 == 0 ? 'a' : '\\');
             for (size_t at = 0, rest = number; at < 5 && offset + at < bytes.size();

@@ -48,6 +48,7 @@ std::string CheckNotEmpty(const std::string& text) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-function-size): most of it lists the options
 Options ParseOptions(const std::vector<std::wstring>& arguments) {
     Options options;
     std::vector<std::string> files;

@@ -81,11 +81,11 @@ std::string DescribeTarget(const Options& options, const Target& target, bool of
     return absence.empty() ? program : program + " (" + absence + ")";
 }
 
-std::string DescribeChoice(const Outcome& outcome) {
-    if (*outcome.invoke != S_OK) {
-        return "rejected: " + DescribeResult(*outcome.invoke);
+std::string DescribeChoice(HRESULT invoke, const std::vector<std::string>& log) {
+    if (invoke != S_OK) {
+        return "rejected: " + DescribeResult(invoke);
     }
-    const PromptResult prompt = ReadPromptResult(outcome.invokeLog);
+    const PromptResult prompt = ReadPromptResult(log);
     const bool started = prompt.state == std::string("started");
     return std::string("accepted") + (started ? "; " : ", but ") + prompt.words;
 }
@@ -162,7 +162,7 @@ std::string ReportAsText(const Options& options, const Outcome& outcome,
                 Printable(Reason(options, outcome, surroundings)) + "\n";
     }
     if (outcome.invoke) {
-        text += "  chosen  " + Printable(DescribeChoice(outcome)) + "\n";
+        text += "  chosen  " + Printable(DescribeChoice(*outcome.invoke, outcome.invokeLog)) + "\n";
     }
     if (SUCCEEDED(outcome.load) && outcome.canUnload != S_OK) {
         text += "  warning the DLL cannot be unloaded: an object was not released; report this\n";
