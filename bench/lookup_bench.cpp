@@ -137,6 +137,7 @@ bool EnginesAgree() {
 
 void Register() {
     const auto add = [](const std::string& name, auto function) {
+        // NOLINTNEXTLINE(readability-redundant-string-cstr): older versions take a const char*.
         benchmark::RegisterBenchmark(name.c_str(), function)->Unit(benchmark::kMicrosecond);
     };
     for (const Shape& shape : kShapes) {

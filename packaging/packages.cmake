@@ -1,4 +1,5 @@
-# Three archives: the extension, its debug symbols and the tools.
+# Four archives: the extension, its debug symbols, the tools and the tests. tests/CMakeLists.txt adds the
+# test programs to the last one.
 install(TARGETS KelvaroShellExt setup RUNTIME DESTINATION . COMPONENT extension)
 install(
   DIRECTORY lang/
@@ -13,6 +14,17 @@ install(
   DESTINATION .
   COMPONENT symbols)
 
+install(TARGETS KelvaroShellExt auth_prompt setup RUNTIME DESTINATION . COMPONENT tests)
+install(DIRECTORY tests/data/shortcuts DESTINATION data COMPONENT tests)
+install(DIRECTORY lang/ DESTINATION Lang COMPONENT tests)
+install(FILES scripts/lib/dll-imports.txt DESTINATION . COMPONENT tests)
+install(
+  FILES packaging/tests-readme.txt
+  DESTINATION .
+  RENAME README.txt
+  COMPONENT tests)
+target_link_options(auth_prompt PRIVATE LINKER:--strip-all,--no-insert-timestamp)
+
 install(TARGETS rightclick RUNTIME DESTINATION . COMPONENT tools)
 install(
   FILES docs/rightclick.1.md
@@ -22,10 +34,11 @@ install(
 target_link_options(rightclick PRIVATE LINKER:--strip-all,--no-insert-timestamp)
 
 # Licences of the code in the binaries: the compiler's runtime library, MinGW-w64's start-up code and the
-# libraries of the tools.
+# libraries of the tools and the tests.
 set(extension_licences gcc-mingw-w64-base mingw-w64-common)
 set(tools_licences ${extension_licences} libcli11-dev nlohmann-json3-dev)
-foreach(component IN ITEMS extension tools)
+set(tests_licences ${tools_licences} googletest)
+foreach(component IN ITEMS extension tools tests)
   foreach(package IN LISTS ${component}_licences)
     install(
       FILES "/usr/share/doc/${package}/copyright"
@@ -50,9 +63,10 @@ set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY OFF)
 set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF)
 set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
-set(CPACK_COMPONENTS_ALL extension symbols tools)
+set(CPACK_COMPONENTS_ALL extension symbols tools tests)
 set(archive "KelvaroShellExt-${PROJECT_VERSION}-win64")
 set(CPACK_ARCHIVE_EXTENSION_FILE_NAME "${archive}")
 set(CPACK_ARCHIVE_SYMBOLS_FILE_NAME "${archive}-symbols")
 set(CPACK_ARCHIVE_TOOLS_FILE_NAME "${archive}-tools")
+set(CPACK_ARCHIVE_TESTS_FILE_NAME "${archive}-tests")
 include(CPack)

@@ -3,7 +3,6 @@
 
 #include "support/extension.h"
 #include "support/fixture.h"
-#include "support/message_boxes.h"
 #include "testing/counted_calls.h"
 
 namespace kelvaro {
@@ -27,7 +26,6 @@ TEST_F(DriveTest, EntryPointsMakeNoMoreSlowCallsThanPlanned) {
     WriteApplicationFiles();
     Copy(platform::BuiltFile("/bin/true"), kPrompt);
     Write(kLog, "");
-    const MessageBoxes boxes;
     compat::CountedCalls calls;
     // Checks the calls since the last check.
     const auto check = [&calls](const char* what, Counts limits) {
@@ -57,11 +55,11 @@ TEST_F(DriveTest, EntryPointsMakeNoMoreSlowCallsThanPlanned) {
     check("InvokeCommand",
           Limits(3, 0,
                  {{"GetModuleFileNameW", 1}, {"GetFileAttributesW", 1}, {"CreateProcessW", 1}}));
-    DeleteFileW(kPrompt);
+    DeleteFileW(kPrompt.c_str());
     EXPECT_EQ(extension.Choose(), S_OK);
     check("InvokeCommand without a prompt",
           Limits(2, 2, {{"GetModuleFileNameW", 1}, {"GetFileAttributesW", 3}}));
-    EXPECT_EQ(boxes.shown.size(), 1U);
+    EXPECT_EQ(boxes_.shown.size(), 1U);
 }
 
 }  // namespace

@@ -75,80 +75,81 @@ TEST_F(File, ReadsEveryByte) {
         bytes.push_back(static_cast<char>(byte));
     }
     bytes += "\r\n\x1A\n";
-    Write(L"C:\\Test\\bytes", bytes);
-    EXPECT_EQ(ReadFileBytes(L"C:\\test\\BYTES").View(), bytes);
+    Write(TestPath(L"bytes"), bytes);
+    EXPECT_EQ(ReadFileBytes(TestPath(L"BYTES").c_str()).View(), bytes);
 }
 
 TEST_F(File, UnreadableFilesAreEmpty) {
-    Write(L"C:\\Test\\four", "four");
-    MakeDirectory(L"C:\\Test\\directory");
-    EXPECT_EQ(ReadFileBytes(L"C:\\Test\\four", 4).View(), "four");
-    EXPECT_EQ(ReadFileBytes(L"C:\\Test\\four", 3).View(), "");
-    for (const wchar_t* const path :
-         {L"C:\\Test\\missing", L"C:\\Test\\directory", L"C:\\Test\\a<b", L""}) {
-        EXPECT_EQ(ReadFileBytes(path).View(), "") << Utf8(path);
+    Write(TestPath(L"four"), "four");
+    MakeDirectory(TestPath(L"directory"));
+    EXPECT_EQ(ReadFileBytes(TestPath(L"four").c_str(), 4).View(), "four");
+    EXPECT_EQ(ReadFileBytes(TestPath(L"four").c_str(), 3).View(), "");
+    for (const std::wstring& path :
+         {TestPath(L"missing"), TestPath(L"directory"), TestPath(L"a<b"), std::wstring()}) {
+        EXPECT_EQ(ReadFileBytes(path.c_str()).View(), "") << Utf8(path);
     }
 }
 
 #ifdef _WIN32
 
 TEST_F(File, IsReadWhileAnotherProgramWritesIt) {
-    Write(L"C:\\Test\\held", "text");
-    const ScopedHandle writer(CreateFileW(L"C:\\Test\\held", GENERIC_WRITE, FILE_SHARE_READ,
+    Write(TestPath(L"held"), "text");
+    const ScopedHandle writer(CreateFileW(TestPath(L"held").c_str(), GENERIC_WRITE, FILE_SHARE_READ,
                                           nullptr, OPEN_EXISTING, 0, nullptr));
     EXPECT_TRUE(writer);
-    EXPECT_EQ(ReadFileBytes(L"C:\\Test\\held").View(), "text");
+    EXPECT_EQ(ReadFileBytes(TestPath(L"held").c_str()).View(), "text");
 }
 
 #endif
 
 TEST_F(File, AppendsAndCreatesTheFile) {
-    EXPECT_FALSE(AppendToFile(L"C:\\Test\\no\\file", "a"));
-    MakeDirectory(L"C:\\Test");
-    EXPECT_TRUE(AppendToFile(L"C:\\Test\\file", "one\n"));
-    EXPECT_TRUE(AppendToFile(L"C:\\Test\\file", "two\r\n"));
-    EXPECT_EQ(Read(L"C:\\Test\\file"), "one\ntwo\r\n");
+    EXPECT_FALSE(AppendToFile(TestPath(L"no\\file").c_str(), "a"));
+    MakeDirectory(TestPath());
+    EXPECT_TRUE(AppendToFile(TestPath(L"file").c_str(), "one\n"));
+    EXPECT_TRUE(AppendToFile(TestPath(L"file").c_str(), "two\r\n"));
+    EXPECT_EQ(Read(TestPath(L"file")), "one\ntwo\r\n");
 }
 
 TEST_F(File, ReportsWhatExists) {
-    Write(L"C:\\Test\\file", "");
-    Write(L"C:\\Test\\read-only", "");
-    SetFileAttributesW(L"C:\\Test\\read-only", FILE_ATTRIBUTE_READONLY);
-    for (const wchar_t* const path : {L"C:\\Test\\file", L"C:\\Test", L"C:\\Test\\read-only"}) {
-        EXPECT_TRUE(PathExists(path)) << Utf8(path);
+    Write(TestPath(L"file"), "");
+    Write(TestPath(L"read-only"), "");
+    SetFileAttributesW(TestPath(L"read-only").c_str(), FILE_ATTRIBUTE_READONLY);
+    for (const std::wstring& path : {TestPath(L"file"), TestPath(), TestPath(L"read-only")}) {
+        EXPECT_TRUE(PathExists(path.c_str())) << Utf8(path);
     }
-    SetFileAttributesW(L"C:\\Test\\read-only", FILE_ATTRIBUTE_NORMAL);
-    for (const wchar_t* const path : {L"C:\\Test\\other", L"C:\\Test\\file\\below", L"Q:\\file",
-                                      L"C:\\Test\\a?b", L"C:\\no\\file", L""}) {
-        EXPECT_FALSE(PathExists(path)) << Utf8(path);
+    SetFileAttributesW(TestPath(L"read-only").c_str(), FILE_ATTRIBUTE_NORMAL);
+    for (const std::wstring& path :
+         {TestPath(L"other"), TestPath(L"file\\below"), std::wstring(L"Q:\\file"), TestPath(L"a?b"),
+          TestPath(L"no\\file"), std::wstring()}) {
+        EXPECT_FALSE(PathExists(path.c_str())) << Utf8(path);
     }
 #ifndef _WIN32
     for (const char* const target : {"file", "missing", "."}) {
-        const auto link = platform::NativePath(L"C:\\Test\\link");
+        const auto link = platform::NativePath(TestPath(L"link"));
         std::filesystem::remove(link);
         std::filesystem::create_symlink(target, link);
-        EXPECT_EQ(PathExists(L"C:\\Test\\link"), std::filesystem::exists(link)) << target;
+        EXPECT_EQ(PathExists(TestPath(L"link").c_str()), std::filesystem::exists(link)) << target;
     }
 #endif
 }
 
 TEST_F(File, CreatesParentDirectories) {
-    EXPECT_TRUE(CreateDirectories(L"C:\\Test\\a\\b\\c"));
-    EXPECT_TRUE(CreateDirectories(L"C:\\Test\\a\\b\\c"));
-    EXPECT_TRUE(PathExists(L"C:\\Test\\a\\b\\c"));
-    Write(L"C:\\Test\\file", "");
-    EXPECT_FALSE(CreateDirectories(L"C:\\Test\\file"));
-    EXPECT_FALSE(CreateDirectories(L"C:\\Test\\file\\below"));
+    EXPECT_TRUE(CreateDirectories(TestPath(L"a\\b\\c")));
+    EXPECT_TRUE(CreateDirectories(TestPath(L"a\\b\\c")));
+    EXPECT_TRUE(PathExists(TestPath(L"a\\b\\c").c_str()));
+    Write(TestPath(L"file"), "");
+    EXPECT_FALSE(CreateDirectories(TestPath(L"file")));
+    EXPECT_FALSE(CreateDirectories(TestPath(L"file\\below")));
     EXPECT_FALSE(CreateDirectories(L"Q:\\a\\b"));
 }
 
 TEST_F(File, ReadsModulePathsOfAnyLength) {
-    std::wstring directory = L"C:\\Test";
+    std::wstring directory = TestPath();
     while (directory.size() < 300) {
         directory += L"\\" + std::wstring(40, L'd');
     }
     // Paths longer than MAX_PATH need the prefix, which std::filesystem cannot create the top of.
-    MakeDirectory(L"C:\\Test");
+    MakeDirectory(TestPath());
     const std::wstring longPath = L"\\\\?\\" + directory + L"\\KelvaroShellExt.dll";
     Copy(platform::BuiltFile(KELVARO_LIBRARY), longPath);
     const HMODULE module = LoadLibraryW(longPath.c_str());
@@ -172,14 +173,14 @@ TEST(CodePage, RejectsMoreThanTheSystemCanCount) {
 #ifndef _WIN32
 
 TEST_F(File, OpensFilesSharedForReadingWritingAndDeleting) {
-    Write(L"C:\\Test\\file", "abc");
-    std::filesystem::create_symlink("file", platform::NativePath(L"C:\\Test\\link"));
+    Write(TestPath(L"file"), "abc");
+    std::filesystem::create_symlink("file", platform::NativePath(TestPath(L"link")));
     std::vector<DWORD> shares;
     const compat::Watch<&CreateFileW> watch(
         [&shares](LPCWSTR, DWORD, DWORD share, auto...) { shares.push_back(share); });
-    ReadFileBytes(L"C:\\Test\\file");
-    AppendToFile(L"C:\\Test\\file", "d");
-    PathExists(L"C:\\Test\\link");
+    ReadFileBytes(TestPath(L"file").c_str());
+    AppendToFile(TestPath(L"file").c_str(), "d");
+    PathExists(TestPath(L"link").c_str());
     constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     EXPECT_EQ(shares, std::vector<DWORD>(3, kAll));
 }

@@ -24,8 +24,8 @@ class EndToEnd : public DriveTest {
         Copy(platform::BuiltFile(KELVARO_LIBRARY), kLibrary);
         Copy(platform::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\English.ini", kEnglishFile);
         InstallPrompt(kPrompt);
-        InstallPrompt(kTool);
-        CopyShortcut();
+        InstallPrompt(kProgram);
+        WriteShortcut(kShortcut, kProgram);
         SetLocale(L"en-US");
         EXPECT_EQ(rightclick::CallRegistration(kLibrary, "DllRegisterServer"), S_OK);
     }
@@ -48,15 +48,23 @@ class EndToEnd : public DriveTest {
 };
 
 TEST_F(EndToEnd, LocksAndUnlocksAProgram) {
-    EXPECT_EQ(RightClick(kTool, true), "Lock with Vorandel Kelvaro");
-    EXPECT_EQ(WaitForPrompt(1).commandLine,
-              "\"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe\" --auth-only --startup-gate "
-              "--shell-toggle \"C:\\Apps\\Tool.exe\"");
-    EXPECT_EQ(RightClick(kTool), "Unlock with Vorandel Kelvaro");
+    EXPECT_EQ(RightClick(kProgram, true), "Lock with Vorandel Kelvaro");
+    EXPECT_EQ(WaitForPrompt(1).commandLine, '"' + Utf8(kPrompt) +
+                                                "\" --auth-only --startup-gate --shell-toggle \"" +
+                                                Utf8(kProgram) + '"');
+    EXPECT_EQ(RightClick(kProgram), "Unlock with Vorandel Kelvaro");
     EXPECT_EQ(RightClick(kShortcut, true), "Unlock with Vorandel Kelvaro");
-    EXPECT_TRUE(WaitForPrompt(2).commandLine.ends_with("\"C:\\Test\\Tool.lnk\""));
-    EXPECT_EQ(RightClick(kTool), "Lock with Vorandel Kelvaro");
+    EXPECT_TRUE(WaitForPrompt(2).commandLine.ends_with('"' + Utf8(kShortcut) + '"'));
+    EXPECT_EQ(RightClick(kProgram), "Lock with Vorandel Kelvaro");
     EXPECT_EQ(Messages()[4], "CreateProcess started (non-blocking)");
+}
+
+TEST_F(EndToEnd, SaysThatThePromptIsMissing) {
+    std::filesystem::remove(platform::NativePath(kPrompt));
+    RightClick(kProgram, true);
+    EXPECT_EQ(boxes_.shown, std::vector<std::string>{
+                                "Vorandel Kelvaro: KelvaroAuthPrompt.exe could not be found. "
+                                "Please reinstall the application."});
 }
 
 // An object of the registered library with the menu that it has extended.
@@ -88,14 +96,14 @@ TEST_F(EndToEnd, ASecondObjectOnAnotherThreadIsInvokedByName) {
     const rightclick::Library library(kLibrary);
     const auto canUnload = library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow");
     {
-        ExtendedMenu shown(library, kTool);
+        ExtendedMenu shown(library, kProgram);
         wchar_t verb[64] = {};
         auto* const bytes = reinterpret_cast<LPSTR>(verb);
         EXPECT_EQ(shown.Handler().GetCommandString(0, GCS_VERBW, nullptr, bytes, 64), S_OK);
         RunOnSmallStack([&] {
             CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
             {
-                ExtendedMenu clicked(library, kTool);
+                ExtendedMenu clicked(library, kProgram);
                 CMINVOKECOMMANDINFOEX request = {};
                 request.cbSize = sizeof request;
                 request.fMask = CMIC_MASK_UNICODE;
@@ -112,7 +120,7 @@ TEST_F(EndToEnd, ASecondObjectOnAnotherThreadIsInvokedByName) {
     }
     EXPECT_EQ(canUnload(), S_OK);
 
-    EXPECT_TRUE(WaitForPrompt(1).commandLine.ends_with("\"C:\\Apps\\Tool.exe\""));
+    EXPECT_TRUE(WaitForPrompt(1).commandLine.ends_with('"' + Utf8(kProgram) + '"'));
     EXPECT_EQ(Messages().size(), 7U) << "two menus, and three lines of the invocation";
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+#include "common/module_path.h"
 #include "common/owners.h"
 #include "rightclick/drop_list.h"
 #include "rightclick/library.h"
@@ -20,12 +21,11 @@ extern "C" std::uintptr_t __stack_chk_guard;
 namespace kelvaro {
 namespace {
 
-UINT g_excess = 0;
-
-// Stands in for DragQueryFileW. Writes `g_excess` characters more than the buffer holds.
+// Stands in for DragQueryFileW. Writes `Excess` characters more than the buffer holds.
+template <UINT Excess>
 UINT WINAPI OverrunBuffer(HDROP, UINT, LPWSTR buffer, UINT capacity) {
     if (buffer != nullptr) {
-        std::fill_n(buffer, capacity + g_excess, L'x');
+        std::fill_n(buffer, capacity + Excess, L'x');
         buffer[capacity - 1] = L'\0';
     }
     return 1;
@@ -36,10 +36,9 @@ BOOL WINAPI ThrowException(HANDLE) {
     throw 1;
 }
 
-class FailFastDeathTest : public DriveTest {
+class FailFast : public DriveTest {
   public:
-    FailFastDeathTest() {
-        testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    FailFast() {
         Copy(platform::BuiltFile(KELVARO_LIBRARY), kLibrary);
         WriteApplicationFiles();
     }
@@ -59,18 +58,32 @@ class FailFastDeathTest : public DriveTest {
     }
 };
 
-constexpr auto kFailFast = static_cast<int>(STATUS_STACK_BUFFER_OVERRUN);
-
-TEST_F(FailFastDeathTest, StackProtectorEndsTheProcessAfterAnOverrun) {
-    auto* const overrun = reinterpret_cast<void*>(&OverrunBuffer);
-    EXPECT_EQ(InitializeWith("DragQueryFileW", overrun), E_INVALIDARG) << "a full buffer is fine";
-    g_excess = 64;
-    EXPECT_EXIT(InitializeWith("DragQueryFileW", overrun), testing::ExitedWithCode(kFailFast), "");
+// Expects that a disabled test of this program fails fast. GoogleTest's own death tests cannot
+// start a program in a directory whose name the system's code page does not have.
+void ExpectFailFast(const std::wstring& test) {
+    EXPECT_EQ(platform::RunToEnd(
+                  L'"' + ReadModulePath(nullptr).path +
+                  L"\" --gtest_also_run_disabled_tests --gtest_filter=FailFast.DISABLED_" + test),
+              DWORD{STATUS_STACK_BUFFER_OVERRUN});
 }
 
-TEST_F(FailFastDeathTest, TerminateHandlerEndsTheProcessWithADump) {
-    EXPECT_EXIT(InitializeWith("CloseHandle", reinterpret_cast<void*>(&ThrowException)),
-                testing::ExitedWithCode(kFailFast), "");
+TEST_F(FailFast, StackProtectorEndsTheProcessAfterAnOverrun) {
+    EXPECT_EQ(InitializeWith("DragQueryFileW", reinterpret_cast<void*>(&OverrunBuffer<0>)),
+              E_INVALIDARG)
+        << "a full buffer is fine";
+    ExpectFailFast(L"Overrun");
+}
+
+TEST_F(FailFast, DISABLED_Overrun) {
+    InitializeWith("DragQueryFileW", reinterpret_cast<void*>(&OverrunBuffer<64>));
+}
+
+TEST_F(FailFast, TerminateHandlerEndsTheProcessWithADump) {
+    ExpectFailFast(L"Exception");
+}
+
+TEST_F(FailFast, DISABLED_Exception) {
+    InitializeWith("CloseHandle", reinterpret_cast<void*>(&ThrowException));
 }
 
 TEST(StackProtector, GuardIsRandomWithALowZeroByte) {

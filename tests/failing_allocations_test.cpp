@@ -9,7 +9,6 @@
 #include "support/every_entry_point.h"
 #include "support/extension.h"
 #include "support/fixture.h"
-#include "support/message_boxes.h"
 #include "testing/counted_calls.h"
 
 // Refuses allocations of the library only, not those of the test or the compatibility layer.
@@ -90,7 +89,6 @@ class FailingAllocations : public DriveTest {
         std::printf("%s: refused each of %zu allocations, alone and with all later ones\n", prompt,
                     all);
     }
-    MessageBoxes boxes_;
 };
 
 TEST_F(FailingAllocations, RightClickSurvivesIfThePromptStarts) {
@@ -131,7 +129,7 @@ TEST_F(FailingAllocations, ChangeNothingOutsideTheLibrary) {
 }
 
 TEST_F(FailingAllocations, RightClickSurvivesIfThePromptIsMissing) {
-    DeleteFileW(kPrompt);
+    DeleteFileW(kPrompt.c_str());
     RefuseEach("prompt missing");
 }
 

@@ -11,7 +11,6 @@
 #include "support/every_entry_point.h"
 #include "support/extension.h"
 #include "support/fixture.h"
-#include "support/message_boxes.h"
 #include "testing/failing_calls.h"
 
 namespace kelvaro {
@@ -26,7 +25,6 @@ class FailingCalls : public DriveTest {
         InstallLibrary();
         WriteApplicationFiles();
     }
-    MessageBoxes boxes_;
 };
 
 // Makes every call of the library with those platform calls failing whose numbers are given.
@@ -141,7 +139,7 @@ TEST_F(FailingCalls, RegistrationFailsWithoutModulePathOrClsid) {
 
 TEST_F(FailingCalls, AnotherProcessMayCreateADirectoryFirst) {
     const FailingCall failing("CreateDirectoryW", ERROR_ALREADY_EXISTS);
-    EXPECT_TRUE(CreateDirectories(L"C:\\Test\\new"));
+    EXPECT_TRUE(CreateDirectories(TestPath(L"new")));
 }
 
 TEST_F(FailingCalls, ExplainDoesNotTakeAFailureForAMissingRuleFile) {

@@ -2,7 +2,6 @@
 
 #include "rules/lock_lookup.h"
 #include "support/fixture.h"
-#include "support/message_boxes.h"
 #include "support/prompt.h"
 
 #ifndef _WIN32
@@ -28,35 +27,32 @@ class Launch : public DriveTest {
         SetLocale(L"en-US");
     }
     static std::string Started(const std::string& name) {
-        return "CreateProcess: \"C:\\Program Files\\Kelvaro\\" + name +
+        return "CreateProcess: \"" + Utf8(kApplication) + "\\" + name +
                "\" --auth-only --startup-gate --shell-toggle \"C:\\Apps\\Tool.exe\"";
     }
-    MessageBoxes boxes_;
 };
 
 TEST_F(Launch, StartsTheFirstProgramThatExists) {
     int calls = 0;
     for (const std::string name : {"Kelvaro_UI.exe", "Kelvaro.exe", "KelvaroAuthPrompt.exe"}) {
-        InstallPrompt(kApplication + (L"\\" + std::wstring(name.begin(), name.end())));
+        InstallPrompt(kApplication + L"\\" + std::wstring(name.begin(), name.end()));
         DeleteFileW(kLog);
         LaunchToggle(kTool, nullptr);
         EXPECT_EQ(Messages(), (Strings{Started(name), "CreateProcess started (non-blocking)"}));
         const auto call = WaitForPrompt(++calls);
         EXPECT_EQ("CreateProcess: " + call.commandLine, Started(name));
-        EXPECT_EQ(call.directory, "C:\\Program Files\\Kelvaro");
+        EXPECT_EQ(call.directory, Utf8(kApplication));
     }
     EXPECT_EQ(boxes_.shown, Strings());
 }
 
 TEST_F(Launch, ReportsThatNoProgramExists) {
     LaunchToggle(L"", nullptr);
-    const Strings logged = {
-        "Launch failed: KelvaroAuthPrompt/Kelvaro not found in C:\\Program Files\\Kelvaro"};
+    const Strings logged = {"Launch failed: KelvaroAuthPrompt/Kelvaro not found in " +
+                            Utf8(kApplication)};
     EXPECT_EQ(Messages(), logged);
-    if (MessageBoxes::kCanSee) {
-        EXPECT_EQ(boxes_.shown, Strings{"Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe."});
-        EXPECT_EQ(boxes_.logged, logged) << "the log comes first: the box blocks";
-    }
+    EXPECT_EQ(boxes_.shown, Strings{"Vorandel Kelvaro: Cannot find KelvaroAuthPrompt.exe."});
+    EXPECT_EQ(boxes_.logged, logged) << "the log comes first: the box blocks";
 }
 
 // The next program is not tried: it could ask for another authorisation.
@@ -64,15 +60,13 @@ TEST_F(Launch, ReportsThatTheProgramDoesNotStart) {
     Write(kEnglishFile,
           "[Product]\nProduct short Name=Kel\n[ShellExt]\nmsg.launch_failed=No {product}\n");
     MakeDirectory(kPrompt);
-    InstallPrompt(L"C:\\Program Files\\Kelvaro\\Kelvaro.exe");
+    InstallPrompt(kApplication + L"\\Kelvaro.exe");
     LaunchToggle(kTool, nullptr);
     EXPECT_EQ(Messages(),
               (Strings{Started("KelvaroAuthPrompt.exe"), "CreateProcess failed gle=5"}));
-    if (MessageBoxes::kCanSee) {
-        EXPECT_EQ(boxes_.shown, (Strings{"Kel: No {product}"}));
-        EXPECT_EQ(boxes_.logged, (Strings{"CreateProcess failed gle=5"}));
-    }
-    RemoveDirectoryW(kPrompt);
+    EXPECT_EQ(boxes_.shown, (Strings{"Kel: No {product}"}));
+    EXPECT_EQ(boxes_.logged, (Strings{"CreateProcess failed gle=5"}));
+    RemoveDirectoryW(kPrompt.c_str());
     Write(kPrompt, "no program");
     LaunchToggle(kTool, nullptr);
     EXPECT_EQ(Messages().back(), "CreateProcess failed gle=193");
@@ -104,7 +98,7 @@ TEST_F(Launch, StartsThePromptHiddenAndWithoutTheHostsHandles) {
             EXPECT_FALSE(inherit);
             EXPECT_EQ(flags, CREATE_NO_WINDOW);
             EXPECT_EQ(environment, nullptr) << "the prompt needs the host's environment";
-            EXPECT_STREQ(directory, kApplication);
+            EXPECT_EQ(directory, kApplication);
             EXPECT_EQ(startup->cb, sizeof *startup);
             EXPECT_EQ(startup->dwFlags, STARTF_USESHOWWINDOW);
             EXPECT_EQ(startup->wShowWindow, SW_HIDE);

@@ -56,7 +56,7 @@ TEST_F(Log, CreatesTheDirectoryWheneverItIsMissing) {
         WriteLog(L"");
         EXPECT_EQ(Messages(), (Strings{"first", ""}));
         EXPECT_EQ(Read(kLog)[0], '[') << "no byte-order mark";
-        std::filesystem::remove_all(platform::NativePath(L"C:\\ProgramData\\Vorandel"));
+        std::filesystem::remove_all(platform::NativePath(L"C:\\ProgramData\\Vorandel\\Kelvaro"));
     }
 }
 

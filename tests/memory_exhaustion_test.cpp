@@ -65,59 +65,6 @@ struct Allocators {
     ScopedImport imports[3];
 };
 
-// Replaces the allocators of the DLL when it has been mapped, before its start-up code runs, until
-// the end of the scope.
-class AllocatorsAtLoad {
-  public:
-    AllocatorsAtLoad() {
-        const auto add =
-            Function<LONG(WINAPI*)(ULONG, Callback*, void*, void**)>("LdrRegisterDllNotification");
-        EXPECT_EQ(add(0, &Loaded, this, &cookie_), 0);
-    }
-    ~AllocatorsAtLoad() { Function<LONG(WINAPI*)(void*)>("LdrUnregisterDllNotification")(cookie_); }
-    AllocatorsAtLoad(const AllocatorsAtLoad&) = delete;
-    AllocatorsAtLoad& operator=(const AllocatorsAtLoad&) = delete;
-
-  private:
-    struct UnicodeString {
-        USHORT length;  // in bytes
-        USHORT capacity;
-        const wchar_t* text;
-    };
-    struct Notification {
-        ULONG flags;
-        const UnicodeString* path;
-        const UnicodeString* name;
-        HMODULE module;
-        ULONG size;
-    };
-    using Callback = void CALLBACK(ULONG, const Notification*, void*);
-
-    // No header declares these functions of ntdll.dll.
-    template <class Pointer>
-    static Pointer Function(const char* name) {
-        return reinterpret_cast<Pointer>(
-            reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), name)));
-    }
-
-    static void CALLBACK Loaded(ULONG reason, const Notification* notification, void* self) {
-        constexpr ULONG kLoaded = 1;
-        const std::wstring_view name(notification->name->text,
-                                     notification->name->length / sizeof(wchar_t));
-        auto& allocators = static_cast<AllocatorsAtLoad*>(self)->allocators_;
-        if (name == L"KelvaroShellExt.dll") {
-            // Must not write to an import table that no longer exists.
-            allocators.reset();
-            if (reason == kLoaded) {
-                allocators.emplace(notification->module);
-            }
-        }
-    }
-
-    std::optional<Allocators> allocators_;
-    void* cookie_ = nullptr;
-};
-
 // Which call into the DLL gets no memory, and how many allocations it is granted.
 size_t g_calls = 0;
 size_t g_starved = SIZE_MAX;
@@ -130,11 +77,6 @@ void StarveOneCall(bool inside) {
     } else if (!inside) {
         g_wasRefused = StopRefusing() || g_wasRefused;
     }
-}
-
-// Stands in for MessageBoxW.
-int WINAPI CloseBox(HWND, LPCWSTR, LPCWSTR, UINT) {
-    return IDOK;
 }
 
 // Stands in for CreateProcessW. Starts nothing.
@@ -182,10 +124,8 @@ TEST_F(MemoryExhaustion, EveryEntryPointReportsItAndWorksAgain) {
     const rightclick::Library library(kLibrary);
     ASSERT_TRUE(library.IsLoaded());
     const Allocators allocators(library.Handle());
-    ScopedImport messageBox(library.Handle(), "MessageBoxW");
-    messageBox.Replace(reinterpret_cast<void*>(&CloseBox));
     StarveEachCall(library, "the prompt cannot be started");
-    DeleteFileW(kPrompt);
+    DeleteFileW(kPrompt.c_str());
     StarveEachCall(library, "the prompt is missing");
     Write(kPrompt, "");
     ScopedImport createProcess(library.Handle(), "CreateProcessW");
@@ -220,7 +160,14 @@ TEST_F(MemoryExhaustion, ManyThreadsThrowAtOnce) {
 }
 
 TEST_F(MemoryExhaustion, TheLibraryLoadsOrIsRefusedAndThenWorks) {
-    const AllocatorsAtLoad allocators;
+    std::optional<Allocators> allocators;
+    const LibraryLoads loads([&allocators](HMODULE module) {
+        // Must not write to an import table that no longer exists.
+        allocators.reset();
+        if (module != nullptr) {
+            allocators.emplace(module);
+        }
+    });
     bool refused = true;
     size_t granted = 0;
     for (; refused; ++granted) {

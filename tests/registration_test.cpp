@@ -54,13 +54,13 @@ std::vector<std::string> EntriesFor(const std::wstring& library) {
 using Registration = DriveTest;
 
 TEST_F(Registration, WritesToTheUsersClassesAndReplacesAnEarlierRegistration) {
-    const std::wstring library = InstallLibrary(L"C:\\Test\\Old");
+    const std::wstring library = InstallLibrary(TestPath(L"Old"));
     for (int calls = 0; calls < 2; ++calls) {
         EXPECT_EQ(DllRegisterServer(), S_OK);
         EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), EntriesFor(library));
         EXPECT_EQ(Entries(HKEY_LOCAL_MACHINE, kClasses), kNone);
     }
-    const std::wstring moved = L"C:\\Test\\New\\KelvaroShellExt.dll";
+    const std::wstring moved = TestPath(L"New\\KelvaroShellExt.dll");
     Copy(library, moved);
     EXPECT_EQ(rightclick::CallRegistration(moved, "DllRegisterServer"), S_OK);
     EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), EntriesFor(moved));
@@ -69,17 +69,21 @@ TEST_F(Registration, WritesToTheUsersClassesAndReplacesAnEarlierRegistration) {
 TEST_F(Registration, UnregistrationRemovesOnlyItsOwnKeys) {
     EXPECT_EQ(DllUnregisterServer(), S_OK) << "nothing is registered";
     const std::wstring library = InstallLibrary();
-    const std::wstring handlers = L"Software\\Classes\\exefile\\shellex\\ContextMenuHandlers";
-    EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, handlers + L"\\Other", L"", L"{x}"), S_OK);
-    const std::wstring parent = L"Software\\Classes\\lnkfile\\shellex\\ContextMenuHandlers";
-    EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, parent, L"", L"{y}"), S_OK);
-    EXPECT_EQ(RegisterUnderRoot(HKEY_CLASSES_ROOT, L"", kClsidText, library), S_OK);
+    const std::wstring others[] = {
+        L"Software\\Classes\\exefile\\shellex\\ContextMenuHandlers\\KelvaroTest",
+        L"Software\\Classes\\lnkfile\\shellex\\ContextMenuHandlers\\KelvaroTest"};
+    for (const std::wstring& other : others) {
+        EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, other, L"", L"{x}"), S_OK);
+    }
+    // On Windows only an administrator may write there.
+    RegisterUnderRoot(HKEY_CLASSES_ROOT, L"", kClsidText, library);
     EXPECT_EQ(DllRegisterServer(), S_OK);
     EXPECT_EQ(DllUnregisterServer(), S_OK);
     EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), kNone);
     EXPECT_EQ(Entries(HKEY_CLASSES_ROOT, L""), kNone);
-    EXPECT_EQ(Value(HKEY_CURRENT_USER, handlers + L"\\Other"), "{x}");
-    EXPECT_EQ(Value(HKEY_CURRENT_USER, parent), "{y}");
+    for (const std::wstring& other : others) {
+        EXPECT_EQ(Value(HKEY_CURRENT_USER, other), "{x}");
+    }
 }
 
 TEST_F(Registration, FailsWithoutTheModulePath) {
@@ -89,11 +93,11 @@ TEST_F(Registration, FailsWithoutTheModulePath) {
 }
 
 TEST_F(Registration, WritesNamedAndDefaultValues) {
-    const std::wstring key = L"Software\\Vorandel\\T";
+    const std::wstring key = L"Software\\Vorandel\\Kelvaro\\T";
     EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, key, L"n\"a\\me", L"d\"\\"), S_OK);
     EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, key, L"", L""), S_OK);
     EXPECT_EQ(Value(HKEY_CURRENT_USER, key, L"N\"A\\ME"), "d\"\\");
-    EXPECT_EQ(Value(HKEY_CURRENT_USER, L"software\\VORANDEL\\t"), "");
+    EXPECT_EQ(Value(HKEY_CURRENT_USER, L"software\\VORANDEL\\kelvaro\\t"), "");
     EXPECT_EQ(WriteRegistryString(reinterpret_cast<HKEY>(uintptr_t{0x10}), L"a", L"", L""),
               HRESULT_FROM_WIN32(ERROR_INVALID_HANDLE));
 }

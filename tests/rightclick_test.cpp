@@ -172,10 +172,11 @@ TEST_F(DriveTest, ReportShowsTheTargetAndTheLock) {
                  "control_panel.lnk is not a readable shortcut, or it does not lead to a file\n");
     Outcome offered;
     offered.item = Item{L"Lock", L"verb", L"Help"};
-    EXPECT_PRED2(Contains, text(L"C:\\Test\\missing.lnk", false, offered),
+    EXPECT_PRED2(Contains, text(TestPath(L"missing.lnk"), false, offered),
                  "missing.lnk does not exist; the item is the one for an unlocked program");
-    Write(kTool, "MZ");
-    EXPECT_PRED2(Contains, text(shortcut, false), "Tool.exe\n  locked  no\n");
+    Write(kProgram, "MZ");
+    WriteShortcut(kShortcut, kProgram);
+    EXPECT_PRED2(Contains, text(kShortcut, false), "Tool.exe\n  locked  no\n");
     Surroundings surroundings;
     surroundings.target = ReadTarget(shortcut);
     EXPECT_PRED2(Contains, ReportAsJson(Selecting({shortcut}), {}, surroundings),
@@ -187,9 +188,9 @@ TEST_F(DriveTest, ReportShowsTheTargetAndTheLock) {
 }
 
 TEST_F(DriveTest, NotesTellWhichFilesExplorerDoesNotShow) {
-    MakeDirectory(L"C:\\dir.exe");
-    Write(kTool, "MZ");
-    EXPECT_EQ(NotesOnFiles({kTool, L"C:\\dir.exe", L"C:\\none.exe"}),
+    MakeDirectory(TestPath(L"dir.exe"));
+    Write(kProgram, "MZ");
+    EXPECT_EQ(NotesOnFiles({kProgram, TestPath(L"dir.exe"), L"C:\\none.exe"}),
               (std::vector<std::string>{
                   "dir.exe is a folder; Explorer never loads the extension for folders",
                   "none.exe does not exist; Explorer could not have shown it"}));

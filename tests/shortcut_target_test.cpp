@@ -10,10 +10,10 @@ using namespace std::string_literals;
 using Shortcut = DriveTest;
 
 TEST_F(Shortcut, AProgramIsItsOwnTarget) {
-    MakeDirectory(L"C:\\Test\\folder.exe");
-    for (const wchar_t* const path :
-         {L"D:\\Games\\Run.Exe", L"run.exe", L".EXE", L"C:\\\u5DE5\u5177.exe", L" a.exe",
-          L"C:\\Test\\folder.exe"}) {
+    MakeDirectory(TestPath(L"folder.exe"));
+    for (const std::wstring& path :
+         std::vector<std::wstring>{L"D:\\Games\\Run.Exe", L"run.exe", L".EXE", L" a.exe",
+                                   L"C:\\\u5DE5\u5177.exe", TestPath(L"folder.exe")}) {
         EXPECT_EQ(ResolveShortcutTarget(path), path);
     }
     for (const wchar_t* const path :
@@ -21,25 +21,6 @@ TEST_F(Shortcut, AProgramIsItsOwnTarget) {
           L"C:\\Toolexe", L"C:\\Tool.com", L"C:\\Tool.exe "}) {
         EXPECT_EQ(ResolveShortcutTarget(path), L"") << Utf8(path);
     }
-}
-
-// Returns a shortcut that stores only the path `target`.
-std::string LinkTo(const std::string& target) {
-    std::string link = "\x4C\0\0\0\x01\x14\x02\0\0\0\0\0\xC0\0\0\0\0\0\0\x46\x02"s;  // has a path
-    link.resize(0x4C);
-    const auto append = [&link](size_t number) {
-        link.append({static_cast<char>(number), static_cast<char>(number >> 8), '\0', '\0'});
-    };
-    constexpr size_t kHeader = 0x1C;
-    constexpr size_t kPath = kHeader + 0x11;
-    const size_t end = kPath + target.size() + 1;
-    for (const size_t number : {end + 1, kHeader, size_t{1}, kHeader, kPath, size_t{0}, end}) {
-        append(number);
-    }
-    for (const unsigned number : {0x11U, 3U, 0U, 0x10U}) {  // the volume
-        append(number);
-    }
-    return link + '\0' + target + "\0\0"s;
 }
 
 TEST_F(Shortcut, OnlyWholeTargetsThatEndInExeCount) {
@@ -58,28 +39,21 @@ TEST_F(Shortcut, OnlyWholeTargetsThatEndInExeCount) {
                  {longest + ".bak", longest},  // cut to 259 characters
                  {"C:\\n" + longest.substr(3), ""}};
     for (const auto& [stored, target] : cases) {
-        Write(kShortcut, LinkTo(stored));
+        WriteShortcut(kShortcut, {stored.begin(), stored.end()});
         EXPECT_EQ(Utf8(ResolveShortcutTarget(kShortcut)), target) << stored;
     }
 }
 
-#ifdef _WIN32
-// Wine ignores the environment-variable block, and reads the 8-bit path instead of the item list.
-constexpr wchar_t kEnvironmentTarget[] = L"C:\\windows\\notepad.exe";
-constexpr wchar_t kChineseTarget[] = L"C:\\Apps\\??.exe";
-#else
-constexpr wchar_t kEnvironmentTarget[] = L"%windir%\\notepad.exe";
-constexpr wchar_t kChineseTarget[] = L"C:\\Apps\\\u5DE5\u5177.exe";
-#endif
-
 TEST_F(Shortcut, ReturnsStoredTargetsThatArePrograms) {
+    const bool variables = platform::LinksKeep(L"%windir%\\Tool.exe");
+    const bool unicode = platform::LinksKeep(L"C:\\Apps\\\u5DE5.exe");
     const struct {
         const wchar_t *name, *target;
     } cases[] = {
         {L"tool.lnk", kTool},
         {L"arguments.lnk", kTool},
-        {L"environment.lnk", kEnvironmentTarget},
-        {L"chinese.lnk", kChineseTarget},
+        {L"environment.lnk", variables ? L"%windir%\\notepad.exe" : L"C:\\windows\\notepad.exe"},
+        {L"chinese.lnk", unicode ? L"C:\\Apps\\\u5DE5\u5177.exe" : L"C:\\Apps\\??.exe"},
         {L"folder.lnk", L""},
         {L"document.lnk", L""},
         {L"backup.lnk", L""},
@@ -92,11 +66,11 @@ TEST_F(Shortcut, ReturnsStoredTargetsThatArePrograms) {
 
 TEST_F(Shortcut, DamagedFilesHaveNoTarget) {
     const std::string good = Read(SavedShortcut(L"tool.lnk"));
-    Write(L"C:\\Test\\good.LNK", good);
-    EXPECT_EQ(ResolveShortcutTarget(L"C:\\Test\\good.LNK"), kTool);
-    EXPECT_EQ(ResolveShortcutTarget(L"C:\\Test\\missing.lnk"), L"");
-    MakeDirectory(L"C:\\Test\\directory.lnk");
-    EXPECT_EQ(ResolveShortcutTarget(L"C:\\Test\\directory.lnk"), L"");
+    Write(TestPath(L"good.LNK"), good);
+    EXPECT_EQ(ResolveShortcutTarget(TestPath(L"good.LNK")), kTool);
+    EXPECT_EQ(ResolveShortcutTarget(TestPath(L"missing.lnk")), L"");
+    MakeDirectory(TestPath(L"directory.lnk"));
+    EXPECT_EQ(ResolveShortcutTarget(TestPath(L"directory.lnk")), L"");
     std::string wrongClass = good;
     wrongClass[4] = '\x02';
     std::string wrongSize = good;
@@ -104,8 +78,8 @@ TEST_F(Shortcut, DamagedFilesHaveNoTarget) {
     for (const std::string& bytes :
          {std::string(), std::string("text"), good.substr(0, 70), good.substr(0, 100), wrongClass,
           wrongSize, std::string(1 << 20, 'L')}) {
-        Write(L"C:\\Test\\bad.lnk", bytes);
-        EXPECT_EQ(Utf8(ResolveShortcutTarget(L"C:\\Test\\bad.lnk")), "") << bytes.size();
+        Write(TestPath(L"bad.lnk"), bytes);
+        EXPECT_EQ(Utf8(ResolveShortcutTarget(TestPath(L"bad.lnk"))), "") << bytes.size();
     }
 }
 

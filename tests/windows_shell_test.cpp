@@ -9,6 +9,7 @@
 #include "common/path.h"
 #include "registration/registration.h"
 #include "rightclick/library.h"
+#include "rightclick/popup_menu.h"
 #include "rightclick/right_click.h"
 #include "server/clsid.h"
 #include "support/fixture.h"
@@ -19,48 +20,18 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-// Runs a command line and returns its exit code, or the error if it does not start.
-DWORD RunToEnd(std::wstring commandLine) {
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &process)) {
-        return GetLastError();
-    }
-    const ScopedHandle processHandle(process.hProcess);
-    const ScopedHandle threadHandle(process.hThread);
-    WaitForSingleObject(process.hProcess, INFINITE);
-    DWORD code = 0;
-    GetExitCodeProcess(process.hProcess, &code);
-    return code;
-}
-
-// Creates a shortcut to a path or to a shell item with the shell's own link object.
-void MakeShortcut(const std::wstring& file, const wchar_t* target, LPCITEMIDLIST item = nullptr) {
-    ComPtr<IShellLinkW> link;
-    ComPtr<IPersistFile> saver;
-    ASSERT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                               link.Put()),
-              S_OK);
-    ASSERT_GE(item == nullptr ? link->SetPath(target) : link->SetIDList(item), S_OK);
-    ASSERT_EQ(link->QueryInterface(IID_IPersistFile, saver.Put()), S_OK);
-    ASSERT_EQ(saver->Save(file.c_str(), TRUE), S_OK);
-}
-
 class WindowsShell : public DriveTest {
   public:
     explicit WindowsShell(const std::wstring& directory = kApplication)
         : library_(JoinPath(directory, L"KelvaroShellExt.dll")) {
-        MakeDirectory(L"C:\\Test");
         Copy(platform::BuiltFile(KELVARO_LIBRARY), library_);
         InstallPrompt(JoinPath(directory, L"KelvaroAuthPrompt.exe"));
-        InstallPrompt(kTool);
+        InstallPrompt(kProgram);
         SetLocale(L"en-US");
     }
 
     DWORD RegSvr32(const std::wstring& switches) const {
-        return RunToEnd(L"regsvr32 " + switches + L" \"" + library_ + L"\"");
+        return platform::RunToEnd(L"regsvr32 " + switches + L" \"" + library_ + L"\"");
     }
 
     // Right-clicks as registered, with the shell's own data object. Returns the first message.
@@ -95,62 +66,116 @@ TEST_F(WindowsShell, RegistersAndUnregistersWithRegsvr32) {
 
 TEST_F(WindowsShell, HandlesTheShellsDataObjectsAndShortcuts) {
     ASSERT_EQ(RegSvr32(L"/s"), 0U);
-    EXPECT_EQ(RightClick(kTool, true),
-              "Initialize ok selected=C:\\Apps\\Tool.exe target=C:\\Apps\\Tool.exe locked=0");
-    EXPECT_TRUE(WaitForPrompt(1).commandLine.ends_with("\"C:\\Apps\\Tool.exe\""));
-    MakeShortcut(L"C:\\Test\\Tool.lnk", kTool);
-    EXPECT_EQ(RightClick(L"C:\\Test\\Tool.lnk", true),
-              "Initialize ok selected=C:\\Test\\Tool.lnk target=C:\\Apps\\Tool.exe locked=1");
-    EXPECT_TRUE(WaitForPrompt(2).commandLine.ends_with("\"C:\\Test\\Tool.lnk\""));
+    const std::string program = Utf8(kProgram);
+    EXPECT_EQ(RightClick(kProgram, true),
+              "Initialize ok selected=" + program + " target=" + program + " locked=0");
+    EXPECT_TRUE(WaitForPrompt(1).commandLine.ends_with('"' + program + '"'));
+    platform::MakeShortcut(kShortcut, kProgram.c_str());
+    EXPECT_EQ(RightClick(kShortcut, true),
+              "Initialize ok selected=" + Utf8(kShortcut) + " target=" + program + " locked=1");
+    EXPECT_TRUE(WaitForPrompt(2).commandLine.ends_with('"' + Utf8(kShortcut) + '"'));
 
-    MakeShortcut(L"C:\\Test\\Folder.lnk", L"C:\\Apps");
-    EXPECT_EQ(RightClick(L"C:\\Test\\Folder.lnk"),
-              "Initialize resolve target failed: C:\\Test\\Folder.lnk");
+    platform::MakeShortcut(kShortcut, TestPath().c_str());
+    const std::string noTarget = "Initialize resolve target failed: " + Utf8(kShortcut);
+    EXPECT_EQ(RightClick(kShortcut), noTarget);
     LPITEMIDLIST controls = nullptr;
     ASSERT_EQ(SHGetSpecialFolderLocation(nullptr, CSIDL_CONTROLS, &controls), S_OK);
-    MakeShortcut(L"C:\\Test\\Controls.lnk", nullptr, controls);
+    platform::MakeShortcut(kShortcut, nullptr, controls);
     CoTaskMemFree(controls);
-    EXPECT_EQ(RightClick(L"C:\\Test\\Controls.lnk"),
-              "Initialize resolve target failed: C:\\Test\\Controls.lnk");
+    EXPECT_EQ(RightClick(kShortcut), noTarget);
 
     // Wine's link object prefixes such a target with the current directory. The variable must not
     // be expanded.
-    MakeShortcut(L"C:\\Test\\Variable.lnk", L"%windir%\\notepad.exe");
-    const std::string message = RightClick(L"C:\\Test\\Variable.lnk");
+    platform::MakeShortcut(kShortcut, L"%windir%\\notepad.exe");
+    const std::string message = RightClick(kShortcut);
     EXPECT_TRUE(message.ends_with("%windir%\\notepad.exe locked=0")) << message;
     EXPECT_EQ(RegSvr32(L"/s /u"), 0U);
 }
 
-// Before Wine's shell opens a file, it calls the machine's handlers whose key is named by their
-// class identifier. It requests the default item only, so the extension adds none.
-TEST_F(WindowsShell, TheShellItselfLoadsTheLibrary) {
+// Returns the texts of the menu that the shell builds for a file: with the handlers of the class
+// `progId`, or, if it is null, with those that the shell finds by itself.
+std::wstring ShellMenuTexts(const std::wstring& file, const wchar_t* progId) {
+    LPITEMIDLIST item = nullptr;
+    ComPtr<IShellFolder> folder;
+    LPCITEMIDLIST child = nullptr;
+    ComPtr<IContextMenu> menu;
+    EXPECT_EQ(SHParseDisplayName(file.c_str(), nullptr, &item, 0, nullptr), S_OK);
+    EXPECT_EQ(SHBindToParent(item, IID_IShellFolder, folder.Put(), &child), S_OK);
+    if (progId == nullptr) {
+        EXPECT_EQ(folder->GetUIObjectOf(nullptr, 1, &child, IID_IContextMenu, nullptr, menu.Put()),
+                  S_OK);
+    } else {
+        ScopedKey key;
+        RegOpenKeyExW(HKEY_CLASSES_ROOT, progId, 0, KEY_READ, key.Put());
+        const HKEY keys[] = {key.Get()};
+        const DEFCONTEXTMENU request = {nullptr, nullptr, nullptr, folder.Get(), 1,
+                                        &child,  nullptr, 1,       keys};
+        EXPECT_EQ(SHCreateDefaultContextMenu(&request, IID_IContextMenu, menu.Put()), S_OK);
+    }
+    CoTaskMemFree(item);
+    const rightclick::PopupMenu popup;
+    EXPECT_GE(menu->QueryContextMenu(popup.Handle(), 0, 1, 0x7FFF, CMF_NORMAL), 0);
+    std::wstring texts;
+    for (int at = 0; at < popup.Count(); ++at) {
+        texts += popup.Text(static_cast<UINT>(at)) + L'\n';
+    }
+    return texts;
+}
+
+TEST_F(WindowsShell, MenusOfTheShellHaveTheItem) {
+    if (!platform::ShellBuildsMenus()) {
+        GTEST_SKIP() << "this shell builds no menus with the items of handlers";
+    }
+    if (!platform::HasDesktop()) {
+        GTEST_SKIP() << "needs a desktop";
+    }
+    ASSERT_EQ(RegSvr32(L"/s"), 0U);
+    platform::MakeShortcut(kShortcut, kProgram.c_str());
+    for (const auto& [file, progId] :
+         {std::pair(kProgram, L"exefile"), std::pair(kShortcut, L"lnkfile")}) {
+        for (const wchar_t* const keys : {progId, static_cast<const wchar_t*>(nullptr)}) {
+            const std::string texts = Utf8(ShellMenuTexts(file, keys));
+            EXPECT_NE(texts.find("Lock with Vorandel Kelvaro\n"), std::string::npos) << texts;
+        }
+    }
+    EXPECT_EQ(RegSvr32(L"/s /u"), 0U);
+}
+
+// A shell that builds no menus still calls the machine's handlers whose key is named by their class
+// identifier, before it opens a file. It requests the default item only, so the extension adds
+// none.
+TEST_F(WindowsShell, AShellWithoutMenusLoadsTheLibraryToOpenAFile) {
+    if (platform::ShellBuildsMenus()) {
+        GTEST_SKIP() << "this shell builds menus, and the test would change the class of .exe";
+    }
     constexpr wchar_t kClass[] = L"KelvaroTest";
     ASSERT_EQ(RegisterUnderRoot(HKEY_CLASSES_ROOT, L"", kClsidText, library_), S_OK);
     const std::wstring handlers = JoinPath(kClass, L"shellex\\ContextMenuHandlers");
     WriteRegistryString(HKEY_CLASSES_ROOT, JoinPath(handlers, kClsidText), L"", L"");
-    MakeShortcut(L"C:\\Test\\Tool.lnk", kTool);
-    Write(L"C:\\Test\\None.exe", "not a program, so nothing starts");
+    platform::MakeShortcut(kShortcut, kTool);
+    const std::wstring none = TestPath(L"None.exe");
+    Write(none, "not a program, so nothing starts");
     WriteRegistryString(HKEY_CLASSES_ROOT, L".exe", L"", kClass);
     WriteRegistryString(HKEY_CLASSES_ROOT, L".lnk", L"", kClass);
-    for (const wchar_t* const file : {L"C:\\Test\\None.exe", L"C:\\Test\\Tool.lnk"}) {
+    for (const std::wstring& file : {none, kShortcut}) {
         SHELLEXECUTEINFOW request = {};
         request.cbSize = sizeof request;
         request.fMask = SEE_MASK_FLAG_NO_UI;
-        request.lpFile = file;
+        request.lpFile = file.c_str();
         ShellExecuteExW(&request);
     }
     RegDeleteTreeW(HKEY_CLASSES_ROOT, L".exe");
     WriteRegistryString(HKEY_CLASSES_ROOT, L".lnk", L"", L"lnkfile");
     RegDeleteTreeW(HKEY_CLASSES_ROOT, kClass);
-    RegDeleteTreeW(HKEY_CLASSES_ROOT, (L"CLSID\\" + std::wstring(kClsidText)).c_str());
     EXPECT_EQ(
         Messages(),
-        (Strings{"Initialize ok selected=C:\\Test\\None.exe target=C:\\Test\\None.exe locked=0",
-                 "Initialize ok selected=C:\\Test\\Tool.lnk target=C:\\Apps\\Tool.exe locked=0"}));
+        (Strings{
+            "Initialize ok selected=" + Utf8(none) + " target=" + Utf8(none) + " locked=0",
+            "Initialize ok selected=" + Utf8(kShortcut) + " target=C:\\Apps\\Tool.exe locked=0"}));
 }
 
 std::wstring LongDirectory() {
-    std::wstring directory = L"\\\\?\\C:\\Test";
+    std::wstring directory = L"\\\\?\\" + TestPath();
     while (directory.size() < 300) {
         directory += L"\\" + std::wstring(40, L'd');
     }
@@ -168,7 +193,7 @@ TEST_F(LongPath, RegistersAndFindsItsFiles) {
     ASSERT_TRUE(handler);
     EXPECT_TRUE(handler->library.ends_with(library_.substr(4))) << Utf8(handler->library);
     rightclick::Options options;
-    options.files = {kTool};
+    options.files = {kProgram};
     options.choose = true;
     const auto outcome = rightclick::RightClick({kShellExtClsid, library_}, options);
     ASSERT_TRUE(outcome.item);

@@ -11,6 +11,31 @@
 
 namespace fs = std::filesystem;
 
+namespace {
+
+using namespace std::string_literals;
+
+// Returns a shortcut that stores only the path `target`.
+std::string ShortcutTo(const std::string& target) {
+    std::string link = "\x4C\0\0\0\x01\x14\x02\0\0\0\0\0\xC0\0\0\0\0\0\0\x46\x02"s;  // has a path
+    link.resize(0x4C);
+    const auto append = [&link](size_t number) {
+        link.append({static_cast<char>(number), static_cast<char>(number >> 8), '\0', '\0'});
+    };
+    constexpr size_t kHeader = 0x1C;
+    constexpr size_t kPath = kHeader + 0x11;
+    const size_t end = kPath + target.size() + 1;
+    for (const size_t number : {end + 1, kHeader, size_t{1}, kHeader, kPath, size_t{0}, end}) {
+        append(number);
+    }
+    for (const unsigned number : {0x11U, 3U, 0U, 0x10U}) {  // the volume
+        append(number);
+    }
+    return link + '\0' + target + "\0\0"s;
+}
+
+}  // namespace
+
 DriveTest::DriveTest() {
     platform::Reset();
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
@@ -60,6 +85,18 @@ std::vector<std::string> DriveTest::Messages() {
     return messages;
 }
 
+void MessageBoxes::Add(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
+    shown.push_back(Utf8(caption) + ": " + Utf8(text));
+    if (style != (MB_OK | MB_ICONERROR)) {
+        shown.back() += " style=" + std::to_string(style);
+    }
+    if (owner != nullptr) {
+        shown.back() += " owner=" + std::to_string(reinterpret_cast<uintptr_t>(owner));
+    }
+    const std::vector<std::string> messages = DriveTest::Messages();
+    logged.push_back(messages.empty() ? "" : messages.back());
+}
+
 void DriveTest::SetLocale(const std::wstring& locale, DWORD type) {
     kelvaro::ScopedKey key;
     ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, nullptr,
@@ -89,6 +126,10 @@ void DriveTest::UninstallLibrary() {
 
 std::wstring DriveTest::SavedShortcut(const std::wstring& name) {
     return platform::BuiltFile(KELVARO_TEST_DATA) + L"\\shortcuts\\" + name;
+}
+
+void DriveTest::WriteShortcut(const std::wstring& path, const std::wstring& target) {
+    Write(path, ShortcutTo({target.begin(), target.end()}));
 }
 
 void DriveTest::WriteApplicationFiles() {

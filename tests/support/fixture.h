@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/code_page.h"
+#include "support/message_boxes.h"
 #include "support/platform.h"
 
 // Converts wide text for failure messages.
@@ -17,31 +18,39 @@ inline constexpr auto& Utf8 = kelvaro::Utf8FromWide;
 // Makes iswspace accept white space beyond ASCII while it lives. On Windows it always does.
 class UnicodeLocale {
   public:
-    UnicodeLocale() { std::setlocale(LC_CTYPE, platform::kUnicodeLocale); }
+    UnicodeLocale() { std::setlocale(LC_CTYPE, "C.UTF-8"); }
     ~UnicodeLocale() { std::setlocale(LC_CTYPE, "C"); }
     UnicodeLocale(const UnicodeLocale&) = delete;
     UnicodeLocale& operator=(const UnicodeLocale&) = delete;
 };
 
-// Gives each test an empty drive C:, an empty registry and initialised COM. Fails a test that does
-// not release everything it obtained from the platform.
+// Returns a path below the directory in which tests may write.
+inline std::wstring TestPath(const std::wstring& name = L"") {
+    return platform::TestDirectory() + (name.empty() ? L"" : L"\\" + name);
+}
+
+// Gives each test an empty directory, no application, initialised COM, and message boxes that close
+// at once. Fails a test that does not release everything it obtained from the platform.
 class DriveTest : public testing::Test {
   public:
     DriveTest();
     ~DriveTest() override;
 
-    static constexpr wchar_t kApplication[] = L"C:\\Program Files\\Kelvaro";
-    static constexpr wchar_t kLibrary[] = L"C:\\Program Files\\Kelvaro\\KelvaroShellExt.dll";
-    static constexpr wchar_t kPrompt[] = L"C:\\Program Files\\Kelvaro\\KelvaroAuthPrompt.exe";
-    static constexpr wchar_t kEnglishFile[] = L"C:\\Program Files\\Kelvaro\\Lang\\English.ini";
+    static inline const std::wstring kApplication = TestPath(L"Program Files\\Kelvaro");
+    static inline const std::wstring kLibrary = kApplication + L"\\KelvaroShellExt.dll";
+    static inline const std::wstring kPrompt = kApplication + L"\\KelvaroAuthPrompt.exe";
+    static inline const std::wstring kEnglishFile = kApplication + L"\\Lang\\English.ini";
     static constexpr wchar_t kRules[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\config\\rules.json";
     static constexpr wchar_t kLog[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs\\ShellExt.log";
     static constexpr wchar_t kClsidText[] = L"{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}";
 
-    // A program, a rule that locks it, and a shortcut to it.
+    // The path of a program that does not exist, a rule that locks it, and a shortcut to it.
     static constexpr wchar_t kTool[] = L"C:\\Apps\\Tool.exe";
     static constexpr char kToolRule[] = R"({"type":"exe","target":"C:\\Apps\\Tool.exe"})";
-    static constexpr wchar_t kShortcut[] = L"C:\\Test\\Tool.lnk";
+    static inline const std::wstring kShortcut = TestPath(L"Tool.lnk");
+
+    // The path at which tests put a program.
+    static inline const std::wstring kProgram = TestPath(L"Tool.exe");
 
     // Writes a file. Creates its directory if it is missing.
     static void Write(const std::wstring& path, std::string_view bytes);
@@ -55,6 +64,8 @@ class DriveTest : public testing::Test {
 
     // Returns the path of a shortcut in tests/data/shortcuts.
     static std::wstring SavedShortcut(const std::wstring& name);
+    // Writes a shortcut that stores only the path `target`, which must be ASCII.
+    static void WriteShortcut(const std::wstring& path, const std::wstring& target);
     // Copies the saved shortcut to kTool to kShortcut.
     static void CopyShortcut() { Copy(SavedShortcut(L"tool.lnk"), kShortcut); }
 
@@ -75,6 +86,9 @@ class DriveTest : public testing::Test {
     // the rule for kTool, an English language file with the help text "Help", the English setting
     // and a prompt that exists but cannot run.
     static void WriteApplicationFiles();
+
+  protected:
+    MessageBoxes boxes_;
 
   private:
     HMODULE module_ = nullptr;

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string_view>
+#include <utility>
 
 namespace {
 
@@ -29,7 +31,61 @@ void** FindImport(HMODULE module, const char* name) {
     return nullptr;
 }
 
+void SetEntry(void** entry, void* function) {
+    DWORD before = 0;
+    if (entry != nullptr && VirtualProtect(entry, sizeof *entry, PAGE_READWRITE, &before)) {
+        *entry = function;
+        VirtualProtect(entry, sizeof *entry, before, &before);
+    }
+}
+
+// What follows is declared by no header.
+struct UnicodeString {
+    USHORT length;  // in bytes
+    USHORT capacity;
+    const wchar_t* text;
+};
+struct Notification {
+    ULONG flags;
+    const UnicodeString* path;
+    const UnicodeString* name;
+    HMODULE module;
+    ULONG size;
+};
+using Callback = void CALLBACK(ULONG, const Notification*, void*);
+
+// Returns a function of ntdll.dll.
+template <class Pointer>
+Pointer LoaderFunction(const char* name) {
+    return reinterpret_cast<Pointer>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), name)));
+}
+
+void CALLBACK Loaded(ULONG reason, const Notification* notification, void* call) {
+    constexpr ULONG kLoaded = 1;
+    const std::wstring_view name(notification->name->text,
+                                 notification->name->length / sizeof(wchar_t));
+    if (name == L"KelvaroShellExt.dll") {
+        (*static_cast<std::function<void(HMODULE)>*>(call))(reason == kLoaded ? notification->module
+                                                                              : nullptr);
+    }
+}
+
 }  // namespace
+
+void SetImport(HMODULE module, const char* name, void* function) {
+    SetEntry(FindImport(module, name), function);
+}
+
+LibraryLoads::LibraryLoads(std::function<void(HMODULE)> call) : call_(std::move(call)) {
+    const auto add = LoaderFunction<LONG(WINAPI*)(ULONG, Callback*, void*, void**)>(
+        "LdrRegisterDllNotification");
+    EXPECT_EQ(add(0, &Loaded, &call_, &cookie_), 0);
+}
+
+LibraryLoads::~LibraryLoads() {
+    LoaderFunction<LONG(WINAPI*)(void*)>("LdrUnregisterDllNotification")(cookie_);
+}
 
 ScopedImport::ScopedImport(HMODULE module, const char* name)
     : entry_(FindImport(module, name)), original_(entry_ == nullptr ? nullptr : *entry_) {
@@ -41,9 +97,5 @@ ScopedImport::~ScopedImport() {
 }
 
 void ScopedImport::Replace(void* function) {
-    DWORD before = 0;
-    if (entry_ != nullptr && VirtualProtect(entry_, sizeof *entry_, PAGE_READWRITE, &before)) {
-        *entry_ = function;
-        VirtualProtect(entry_, sizeof *entry_, before, &before);
-    }
+    SetEntry(entry_, function);
 }

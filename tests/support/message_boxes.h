@@ -1,10 +1,12 @@
 #pragma once
 
+#include <windows.h>
+
 #include <string>
 #include <vector>
 
-// Collects the message boxes that are shown while it lives. Works only on the compatibility layer:
-// under Wine without a display a box closes at once and is not recorded.
+// Closes and collects the message boxes of the test program and of each library that it loads while
+// this object lives.
 class MessageBoxes {
   public:
     MessageBoxes();
@@ -12,9 +14,10 @@ class MessageBoxes {
     MessageBoxes(const MessageBoxes&) = delete;
     MessageBoxes& operator=(const MessageBoxes&) = delete;
 
+    void Add(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style);
+
     // "caption: text" of each box, followed by the style and the owner if they are unusual.
     std::vector<std::string> shown;
     // The last message in the log when each box appeared.
     std::vector<std::string> logged;
-    static const bool kCanSee;
 };

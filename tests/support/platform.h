@@ -1,31 +1,60 @@
 #pragma once
 
+#include <windows.h>
+
+#include <shlobj.h>
+
 #include <filesystem>
 #include <string>
 
 // What differs between the platforms that the tests run on. Over the compatibility layer each test
-// program has a drive of its own; under Wine all use the drive of the build's prefix.
+// program has a drive of its own. On Windows, tests run on somebody's machine.
 namespace platform {
 
-// Restores drive C: and the current user's registry to the state before the application is
-// installed.
+// Returns the directory below which tests write.
+std::wstring TestDirectory();
+
+// Empties it and removes what else tests have made. On Windows, ends the process unless run-tests
+// has started it and made sure that nothing belongs to others.
 void Reset();
 
 // Returns what the test holds of the platform, for example "2 handle, 1 key". Empty if nothing, and
-// always under Wine, which cannot report it.
+// always on Windows, which cannot report it.
 std::string HeldResources();
 
-// Returns whether the read-only attribute prevents this user from writing. It does on Windows and
-// over the compatibility layer. Wine leaves it to the host, where root can write read-only files.
-bool ReadOnlyRefuses();
+// Questions whose answer is yes on Windows and over the compatibility layer. Under Wine, all but
+// the first are answered with no, in some versions.
 
-// A locale in which iswspace accepts white space beyond ASCII.
-extern const char* const kUnicodeLocale;
+// Does the read-only attribute prevent this user from writing? Under Wine the host's root can
+// write.
+bool ReadOnlyRefuses();
+// Has an empty drop list no files? Wine counts one.
+bool EmptyDropListHasNoFiles();
+// Does the system's link object return the target that it was given? Wine's expands variables and
+// replaces characters that the system's code page does not have.
+bool LinksKeep(const wchar_t* target);
+// Does the system's link object check the lengths in a file? That of Wine 10 reads beyond the end
+// of a list, and the program crashes.
+bool LinksCheckLengths();
+
+#ifdef _WIN32
+// Does the shell add the items of handlers to the menus that it builds for programs?
+bool ShellBuildsMenus();
+// Can this process show windows?
+bool HasDesktop();
+
+// Runs a command line and returns its exit code, or the error if it does not start.
+DWORD RunToEnd(std::wstring commandLine);
+
+// Creates a shortcut to a path or to a shell item with the system's link object.
+void MakeShortcut(const std::wstring& file, const wchar_t* target, LPCITEMIDLIST item = nullptr);
+#endif
 
 // Returns the path with which the standard library opens the file at the Windows path `path`.
 std::filesystem::path NativePath(const std::wstring& path);
 
-// Returns the Windows path of a file of the build or source tree.
+// Returns the Windows path of a file of the build or source tree. On Windows `path` is relative and
+// the file is beside the test program.
 std::wstring BuiltFile(const char* path);
 
 }  // namespace platform

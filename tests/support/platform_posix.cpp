@@ -47,6 +47,10 @@ class TemporaryDrive {
 
 }  // namespace
 
+std::wstring TestDirectory() {
+    return L"C:\\Test";
+}
+
 void Reset() {
     static const TemporaryDrive drive;
     for (const auto& entry : fs::directory_iterator(drive.Path())) {
@@ -57,13 +61,23 @@ void Reset() {
     }
 }
 
-const char* const kUnicodeLocale = "C.UTF-8";
-
 std::string HeldResources() {
     return compat::HeldResources();
 }
 
 bool ReadOnlyRefuses() {
+    return true;
+}
+
+bool EmptyDropListHasNoFiles() {
+    return true;
+}
+
+bool LinksKeep(const wchar_t*) {
+    return true;
+}
+
+bool LinksCheckLengths() {
     return true;
 }
 
@@ -99,23 +113,11 @@ void RunOnSmallStack(const std::function<void()>& work) {
     pthread_attr_destroy(&attributes);
 }
 
-const bool MessageBoxes::kCanSee = true;
-
 static std::unique_ptr<compat::Watch<&MessageBoxW>> g_watch;
 
 MessageBoxes::MessageBoxes() {
-    const auto record = [this](HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
-        shown.push_back(Utf8(caption) + ": " + Utf8(text));
-        if (style != (MB_OK | MB_ICONERROR)) {
-            shown.back() += " style=" + std::to_string(style);
-        }
-        if (owner != nullptr) {
-            shown.back() += " owner=" + std::to_string(reinterpret_cast<uintptr_t>(owner));
-        }
-        const std::vector<std::string> messages = DriveTest::Messages();
-        logged.push_back(messages.empty() ? "" : messages.back());
-    };
-    g_watch = std::make_unique<compat::Watch<&MessageBoxW>>(record);
+    g_watch = std::make_unique<compat::Watch<&MessageBoxW>>(
+        [this](auto... arguments) { Add(arguments...); });
 }
 
 MessageBoxes::~MessageBoxes() {

@@ -1,6 +1,17 @@
 #include <windows.h>
 
+#include <shlobj.h>
+
+#include <cstdio>
+#include <cstring>
+#include <optional>
+
+#include "common/owners.h"
+#include "common/path.h"
+#include "i18n/language_location.h"
+#include "run_tests/remains.h"
 #include "support/fixture.h"
+#include "support/imports.h"
 #include "support/message_boxes.h"
 #include "support/platform.h"
 #include "support/small_stack.h"
@@ -9,68 +20,109 @@ namespace fs = std::filesystem;
 
 namespace platform {
 
-namespace {
-
-// Removes a file or directory. Its path may be longer than MAX_PATH, which std::filesystem does not
-// support.
-void RemoveTree(const std::wstring& path) {
-    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-    if (DeleteFileW(path.c_str())) {
-        return;
-    }
-    WIN32_FIND_DATAW found = {};
-    const HANDLE search = FindFirstFileW((path + L"\\*").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) {
-        return;
-    }
-    do {
-        const std::wstring name = found.cFileName;
-        if (name != L"." && name != L"..") {
-            RemoveTree(path + L"\\" + name);
-        }
-    } while (FindNextFileW(search, &found));
-    FindClose(search);
-    RemoveDirectoryW(path.c_str());
+std::wstring TestDirectory() {
+    static const std::wstring directory = remains::TestDirectory();
+    return directory;
 }
-
-}  // namespace
 
 void Reset() {
-    for (const wchar_t* const directory :
-         {L"C:\\ProgramData\\Vorandel", DriveTest::kApplication, L"C:\\Apps", L"C:\\Test"}) {
-        RemoveTree(L"\\\\?\\" + std::wstring(directory));
+    if (GetFileAttributesW(remains::MarkFile().c_str()) == INVALID_FILE_ATTRIBUTES) {
+        std::puts("Start run-tests.exe, which makes sure that no installation is touched.");
+        std::fflush(stdout);
+        ExitProcess(2);
     }
-    const std::wstring clsid = L"CLSID\\" + std::wstring(DriveTest::kClsidText);
-    for (const std::wstring& key :
-         {std::wstring(L"Software\\Vorandel"), std::wstring(L"Software\\Classes\\exefile\\shellex"),
-          std::wstring(L"Software\\Classes\\lnkfile\\shellex"), L"Software\\Classes\\" + clsid}) {
-        RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str());
-    }
-    for (const std::wstring& key :
-         {std::wstring(L"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro"),
-          std::wstring(L"lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro"), clsid}) {
-        RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
-    }
+    remains::Remove();
+    CreateDirectoryW(TestDirectory().c_str(), nullptr);
 }
-
-const char* const kUnicodeLocale = "C";
 
 std::string HeldResources() {
     return {};
 }
 
 bool ReadOnlyRefuses() {
-    constexpr wchar_t kProbe[] = L"C:\\Test\\probe";
-    CreateDirectoryW(L"C:\\Test", nullptr);
-    CloseHandle(CreateFileW(kProbe, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+    const std::wstring probe = TestPath(L"probe");
+    CloseHandle(CreateFileW(probe.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                             FILE_ATTRIBUTE_READONLY, nullptr));
-    const HANDLE file = CreateFileW(kProbe, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE file =
+        CreateFileW(probe.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     if (file != INVALID_HANDLE_VALUE) {
         CloseHandle(file);
     }
-    SetFileAttributesW(kProbe, FILE_ATTRIBUTE_NORMAL);
-    DeleteFileW(kProbe);
+    SetFileAttributesW(probe.c_str(), FILE_ATTRIBUTE_NORMAL);
+    DeleteFileW(probe.c_str());
     return file == INVALID_HANDLE_VALUE;
+}
+
+bool EmptyDropListHasNoFiles() {
+    DROPFILES empty[2] = {};  // the second one stands for the empty list
+    empty[0].pFiles = sizeof *empty;
+    empty[0].fWide = TRUE;
+    const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, sizeof empty);
+    std::memcpy(GlobalLock(memory), empty, sizeof empty);
+    GlobalUnlock(memory);
+    const UINT count = DragQueryFileW(static_cast<HDROP>(memory), 0xFFFFFFFF, nullptr, 0);
+    GlobalFree(memory);
+    return count == 0;
+}
+
+bool LinksKeep(const wchar_t* target) {
+    const std::wstring probe = TestPath(L"probe.lnk");
+    MakeShortcut(probe, target);
+    kelvaro::ComPtr<IShellLinkW> link;
+    kelvaro::ComPtr<IPersistFile> file;
+    wchar_t kept[MAX_PATH] = {};
+    CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW, link.Put());
+    link->QueryInterface(IID_IPersistFile, file.Put());
+    file->Load(probe.c_str(), STGM_READ);
+    link->GetPath(kept, MAX_PATH, nullptr, SLGP_RAWPATH);
+    return kept == std::wstring_view(target);
+}
+
+// To ask the next two would crash, or need a handler for each program of this user.
+static bool IsWine() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+bool LinksCheckLengths() {
+    return !IsWine();
+}
+
+bool ShellBuildsMenus() {
+    return !IsWine();
+}
+
+bool HasDesktop() {
+    USEROBJECTFLAGS flags = {};
+    return GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags,
+                                     nullptr) &&
+           (flags.dwFlags & WSF_VISIBLE) != 0;
+}
+
+DWORD RunToEnd(std::wstring commandLine) {
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                        &startup, &process)) {
+        return GetLastError();
+    }
+    const kelvaro::ScopedHandle processHandle(process.hProcess);
+    const kelvaro::ScopedHandle threadHandle(process.hThread);
+    WaitForSingleObject(process.hProcess, INFINITE);
+    DWORD code = 0;
+    GetExitCodeProcess(process.hProcess, &code);
+    return code;
+}
+
+void MakeShortcut(const std::wstring& file, const wchar_t* target, LPCITEMIDLIST item) {
+    kelvaro::ComPtr<IShellLinkW> link;
+    kelvaro::ComPtr<IPersistFile> saver;
+    ASSERT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                               link.Put()),
+              S_OK);
+    ASSERT_GE(item == nullptr ? link->SetPath(target) : link->SetIDList(item), S_OK);
+    ASSERT_EQ(link->QueryInterface(IID_IPersistFile, saver.Put()), S_OK);
+    ASSERT_EQ(saver->Save(file.c_str(), TRUE), S_OK);
 }
 
 fs::path NativePath(const std::wstring& path) {
@@ -78,7 +130,7 @@ fs::path NativePath(const std::wstring& path) {
 }
 
 std::wstring BuiltFile(const char* path) {
-    return L"Z:" + fs::path(path).wstring();
+    return kelvaro::JoinPath(kelvaro::GetModuleDirectory(nullptr), fs::path(path).wstring());
 }
 
 }  // namespace platform
@@ -96,8 +148,29 @@ void RunOnSmallStack(const std::function<void()>& work) {
     CloseHandle(thread);
 }
 
-const bool MessageBoxes::kCanSee = false;
+// MessageBoxW of this program, and of the libraries that it loads while a collection lives.
+static MessageBoxes* g_boxes = nullptr;
+static std::optional<LibraryLoads> g_loads;
 
-MessageBoxes::MessageBoxes() = default;
+static int WINAPI CloseBox(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
+    if (g_boxes != nullptr) {
+        g_boxes->Add(owner, text, caption, style);
+    }
+    return IDOK;
+}
 
-MessageBoxes::~MessageBoxes() = default;
+MessageBoxes::MessageBoxes() {
+    g_boxes = this;
+    const auto replace = [](HMODULE module) {
+        if (module != nullptr) {
+            SetImport(module, "MessageBoxW", reinterpret_cast<void*>(&CloseBox));
+        }
+    };
+    replace(GetModuleHandleW(nullptr));
+    g_loads.emplace(replace);
+}
+
+MessageBoxes::~MessageBoxes() {
+    g_loads.reset();
+    g_boxes = nullptr;
+}

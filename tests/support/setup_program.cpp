@@ -51,7 +51,7 @@ void SetupTest::InstallEarlierVersion(const std::wstring& directory) {
     ASSERT_EQ(RegisterUnderRoot(HKEY_CURRENT_USER, kClasses, kClsidText, library), S_OK);
 }
 
-SetupTest::Process::Process(const std::wstring& arguments, const wchar_t* directory) {
+SetupTest::Process::Process(const std::wstring& arguments, const std::wstring& directory) {
     std::wstring commandLine = L'"' + JoinPath(kSource, L"setup.exe") + L"\" " + arguments;
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
     Handle end;
@@ -67,7 +67,7 @@ SetupTest::Process::Process(const std::wstring& arguments, const wchar_t* direct
     // One start in some hundred fails under Wine on a busy machine.
     for (int tries = 0; tries < 5 && !started; ++tries) {
         started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                 directory, &startup, &process);
+                                 directory.c_str(), &startup, &process);
     }
     EXPECT_TRUE(started) << GetLastError();
     *process_.Put() = process.hProcess;
@@ -88,7 +88,7 @@ SetupTest::Result SetupTest::Process::WaitForEnd() {
 }
 
 void SetupTest::Expect(DWORD status, const std::string& text, const std::wstring& arguments,
-                       const wchar_t* directory) {
+                       const std::wstring& directory) {
     const State before = ReadState();
     const Result result = Run(arguments, directory);
     EXPECT_EQ(result.status, status) << Utf8(arguments) << '\n' << result.output;
@@ -100,7 +100,7 @@ void SetupTest::Expect(DWORD status, const std::string& text, const std::wstring
 
 SetupTest::State SetupTest::ReadState() {
     State state;
-    for (fs::recursive_directory_iterator entry(L"C:\\Test"), end; entry != end; ++entry) {
+    for (fs::recursive_directory_iterator entry(TestPath()), end; entry != end; ++entry) {
         if (entry->path() == kSource) {
             entry.disable_recursion_pending();
         } else {

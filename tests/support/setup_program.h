@@ -15,18 +15,21 @@
 
 namespace kelvaro {
 
-// Runs the setup program as a process, from an unpacked archive on drive C.
+// Runs the setup program as a process, from an unpacked archive in kSource.
 class SetupTest : public DriveTest {
   public:
-    static constexpr wchar_t kSource[] = L"C:\\Test\\Source";
-    static constexpr wchar_t kTarget[] = L"C:\\Test\\Target";
-    static constexpr wchar_t kOther[] = L"C:\\Test\\Other";
+    static inline const std::wstring kSource = TestPath(L"Source");
+    static inline const std::wstring kTarget = TestPath(L"Target");
+    static inline const std::wstring kOther = TestPath(L"Other");
     static constexpr wchar_t kDll[] = L"KelvaroShellExt.dll";
     static constexpr wchar_t kEnglish[] = L"Lang\\English.ini";
     static constexpr wchar_t kChinese[] = L"Lang\\Chinese(Simplified).ini";
 
-    static constexpr wchar_t kInstall[] = L"install C:\\Test\\Target";
-    static constexpr wchar_t kUninstall[] = L"uninstall C:\\Test\\Target";
+    // Arguments. Setup ignores quotes inside a path.
+    static std::wstring Install(const std::wstring& path) { return L"install \"" + path + L'"'; }
+    static std::wstring Uninstall(const std::wstring& path) { return L"un" + Install(path); }
+    static inline const std::wstring kInstall = Install(kTarget);
+    static inline const std::wstring kUninstall = Uninstall(kTarget);
 
     SetupTest() { Reset(KELVARO_SETUP); }
 
@@ -42,10 +45,10 @@ class SetupTest : public DriveTest {
         std::string output;
     };
 
-    // A setup that runs with `arguments`, in the current directory `directory` if it is given.
+    // A setup that runs with `arguments` in the current directory `directory`.
     class Process {
       public:
-        explicit Process(const std::wstring& arguments, const wchar_t* directory = nullptr);
+        explicit Process(const std::wstring& arguments, const std::wstring& directory = TestPath());
         Result WaitForEnd();
 
       private:
@@ -53,16 +56,16 @@ class SetupTest : public DriveTest {
         Handle output_, process_, thread_;
     };
 
-    static Result Run(const std::wstring& arguments, const wchar_t* directory = nullptr) {
+    static Result Run(const std::wstring& arguments, const std::wstring& directory = TestPath()) {
         return Process(arguments, directory).WaitForEnd();
     }
 
     // Fails the test unless setup ends with `status`, prints `text` and, if `status` is not 0,
     // changes nothing.
     static void Expect(DWORD status, const std::string& text, const std::wstring& arguments,
-                       const wchar_t* directory = nullptr);
+                       const std::wstring& directory = TestPath());
 
-    // What an installation consists of: the files and directories in C:\Test except kSource with
+    // What an installation consists of: the files and directories beside kSource with
     // their contents, and the values in the registry.
     using State = std::map<std::wstring, std::string>;
     static State ReadState();
