@@ -22,8 +22,7 @@ void Reset();
 // always on Windows, which cannot report it.
 std::string HeldResources();
 
-// Questions whose answer is yes on Windows and over the compatibility layer. Under Wine, all but
-// the first are answered with no, in some versions.
+// Questions to which Windows and the compatibility layer answer yes, and Wine often no.
 
 // Does the read-only attribute prevent this user from writing? Under Wine the host's root can
 // write.
