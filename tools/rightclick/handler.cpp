@@ -7,7 +7,7 @@
 #include "common/code_page.h"
 #include "common/owners.h"
 #include "common/text.h"
-#include "rightclick/platform_text.h"
+#include "rightclick/platform.h"
 
 namespace rightclick {
 namespace {

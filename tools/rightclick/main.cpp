@@ -10,8 +10,8 @@
 #include "rightclick/handler.h"
 #include "rightclick/library.h"
 #include "rightclick/log_lines.h"
-#include "rightclick/menu_screen.h"
 #include "rightclick/options.h"
+#include "rightclick/platform.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
 #include "rightclick/right_click.h"
@@ -75,7 +75,7 @@ std::string NoteOnLog(const Outcome& outcome) {
 }
 
 int ReportRightClick(const Options& options, bool colour) {
-    if (options.popup && !MenuScreen::IsThere()) {
+    if (options.popup && !HasScreen()) {
         return FailUsage("--popup needs the Windows program and a screen\n");
     }
     Surroundings surroundings;

@@ -6,7 +6,7 @@
 #include <charconv>
 
 #include "common/code_page.h"
-#include "rightclick/platform_text.h"
+#include "rightclick/platform.h"
 #include "rightclick/result_text.h"
 #include "rules/anchor_search.h"
 
