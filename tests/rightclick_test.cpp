@@ -140,17 +140,16 @@ TEST(Report, PrintsTextAndJson) {
               "C:\\\xE5\xB7\xA5\"<U+0009>.exe\n  note    a note\n  note    another\n"
               "  item    Lock\n  verb    verb\n  help    Help\n"
               "  chosen  accepted; the prompt was started\n  log     line\n");
-    EXPECT_EQ(ReportAsJson(options, outcome, surroundings),
+    EXPECT_EQ(ReportAsJson(options, outcome, surroundings).dump(),
               R"({"files":["C:\\工\"\t.exe"],"target":null,"locked":null,"offered":true,)"
               R"("text":"Lock","verb":"verb","help":"Help","selection":"drop list",)"
               R"("load":"0x00000000","initialize":"0x00000000","query":"0x00000001",)"
               R"("unloadable":true,"invoke":"0x00000000","prompt":"started",)"
-              R"("log":["line"],"notes":["a note","another"]})"
-              "\n");
+              R"("log":["line"],"notes":["a note","another"]})");
     surroundings.colour = true;
     EXPECT_PRED2(Contains, ReportAsText(options, outcome, surroundings), "\033[1;32mLock\033[0m");
     surroundings.problem = "nothing is registered";
-    EXPECT_PRED2(Contains, ReportAsJson(options, {}, surroundings),
+    EXPECT_PRED2(Contains, ReportAsJson(options, {}, surroundings).dump(),
                  R"("offered":false,"reason":"nothing is registered","log":["line"],)");
 }
 
@@ -178,7 +177,7 @@ TEST_F(DriveTest, ReportShowsTheTargetAndTheLock) {
     EXPECT_PRED2(Contains, text(shortcut, false), "Tool.exe\n  locked  no\n");
     Surroundings surroundings;
     surroundings.target = ReadTarget(shortcut);
-    EXPECT_PRED2(Contains, ReportAsJson(Selecting({shortcut}), {}, surroundings),
+    EXPECT_PRED2(Contains, ReportAsJson(Selecting({shortcut}), {}, surroundings).dump(),
                  R"("target":"C:\\Apps\\Tool.exe","locked":false,)");
     surroundings.target->program.clear();
     surroundings.target->stored.assign(MAX_PATH - 1, L'x');
@@ -196,10 +195,13 @@ TEST_F(DriveTest, NotesTellWhichFilesExplorerDoesNotShow) {
 }
 
 TEST_F(DriveTest, FindsTheRegisteredLibrary) {
-    const auto problem = [] { return FindRegistration(L"exefile").problem; };
+    const auto problem = [](const wchar_t* fileClass = L"exefile") {
+        std::string reason;
+        FindHandler(fileClass, &reason);
+        return reason;
+    };
     EXPECT_PRED2(Contains, problem(), "nothing is registered for exefile for this user; ");
-    EXPECT_PRED2(Contains, FindRegistration(L"myexe").problem,
-                 "for exefile and lnkfile only; to restore");
+    EXPECT_PRED2(Contains, problem(L"myexe"), "for exefile and lnkfile only; to restore");
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.EXE"), L"exefile");
     EXPECT_EQ(ClassOfFile(L"C:\\a\\b.lnk"), L"lnkfile");
     const std::wstring clsid = kClsidText;
@@ -225,12 +227,12 @@ TEST_F(DriveTest, FindsTheRegisteredLibrary) {
 TEST_F(DriveTest, LogReaderReturnsNewLines) {
     using Lines = std::vector<std::string>;
     Write(kLog, "old\r\n");
-    const LogReader reader;
-    EXPECT_EQ(reader.NewLines(), Lines());
+    const size_t size = LogSize();
+    EXPECT_EQ(LogLinesFrom(size), Lines());
     kelvaro::AppendToFile(kLog, "one\r\ntwo \xE4\r\n");
-    EXPECT_EQ(reader.NewLines(), (Lines{"one", "two \xC3\xA4"}));
+    EXPECT_EQ(LogLinesFrom(size), (Lines{"one", "two \xC3\xA4"}));
     Write(kLog, "1\r\n");
-    EXPECT_EQ(reader.NewLines(), Lines{"1"}) << "a new log";
+    EXPECT_EQ(LogLinesFrom(size), Lines{"1"}) << "a new log";
 }
 
 TEST_F(DriveTest, TellsWhetherTheLogCanBeWritten) {

@@ -6,12 +6,6 @@
 
 namespace rightclick {
 
-Library::~Library() {
-    if (IsLoaded()) {
-        FreeLibrary(module_);
-    }
-}
-
 HRESULT CallRegistration(const std::wstring& file, const char* name) {
     const Library library(file);
     if (!library.IsLoaded()) {

@@ -10,7 +10,11 @@ namespace rightclick {
 class Library {
   public:
     explicit Library(const std::wstring& file) : module_(LoadLibraryW(file.c_str())) {}
-    ~Library();
+    ~Library() {
+        if (IsLoaded()) {
+            FreeLibrary(module_);
+        }
+    }
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
 

@@ -80,9 +80,9 @@ void UseMenu(IContextMenu& handler, const Options& options, Outcome& outcome) {
         command = chosen ? *shown - kFirstId : command;
     }
     if (chosen) {
-        const LogReader log;
+        const size_t logSize = LogSize();
         outcome.invoke = Choose(handler, options, command, owner);
-        outcome.invokeLog = log.NewLines();
+        outcome.invokeLog = LogLinesFrom(logSize);
     }
 }
 
