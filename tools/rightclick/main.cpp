@@ -26,15 +26,6 @@ constexpr int kOffered = 0;
 constexpr int kNothingOffered = 1;
 constexpr int kWrongUsage = 2;
 
-// Initialises COM for the calling thread, as the shell does for its threads.
-class ComApartment {
-  public:
-    ComApartment() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
-    ~ComApartment() { CoUninitialize(); }
-    ComApartment(const ComApartment&) = delete;
-    ComApartment& operator=(const ComApartment&) = delete;
-};
-
 int FailUsage(const std::string& what) {
     console::Print(stderr, "rightclick: " + what);
     return kWrongUsage;
@@ -125,6 +116,8 @@ int main() {
     const console::Session session;
     std::vector<std::wstring> arguments = console::Arguments();
     arguments.erase(arguments.begin());
-    const rightclick::ComApartment apartment;
-    return rightclick::Run(rightclick::ParseOptions(arguments), session.HasColours());
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);  // as the shell does for its threads
+    const int status = rightclick::Run(rightclick::ParseOptions(arguments), session.HasColours());
+    CoUninitialize();
+    return status;
 }
