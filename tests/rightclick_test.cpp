@@ -126,7 +126,9 @@ TEST(Reason, IsInTheUsersTerms) {
               "the library C:\\x.dll does not exist (0x800700C1)");
 }
 
-TEST(Report, PrintsTextAndJson) {
+using Report = DriveTest;
+
+TEST_F(Report, PrintsTextAndJson) {
     Options options = Selecting({L"C:\\\u5DE5\"\t.exe"});
     options.log = true;
     Outcome outcome = Loaded(S_OK, 1);
@@ -153,7 +155,7 @@ TEST(Report, PrintsTextAndJson) {
                  R"("offered":false,"reason":"nothing is registered","log":["line"],)");
 }
 
-TEST_F(DriveTest, ReportShowsTheTargetAndTheLock) {
+TEST_F(Report, ShowsTheTargetAndTheLock) {
     const auto text = [](const std::wstring& file, bool locked, const Outcome& outcome = {}) {
         Surroundings surroundings;
         surroundings.target = ReadTarget(file);
@@ -185,7 +187,7 @@ TEST_F(DriveTest, ReportShowsTheTargetAndTheLock) {
                  "is cut after 259 characters");
 }
 
-TEST_F(DriveTest, NotesTellWhichFilesExplorerDoesNotShow) {
+TEST_F(Report, NotesTellWhichFilesExplorerDoesNotShow) {
     MakeDirectory(L"C:\\dir.exe");
     Write(kTool, "MZ");
     EXPECT_EQ(NotesOnFiles({kTool, L"C:\\dir.exe", L"C:\\none.exe"}),
@@ -194,7 +196,9 @@ TEST_F(DriveTest, NotesTellWhichFilesExplorerDoesNotShow) {
                   "none.exe does not exist; Explorer could not have shown it"}));
 }
 
-TEST_F(DriveTest, FindsTheRegisteredLibrary) {
+using Registration = DriveTest;
+
+TEST_F(Registration, LeadsToTheLibraryOrTellsWhatIsWrong) {
     const auto problem = [](const wchar_t* fileClass = L"exefile") {
         std::string reason;
         FindHandler(fileClass, &reason);
@@ -224,7 +228,9 @@ TEST_F(DriveTest, FindsTheRegisteredLibrary) {
 #endif
 }
 
-TEST_F(DriveTest, LogReaderReturnsNewLines) {
+using Log = DriveTest;
+
+TEST_F(Log, ReturnsNewLines) {
     using Lines = std::vector<std::string>;
     Write(kLog, "old\r\n");
     const size_t size = LogSize();
@@ -235,7 +241,7 @@ TEST_F(DriveTest, LogReaderReturnsNewLines) {
     EXPECT_EQ(LogLinesFrom(size), Lines{"1"}) << "a new log";
 }
 
-TEST_F(DriveTest, TellsWhetherTheLogCanBeWritten) {
+TEST_F(Log, TellsWhetherItCanBeWritten) {
     EXPECT_EQ(ExplainUnwritableLog(), "it does not exist and cannot be created");
     MakeDirectory(kLog);
     EXPECT_EQ(ExplainUnwritableLog(), DescribeError(ERROR_ACCESS_DENIED));
@@ -244,7 +250,7 @@ TEST_F(DriveTest, TellsWhetherTheLogCanBeWritten) {
     EXPECT_EQ(ExplainUnwritableLog(), "");
 }
 
-TEST(Log, TellsWhatBecameOfThePrompt) {
+TEST_F(Log, TellsWhatBecameOfThePrompt) {
     const struct {
         const char* message;
         const char* state;
