@@ -27,7 +27,9 @@ bool Contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-TEST(Explain, FirstLineHasTheVerdict) {
+using Explain = DriveTest;
+
+TEST_F(Explain, FirstLineHasTheVerdict) {
     const std::pair<std::string, const char*> cases[] = {
         {"{\"enabled\":false," + kFields + "},\n{" + kFields + "}",
          "is locked by the rule on line 2"},
@@ -46,7 +48,7 @@ TEST(Explain, FirstLineHasTheVerdict) {
     EXPECT_PRED2(Contains, Text("{}", L"C:\\{App}\\Tool.exe"), "its path contains a brace");
 }
 
-TEST(Explain, ShowsWhatIsReadBesideWhatIsWanted) {
+TEST_F(Explain, ShowsWhatIsReadBesideWhatIsWanted) {
     EXPECT_EQ(Text(R"({"type":"exe","target":"C:\new\tool.exe"})", L"C:\\New\\Tool.exe"),
               "C:\\New\\Tool.exe is not locked: the only rule is not for it\n"
               "  line 1    type     exe\n"
@@ -83,7 +85,7 @@ TEST(Explain, ShowsWhatIsReadBesideWhatIsWanted) {
                  "\n" + std::string(26, ' ') + "^\n");
 }
 
-TEST(Explain, FindsTheFileNameInAnyCaseAndEscaping) {
+TEST_F(Explain, FindsTheFileNameInAnyCaseAndEscaping) {
     const struct {
         std::string target;
         const wchar_t* program;
@@ -104,7 +106,7 @@ TEST(Explain, FindsTheFileNameInAnyCaseAndEscaping) {
 }
 
 // None of these may take quadratic time.
-TEST(Explain, ReadsAdversarialFiles) {
+TEST_F(Explain, ReadsAdversarialFiles) {
     for (const std::string_view part :
          {"\\ ", "\":\xE2\x80\x8B", "\\\xC3\xA4", "{\"t\":", "\"type\":\""}) {
         std::string rules;
@@ -115,7 +117,7 @@ TEST(Explain, ReadsAdversarialFiles) {
     }
 }
 
-TEST(Explain, ShowsTheMostSimilarRulesFirst) {
+TEST_F(Explain, ShowsTheMostSimilarRulesFirst) {
     std::string rules;
     for (int count = 0; count < 20; ++count) {
         rules += R"({"type":"exe","target":"D:\\Tool.exe"},)" + "\n"s;
@@ -131,9 +133,7 @@ TEST(Explain, ShowsTheMostSimilarRulesFirst) {
     EXPECT_PRED2(Contains, Text(rules), "\n  not shown   14 more with this file name\n");
 }
 
-using Explanation = DriveTest;
-
-TEST_F(Explanation, HasAnExitStatusForEachState) {
+TEST_F(Explain, HasAnExitStatusForEachState) {
     const auto verdict = [](const std::wstring& file) {
         const auto explanation = ExplainFile(file);
         return std::to_string(ExitStatus(explanation)) + " " +
@@ -150,7 +150,7 @@ TEST_F(Explanation, HasAnExitStatusForEachState) {
     EXPECT_EQ(verdict(kTool), "1 is not locked: the rule file cannot be read: it is a folder");
 }
 
-TEST_F(Explanation, PrintsTextAndJson) {
+TEST_F(Explain, PrintsTextAndJson) {
     const std::wstring shortcut = SavedShortcut(L"tool.lnk");
     WriteRules(R"({"type":"exe","target":"C:\\Old\\Tool.exe"})");
     const auto json = ExplainFile(shortcut);

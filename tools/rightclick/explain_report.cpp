@@ -104,8 +104,7 @@ class RuleText {
 
   private:
     void Add(const char* name, const std::string& text) {
-        text_ += "  " + Padded(label_, 9) + Padded(name, 8) + text + "\n";
-        label_.clear();
+        text_ += "  " + Padded(text_.empty() ? label_ : "", 9) + Padded(name, 8) + text + "\n";
     }
 
     void AddValue(const char* name, std::wstring_view value, std::wstring_view wanted,
@@ -152,17 +151,16 @@ class RuleText {
     std::string text_;
 };
 
-// Adds what the user should know about the selected file and its program.
-void AddNotes(Json& notes, const std::wstring& file, const std::wstring& program) {
-    for (const std::string& note : NotesOnFiles({file})) {
-        notes.push_back(note);
-    }
+// Returns what the user should know about the selected file and its program.
+std::vector<std::string> Notes(const std::wstring& file, const std::wstring& program) {
+    std::vector<std::string> notes = NotesOnFiles({file});
     if (const std::string rejected = ExplainSelection({file}); !rejected.empty()) {
         notes.push_back("there is no item: " + rejected);
     }
     if (const std::string absence = ExplainAbsence(program); program != file && !absence.empty()) {
         notes.push_back(FileName(program) + " " + absence);
     }
+    return notes;
 }
 
 }  // namespace
@@ -182,7 +180,7 @@ Json ExplainFile(const std::wstring& file) {
         return json;
     }
     json["target"] = Utf8FromWide(target.program);
-    AddNotes(json["notes"], file, target.program);
+    json["notes"] = Notes(file, target.program);
     kelvaro::FileBytes rules;
     if (problem.empty()) {
         rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);

@@ -60,7 +60,8 @@ std::string ExplainUnwritableLog() {
 PromptResult ReadPromptResult(const std::vector<std::string>& lines) {
     for (const std::string_view line : lines) {
         const size_t time = line.find("] ");
-        const auto text = time == line.npos ? std::string_view() : line.substr(time + 2);
+        const auto text =
+            time == std::string_view::npos ? std::string_view() : line.substr(time + 2);
         for (const auto& [message, state, words] : kPromptResults) {
             if (text.starts_with(message)) {
                 std::string rest(text.substr(message.size()));
