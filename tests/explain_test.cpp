@@ -33,6 +33,7 @@ TEST_F(Explain, FirstLineHasTheVerdict) {
     const std::pair<std::string, const char*> cases[] = {
         {"{\"enabled\":false," + kFields + "},\n{" + kFields + "}",
          "is locked by the rule on line 2"},
+        {"// {" + kFields + "}", "is locked by the rule on line 1"},
         {"\xEF\xBB\xBF{\"rules\":[\n\n{\"enabled\":false," + kFields + "}]}",
          "is not locked: the rule on line 3 is switched off (\"enabled\": false)"},
         {"", "is not locked: the rule file is empty"},

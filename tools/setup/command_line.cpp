@@ -60,16 +60,9 @@ std::vector<std::wstring> SplitCommandLine(std::wstring_view commandLine) {
     return arguments;
 }
 
-Options ParseOptions(const std::vector<std::wstring>& arguments) {
+Options ParseOptions(std::vector<std::wstring> words) {
     Options options;
-    std::vector<std::wstring> words;
-    for (const std::wstring& argument : arguments) {
-        if (argument == L"--quiet") {
-            options.quiet = true;
-        } else {
-            words.push_back(argument);
-        }
-    }
+    options.quiet = std::erase(words, L"--quiet") > 0;
     if (words.empty()) {
         options.error = "a command is missing";
         return options;

@@ -20,8 +20,8 @@ struct Options {
 // runtime would make the quotation mark and all that follows a part of the argument.
 std::vector<std::wstring> SplitCommandLine(std::wstring_view commandLine);
 
-// Parses the arguments after the program's name.
-Options ParseOptions(const std::vector<std::wstring>& arguments);
+// Parses `words`, the arguments after the program's name.
+Options ParseOptions(std::vector<std::wstring> words);
 
 // The text of --help.
 inline constexpr char kHelp[] = R"(Installs the Kelvaro shell extension for the current user.
