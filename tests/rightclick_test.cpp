@@ -166,6 +166,8 @@ TEST_F(Report, ShowsTheTargetAndTheLock) {
     EXPECT_PRED2(Contains, text(kTool, true), "\n  locked  yes\n");
     EXPECT_PRED2(Contains, text(shortcut, false),
                  "\n  target  C:\\Apps\\Tool.exe (does not exist)\n  locked  no\n");
+    EXPECT_PRED2(Contains, text(SavedShortcut(L"environment.lnk"), false),
+                 "notepad.exe (does not exist: environment variables are not expanded)\n");
     EXPECT_PRED2(Contains, text(SavedShortcut(L"document.lnk"), false),
                  "\n  target  none: document.lnk leads to C:\\Apps\\readme.txt, which is not a "
                  "program (.exe)\n  locked  no\n");
