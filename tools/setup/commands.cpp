@@ -28,11 +28,11 @@ void CheckSource(const std::wstring& source, const std::vector<std::wstring>& na
     }
 }
 
-// Throws Failure if `path` names what `isInTheWay` accepts, a file or a directory.
-void RequireFree(const std::wstring& path, bool (*isInTheWay)(const std::wstring&),
-                 const std::string& kind) {
-    if (isInTheWay(path)) {
-        throw Failure("Cannot create " + Quoted(path) + ": a " + kind +
+// Throws Failure if `path`, where a directory or a file is needed, names the other kind.
+void RequireFree(const std::wstring& path, bool needsDirectory) {
+    if (Exists(path) && IsFile(path) == needsDirectory) {
+        throw Failure("Cannot create " + Quoted(path) + ": a " +
+                      (needsDirectory ? "file" : "directory") +
                       " has this name. Rename it or choose another directory.");
     }
 }
@@ -63,10 +63,10 @@ std::string Install(const std::wstring& directory, const std::wstring& source) {
         return Register(directory);
     }
     for (const std::wstring& name : names) {
-        RequireFree(JoinPath(directory, name), IsDirectory, "directory");
+        RequireFree(JoinPath(directory, name), false);
     }
-    RequireFree(JoinPath(directory, L"Lang"), IsFile, "file");
-    RequireFree(directory, IsFile, "file");
+    RequireFree(JoinPath(directory, L"Lang"), true);
+    RequireFree(directory, true);
     MakeChange(directory, [&](const Change& change) {
         std::for_each(change.created.rbegin(), change.created.rend(), MakeDirectory);
         for (const std::wstring& name : names) {
