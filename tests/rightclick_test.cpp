@@ -19,7 +19,6 @@ TEST(Options, ParsesEveryOption) {
     const Options options =
         ParseOptions({L"--choose", L"--json", L"--log", L"--flags", L"1a", L"--verb", L"x",
                       L"--library", L"C:\\l.dll", L"C:/Apps\\a.exe", L"--", L"C:\\--b.exe"});
-    EXPECT_EQ(options.error, "");
     EXPECT_TRUE(options.choose && options.json && options.log);
     EXPECT_EQ(options.flags, 0x1AU);
     EXPECT_EQ(options.verb, L"x");
@@ -30,41 +29,33 @@ TEST(Options, ParsesEveryOption) {
 }
 
 TEST(Options, ChooseTheActionOrTellWhatIsWrong) {
-    const struct {
-        std::vector<std::wstring> arguments;
-        Action action;
-        const char* error;
-    } cases[] = {
-        {{L"--register", L"C:\\l.dll"}, Action::registerLibrary, ""},
-        {{L"--unregister", L"C:\\l.dll"}, Action::unregisterLibrary, ""},
-        {{L"--explain", L"C:\\a.exe"}, Action::explain, ""},
-        {{L"--version", L"--explain"}, Action::print, ""},
-        {{}, Action::print, "FILE is required"},
-        {{L"C:\\a.exe", L"--flags", L"xyz"}, Action::print, "number up to FFFFFFFF"},
-        {{L"--explain", L"C:\\a.exe", L"C:\\b.exe"}, Action::print, "takes exactly one FILE"},
-        {{L"--explain", L"--choose", L"C:\\a.exe"}, Action::print, "excludes"},
-        {{L"--popup", L"--choose", L"C:\\a.exe"}, Action::print, "excludes"},
-        {{L""}, Action::print, "FILE: is empty"},
-        {{L"--register", L"C:\\l.dll", L"C:\\a.exe"}, Action::print, "this option takes no FILE"},
-    };
-    for (const auto& [arguments, action, error] : cases) {
+    const auto expect = [](const std::vector<std::wstring>& arguments, Action action,
+                           const std::string& error = "") {
         const Options options = ParseOptions(arguments);
         EXPECT_EQ(options.action, action) << error;
-        EXPECT_EQ(options.error.empty(), std::string(error).empty()) << options.error;
+        EXPECT_EQ(options.error.empty(), error.empty()) << options.error;
         EXPECT_PRED2(Contains, options.error, error);
-    }
-    EXPECT_EQ(ParseOptions(cases[0].arguments).library, L"C:\\l.dll");
+    };
+    expect({L"--register", L"l.dll"}, Action::registerLibrary);
+    expect({L"--unregister", L"l.dll"}, Action::unregisterLibrary);
+    expect({L"--explain", L"a.exe"}, Action::explain);
+    expect({L"--version", L"--explain"}, Action::print);
+    expect({}, Action::print, "FILE is required");
+    expect({L""}, Action::print, "FILE: is empty");
+    expect({L"a.exe", L"--flags", L"xyz"}, Action::print, "hexadecimal number up to FFFFFFFF");
+    expect({L"a.exe", L"--flags", L"100000000"}, Action::print, "hexadecimal number");
+    expect({L"--explain", L"a.exe", L"b.exe"}, Action::print, "takes exactly one FILE");
+    expect({L"--explain", L"--choose", L"a.exe"}, Action::print, "excludes");
+    expect({L"--popup", L"--choose", L"a.exe"}, Action::print, "excludes");
+    expect({L"--register", L"l.dll", L"--json"}, Action::print, "excludes");
+    expect({L"--register", L"l.dll", L"a.exe"}, Action::print, "this option takes no FILE");
+    EXPECT_EQ(ParseOptions({L"--register", L"C:/l.dll"}).library, L"C:\\l.dll");
     EXPECT_PRED2(Contains, ParseOptions({L"--help"}).output, "Lock/Unlock item is missing");
 }
 
-Options Selecting(const std::vector<std::wstring>& files) {
-    Options options;
-    options.files = files;
-    return options;
-}
-
 TEST(Reason, IsInTheUsersTerms) {
-    Options options = Selecting({L"C:\\Apps\\Tool.exe"});
+    Options options;
+    options.files = {L"C:\\Apps\\Tool.exe"};
     Outcome outcome;
     outcome.library = L"C:\\x.dll";
     const auto expect = [&](const std::string& reason) {
@@ -101,7 +92,8 @@ TEST(Reason, IsInTheUsersTerms) {
 using Report = DriveTest;
 
 TEST_F(Report, PrintsTextAndJson) {
-    Options options = Selecting({L"C:\\\u5DE5\"\t.exe"});
+    Options options;
+    options.files = {L"C:\\\u5DE5\"\t.exe"};
     options.log = true;
     Outcome outcome;
     outcome.query = 1;
@@ -132,11 +124,13 @@ TEST_F(Report, PrintsTextAndJson) {
 TEST_F(Report, ShowsTheTargetAndTheLock) {
     Surroundings surroundings;
     surroundings.locked = true;
+    Options options;
     Outcome offered;
     offered.item = Item{L"Lock", L"verb", L"Help"};
     const auto expect = [&](const std::wstring& file, const std::string& text) {
+        options.files = {file};
         surroundings.target = ReadTarget(file);
-        EXPECT_PRED2(Contains, ReportAsText(Selecting({file}), offered, surroundings), text);
+        EXPECT_PRED2(Contains, ReportAsText(options, offered, surroundings), text);
     };
     expect(kTool, "\n  locked  yes\n");
     expect(SavedShortcut(L"tool.lnk"),
@@ -215,24 +209,16 @@ TEST_F(Log, TellsWhetherItCanBeWritten) {
 }
 
 TEST_F(Log, TellsWhatBecameOfThePrompt) {
-    const struct {
-        const char* message;
-        const char* state;
-        const char* words;
-    } cases[] = {
-        {"CreateProcess started (non-blocking)", "started", "the prompt was started"},
-        {"CreateProcess failed gle=5", "not started", "the prompt did not start: "},
-        {"Launch failed: KelvaroAuthPrompt/Kelvaro not found in C:\\K", "not found",
-         "no prompt was found in C:\\K"},
-        {"Launch failed: module dir empty", "not found", "did not return the DLL's path"},
-        {"CreateProcess: \"C:\\CreateProcess started.exe\"", "unknown", "the log does not tell"},
-    };
-    for (const auto& [message, state, words] : cases) {
-        const PromptResult result =
-            ReadPromptResult({"no time", std::string("[2026-11-25 18:00:00] ") + message});
+    const auto expect = [](const std::string& message, const char* state, const char* words) {
+        const auto result = ReadPromptResult({"no time", "[2026-11-25 18:00:00] " + message});
         EXPECT_STREQ(result.state, state) << message;
         EXPECT_PRED2(Contains, result.words, words);
-    }
+    };
+    expect("CreateProcess started (non-blocking)", "started", "the prompt was started");
+    expect("CreateProcess failed gle=5", "not started", "the prompt did not start: ");
+    expect("Launch failed: KelvaroAuthPrompt/Kelvaro not found in C:\\K", "not found", "in C:\\K");
+    expect("Launch failed: module dir empty", "not found", "did not return the DLL's path");
+    expect("CreateProcess: \"C:\\CreateProcess started.exe\"", "unknown", "does not tell");
 }
 
 }  // namespace
