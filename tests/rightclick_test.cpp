@@ -209,13 +209,15 @@ TEST_F(Log, TellsWhetherItCanBeWritten) {
 }
 
 TEST_F(Log, TellsWhatBecameOfThePrompt) {
-    const auto expect = [](const std::string& message, const char* state, const char* words) {
+    const auto expect = [](const std::string& message, const char* state,
+                           const std::string& words) {
         const auto result = ReadPromptResult({"no time", "[2026-11-25 18:00:00] " + message});
         EXPECT_STREQ(result.state, state) << message;
         EXPECT_PRED2(Contains, result.words, words);
     };
     expect("CreateProcess started (non-blocking)", "started", "the prompt was started");
-    expect("CreateProcess failed gle=5", "not started", "the prompt did not start: ");
+    expect("CreateProcess failed gle=5", "not started",
+           "the prompt did not start: " + DescribeError(ERROR_ACCESS_DENIED));
     expect("Launch failed: KelvaroAuthPrompt/Kelvaro not found in C:\\K", "not found", "in C:\\K");
     expect("Launch failed: module dir empty", "not found", "did not return the DLL's path");
     expect("CreateProcess: \"C:\\CreateProcess started.exe\"", "unknown", "does not tell");
