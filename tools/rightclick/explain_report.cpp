@@ -7,7 +7,6 @@
 
 #include "common/code_page.h"
 #include "common/file.h"
-#include "common/owners.h"
 #include "rightclick/explain.h"
 #include "rightclick/result_text.h"
 #include "rightclick/target.h"
@@ -47,19 +46,15 @@ std::string ExamineRuleFile(Json& json) {
         json["size"] = (uint64_t{data.nFileSizeHigh} << 32) | uint64_t{data.nFileSizeLow};
         json["changed"] = LocalTime(data.ftLastWriteTime);
     }
-    const kelvaro::ScopedHandle file(
-        CreateFileW(kelvaro::kRuleFilePath, GENERIC_READ,
-                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                    0, nullptr));
-    const DWORD error = GetLastError();
-    if (file) {
+    const auto error = OpenError(kelvaro::kRuleFilePath, GENERIC_READ);
+    if (!error) {
         return {};
     }
-    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+    if (*error == ERROR_FILE_NOT_FOUND) {
         json["exists"] = false;
         return "the rule file does not exist";
     }
-    return "the rule file cannot be read: " + DescribeError(error);
+    return "the rule file cannot be read: " + DescribeError(*error);
 }
 
 // Returns `text` with at least `width` characters and a blank.
@@ -109,8 +104,7 @@ class RuleText {
 
   private:
     void Add(const char* name, const std::string& text) {
-        text_ += "  " + Padded(label_, 9) + Padded(name, 8) + text + "\n";
-        label_.clear();
+        text_ += "  " + Padded(text_.empty() ? label_ : "", 9) + Padded(name, 8) + text + "\n";
     }
 
     void AddValue(const char* name, std::wstring_view value, std::wstring_view wanted,
@@ -157,20 +151,16 @@ class RuleText {
     std::string text_;
 };
 
-// Adds what the user should know about the selected file and its program.
-void AddNotes(Json& notes, const std::wstring& file, const std::wstring& program) {
-    for (const std::string& note : NotesOnFiles({file})) {
-        notes.push_back(note);
-    }
+// Returns what the user should know about the selected file and its program.
+std::vector<std::string> Notes(const std::wstring& file, const std::wstring& program) {
+    std::vector<std::string> notes = NotesOnFiles({file});
     if (const std::string rejected = ExplainSelection({file}); !rejected.empty()) {
         notes.push_back("there is no item: " + rejected);
     }
-    const std::string absence = ExplainAbsence(program);
-    if (StoresVariable(program)) {
-        notes.push_back("environment variables in the path are not expanded");
-    } else if (program != file && !absence.empty()) {
+    if (const std::string absence = ExplainAbsence(program); program != file && !absence.empty()) {
         notes.push_back(FileName(program) + " " + absence);
     }
+    return notes;
 }
 
 }  // namespace
@@ -190,7 +180,7 @@ Json ExplainFile(const std::wstring& file) {
         return json;
     }
     json["target"] = Utf8FromWide(target.program);
-    AddNotes(json["notes"], file, target.program);
+    json["notes"] = Notes(file, target.program);
     kelvaro::FileBytes rules;
     if (problem.empty()) {
         rules = kelvaro::ReadFileBytes(kelvaro::kRuleFilePath);

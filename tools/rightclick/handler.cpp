@@ -2,12 +2,10 @@
 
 #include <objbase.h>
 
-#include <iterator>
-
 #include "common/code_page.h"
 #include "common/owners.h"
-#include "common/text.h"
-#include "rightclick/platform_text.h"
+#include "menu/shortcut_target.h"
+#include "rightclick/platform.h"
 
 namespace rightclick {
 namespace {
@@ -37,13 +35,6 @@ std::wstring ReadClassValue(const std::wstring& path) {
     return own.empty() ? ReadDefaultValue(HKEY_CLASSES_ROOT, path) : own;
 }
 
-// Returns the library of a class, without the double quotes that COM ignores.
-std::wstring ReadLibrary(const std::wstring& clsid) {
-    std::wstring library = ReadClassValue(L"CLSID\\" + clsid + L"\\InprocServer32");
-    std::erase(library, L'"');
-    return library;
-}
-
 std::wstring ReadHandler(const std::wstring& fileClass) {
     return ReadClassValue(fileClass + L"\\shellex\\ContextMenuHandlers\\VorandelKelvaro");
 }
@@ -70,45 +61,41 @@ std::wstring ClsidText(const CLSID& clsid) {
 }
 
 std::wstring ClassOfFile(const std::wstring& file) {
-    const std::wstring name = file.substr(file.find_last_of(L"\\/") + 1);
-    const size_t dot = name.rfind(L'.');
-    if (dot == std::wstring::npos) {
+    const size_t dot = file.find_last_of(L".\\/");
+    if (dot == std::wstring::npos || file[dot] != L'.') {
         return {};
     }
-    const std::wstring extension = kelvaro::ToLower(name.substr(dot));
-    std::wstring known = ReadClassValue(extension);
-    if (known.empty() && extension == L".exe") {
-        known = kProgramClass;
-    }
-    if (known.empty() && extension == L".lnk") {
-        known = kShortcutClass;
-    }
-    return known;
+    const std::wstring known = ReadClassValue(file.substr(dot));
+    const kelvaro::FileKind kind = kelvaro::KindOfFile(file);
+    return !known.empty()                        ? known
+           : kind == kelvaro::FileKind::program  ? kProgramClass
+           : kind == kelvaro::FileKind::shortcut ? kShortcutClass
+                                                 : L"";
 }
 
-Registration FindRegistration(const std::wstring& fileClass) {
+std::optional<Handler> FindHandler(const std::wstring& fileClass, std::string* problem) {
     const std::wstring clsid = ReadHandler(fileClass);
-    if (clsid.empty()) {
-        return {{}, ExplainNoHandler(fileClass)};
-    }
     const std::string name = Utf8FromWide(fileClass);
     Handler handler = {};
-    if (FAILED(CLSIDFromString(clsid.c_str(), &handler.clsid))) {
-        return {{},
-                "\"" + Utf8FromWide(clsid) + "\" is registered for " + name +
-                    "; it is not a class identifier" + kHowToRegister};
+    std::string reason;
+    if (clsid.empty()) {
+        reason = ExplainNoHandler(fileClass);
+    } else if (FAILED(CLSIDFromString(clsid.c_str(), &handler.clsid))) {
+        reason = "\"" + Utf8FromWide(clsid) + "\" is registered for " + name +
+                 "; it is not a class identifier" + kHowToRegister;
+    } else {
+        handler.library = ReadClassValue(L"CLSID\\" + clsid + L"\\InprocServer32");
+        std::erase(handler.library, L'"');  // COM ignores them
+        if (!handler.library.empty()) {
+            return handler;
+        }
+        reason = "the class " + Utf8FromWide(clsid) + " is registered for " + name +
+                 ", but without a library" + kHowToRegister;
     }
-    handler.library = ReadLibrary(clsid);
-    if (handler.library.empty()) {
-        return {{},
-                "the class " + Utf8FromWide(clsid) + " is registered for " + name +
-                    ", but without a library" + kHowToRegister};
+    if (problem != nullptr) {
+        *problem = reason;
     }
-    return {handler, {}};
-}
-
-std::optional<Handler> FindHandler(const std::wstring& fileClass) {
-    return FindRegistration(fileClass).handler;
+    return {};
 }
 
 }  // namespace rightclick

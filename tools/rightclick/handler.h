@@ -13,12 +13,6 @@ struct Handler {
     std::wstring library;
 };
 
-// The result of looking for the extension in the registry.
-struct Registration {
-    std::optional<Handler> handler;
-    std::string problem;  // why there is no handler
-};
-
 // Continues every message about a registration that is missing or wrong.
 inline constexpr char kHowToRegister[] =
     "; to register the extension, run as this user and not elevated: rightclick --register LIBRARY";
@@ -30,10 +24,8 @@ std::wstring ClsidText(const CLSID& clsid);
 // its extension is not registered.
 std::wstring ClassOfFile(const std::wstring& file);
 
-// Returns the handler of this extension that is registered for `fileClass`.
-Registration FindRegistration(const std::wstring& fileClass);
-
-// Returns the handler of FindRegistration.
-std::optional<Handler> FindHandler(const std::wstring& fileClass);
+// Returns the handler of this extension that is registered for `fileClass`. If there is none,
+// stores the reason in `*problem`.
+std::optional<Handler> FindHandler(const std::wstring& fileClass, std::string* problem = nullptr);
 
 }  // namespace rightclick

@@ -2,7 +2,11 @@
 
 #include <windows.h>
 
+#include <objbase.h>
+
 #include <string>
+
+#include "common/result.h"
 
 namespace rightclick {
 
@@ -10,7 +14,11 @@ namespace rightclick {
 class Library {
   public:
     explicit Library(const std::wstring& file) : module_(LoadLibraryW(file.c_str())) {}
-    ~Library();
+    ~Library() {
+        if (IsLoaded()) {
+            FreeLibrary(module_);
+        }
+    }
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
 
@@ -30,6 +38,11 @@ class Library {
 // Loads the library `file` and calls its export `name` ("DllRegisterServer" or
 // "DllUnregisterServer"), as regsvr32 does. Returns the result of the call, or the error that
 // prevented it.
-HRESULT CallRegistration(const std::wstring& file, const char* name);
+inline HRESULT CallRegistration(const std::wstring& file, const char* name) {
+    const Library library(file);
+    const auto call =
+        library.IsLoaded() ? library.Export<HRESULT(STDMETHODCALLTYPE*)()>(name) : nullptr;
+    return call == nullptr ? kelvaro::FailureFromWin32(GetLastError()) : call();
+}
 
 }  // namespace rightclick

@@ -1,22 +1,17 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace rightclick {
 
-// Reads the lines that any process adds to the log from the construction of an object on.
-class LogReader {
-  public:
-    LogReader();
+// Returns the size of the log in bytes. 0 if it cannot be read.
+size_t LogSize();
 
-    // Returns the lines as UTF-8, without line ends.
-    std::vector<std::string> NewLines() const;
-
-  private:
-    uint64_t begin_;
-};
+// Returns the lines from the byte `begin` of the log on, by any process, as UTF-8 without line
+// ends. All lines of a log that is shorter: it is a new one.
+std::vector<std::string> LogLinesFrom(size_t begin);
 
 // Returns why the log cannot be written. Empty if it can. Does not create it.
 std::string ExplainUnwritableLog();

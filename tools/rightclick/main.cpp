@@ -10,8 +10,8 @@
 #include "rightclick/handler.h"
 #include "rightclick/library.h"
 #include "rightclick/log_lines.h"
-#include "rightclick/menu_screen.h"
 #include "rightclick/options.h"
+#include "rightclick/platform.h"
 #include "rightclick/report.h"
 #include "rightclick/result_text.h"
 #include "rightclick/right_click.h"
@@ -25,15 +25,6 @@ namespace {
 constexpr int kOffered = 0;
 constexpr int kNothingOffered = 1;
 constexpr int kWrongUsage = 2;
-
-// Initialises COM for the calling thread, as the shell does for its threads.
-class ComApartment {
-  public:
-    ComApartment() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
-    ~ComApartment() { CoUninitialize(); }
-    ComApartment(const ComApartment&) = delete;
-    ComApartment& operator=(const ComApartment&) = delete;
-};
 
 int FailUsage(const std::string& what) {
     console::Print(stderr, "rightclick: " + what);
@@ -49,33 +40,23 @@ int ChangeRegistration(const Options& options) {
 }
 
 // Returns the library of the command line, or the registered handler.
-Registration ChooseHandler(const Options& options) {
+std::optional<Handler> ChooseHandler(const Options& options, std::string& problem) {
     if (!options.library.empty()) {
-        return {Handler{kelvaro::kShellExtClsid, options.library}, {}};
+        return Handler{kelvaro::kShellExtClsid, options.library};
     }
     const std::wstring& file = options.files.front();
-    Registration found = FindRegistration(ClassOfFile(file));
+    auto handler = FindHandler(ClassOfFile(file), &problem);
     // The shell does not load the extension for other files. Then the file is the reason, not the
     // registration.
-    if (!found.handler && kelvaro::KindOfFile(file) == kelvaro::FileKind::other) {
-        found = FindRegistration(L"exefile");
-        found.problem = found.handler ? "" : ExplainSelection(options.files);
+    if (!handler && kelvaro::KindOfFile(file) == kelvaro::FileKind::other) {
+        handler = FindHandler(L"exefile", &problem);
+        problem = handler ? "" : ExplainSelection(options.files);
     }
-    return found;
-}
-
-// Returns what is wrong if the extension added no line to the log. Empty if it did not run.
-std::string NoteOnLog(const Outcome& outcome) {
-    if (FAILED(outcome.load)) {
-        return {};
-    }
-    const std::string problem = ExplainUnwritableLog();
-    return problem.empty() ? "no line was added to the log"
-                           : "the log cannot be written: " + problem;
+    return handler;
 }
 
 int ReportRightClick(const Options& options, bool colour) {
-    if (options.popup && !MenuScreen::IsThere()) {
+    if (options.popup && !HasScreen()) {
         return FailUsage("--popup needs the Windows program and a screen\n");
     }
     Surroundings surroundings;
@@ -85,18 +66,17 @@ int ReportRightClick(const Options& options, bool colour) {
         surroundings.target = ReadTarget(options.files.front());
         surroundings.locked = kelvaro::IsTargetLocked(surroundings.target->program);
     }
-    const auto [handler, problem] = ChooseHandler(options);
-    surroundings.problem = problem;
-    const LogReader log;
+    const auto handler = ChooseHandler(options, surroundings.problem);
+    const size_t logSize = LogSize();
     const Outcome outcome = handler ? RightClick(*handler, options) : Outcome{};
-    const std::vector<std::string> logLines = log.NewLines();
-    if (const std::string note = NoteOnLog(outcome); logLines.empty() && !note.empty()) {
-        surroundings.notes.push_back(note);
+    surroundings.logLines = LogLinesFrom(logSize);
+    if (surroundings.logLines.empty() && SUCCEEDED(outcome.load)) {
+        const std::string unwritable = ExplainUnwritableLog();
+        surroundings.notes.push_back(unwritable.empty()
+                                         ? "no line was added to the log"
+                                         : "the log cannot be written: " + unwritable);
     }
-    if (options.log) {
-        surroundings.logLines = logLines;
-    }
-    console::Print(stdout, options.json ? ReportAsJson(options, outcome, surroundings)
+    console::Print(stdout, options.json ? ReportAsJson(options, outcome, surroundings).dump() + "\n"
                                         : ReportAsText(options, outcome, surroundings));
     if (!handler) {
         return kWrongUsage;
@@ -136,6 +116,8 @@ int main() {
     const console::Session session;
     std::vector<std::wstring> arguments = console::Arguments();
     arguments.erase(arguments.begin());
-    const rightclick::ComApartment apartment;
-    return rightclick::Run(rightclick::ParseOptions(arguments), session.HasColours());
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);  // as the shell does for its threads
+    const int status = rightclick::Run(rightclick::ParseOptions(arguments), session.HasColours());
+    CoUninitialize();
+    return status;
 }

@@ -1,12 +1,11 @@
 #include "rightclick/name_search.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <charconv>
 
 #include "common/code_page.h"
-#include "rightclick/platform_text.h"
+#include "rightclick/platform.h"
 #include "rightclick/result_text.h"
 #include "rules/anchor_search.h"
 
@@ -15,14 +14,10 @@ namespace {
 
 constexpr wchar_t kMalformed = 0xFFFD;
 
-// The bytes that can be before a file name, as a table for speed.
-constexpr auto kBeforeName = [] {
-    std::array<bool, 256> table = {};
-    for (const char byte : std::string_view("\"'\\/:")) {
-        table[static_cast<unsigned char>(byte)] = true;
-    }
-    return table;
-}();
+// Returns whether `byte` can be before a file name.
+bool IsBeforeName(char byte) noexcept {
+    return byte == '"' || byte == '\'' || byte == '\\' || byte == '/' || byte == ':';
+}
 
 // Accepts a byte or a UTF-16 unit.
 constexpr auto IsAscii = [](auto unit) { return static_cast<unsigned>(unit) < 0x80; };
@@ -98,7 +93,7 @@ bool NameSearch::IsAtStartOf(std::string_view text) const {
 
 bool NameSearch::IsIn(std::string_view text) const {
     for (size_t at = 0; at < text.size(); ++at) {
-        if (kBeforeName[static_cast<unsigned char>(text[at])] && IsAtStartOf(text.substr(at + 1))) {
+        if (IsBeforeName(text[at]) && IsAtStartOf(text.substr(at + 1))) {
             return true;
         }
     }

@@ -2,31 +2,12 @@
 #include <cwctype>
 
 #include "rightclick/drop_list.h"
-#include "rightclick/menu_screen.h"
-#include "rightclick/platform_text.h"
+#include "rightclick/platform.h"
 #include "rightclick/selection.h"
 
 // What only Windows has: a screen, the shell's data objects, and environment variables in paths.
 
 namespace rightclick {
-
-MenuScreen::~MenuScreen() = default;
-
-bool MenuScreen::IsThere() {
-    return false;
-}
-
-std::optional<UINT> MenuScreen::Show(HMENU /*menu*/) {
-    return std::nullopt;
-}
-
-Selection MakeSelection(const std::vector<std::wstring>& files) {
-    return {MakeDropListObject(files), false};
-}
-
-std::wstring ExpandVariables(const std::wstring& text) {
-    return text;
-}
 
 std::wstring LowerCase(std::wstring_view text) {
     // The C locale, which the process keeps, has no letters beyond ASCII.
@@ -36,6 +17,22 @@ std::wstring LowerCase(std::wstring_view text) {
         unit = static_cast<wchar_t>(towlower_l(static_cast<wint_t>(unit), unicode));
     }
     return lowered;
+}
+
+std::wstring ExpandVariables(const std::wstring& text) {
+    return text;
+}
+
+bool HasScreen() {
+    return false;
+}
+
+std::optional<UINT> ShowMenu(HMENU /*menu*/, HWND& /*owner*/) {
+    return std::nullopt;
+}
+
+Selection MakeSelection(const std::vector<std::wstring>& files) {
+    return {MakeDropListObject(files), false};
 }
 
 }  // namespace rightclick

@@ -10,22 +10,16 @@
 namespace rightclick {
 namespace {
 
-struct KnownResult {
+// Results for which the system has no text, or a vague one.
+constexpr struct {
     HRESULT result;
     const char* words;
-};
-
-// Results that have a name of their own in the SDK.
-constexpr KnownResult kKnown[] = {
+} kKnown[] = {
     {S_OK, "S_OK: done"},
     {S_FALSE, "S_FALSE: succeeded without effect"},
     {E_FAIL, "E_FAIL: failed"},
     {E_INVALIDARG, "E_INVALIDARG: invalid argument"},
     {E_OUTOFMEMORY, "E_OUTOFMEMORY: not enough memory"},
-    {E_NOINTERFACE, "E_NOINTERFACE: interface not supported"},
-    {E_POINTER, "E_POINTER: invalid pointer"},
-    {CLASS_E_NOAGGREGATION, "CLASS_E_NOAGGREGATION: aggregation not supported"},
-    {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE: the library does not have this class"},
 };
 
 bool IsSystemError(HRESULT result) noexcept {
@@ -55,18 +49,14 @@ bool IsIn(const Range (&ranges)[Count], wchar_t unit) noexcept {
     });
 }
 
-bool IsHighSurrogate(wchar_t unit) noexcept {
-    return unit >= 0xD800 && unit <= 0xDBFF;
+bool IsSurrogate(wchar_t unit) noexcept {
+    return unit >= 0xD800 && unit <= 0xDFFF;
 }
 
-bool IsLowSurrogate(wchar_t unit) noexcept {
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-void AppendCodePoint(std::string& text, wchar_t unit) {
-    text += "<U+";
-    kelvaro::AppendNumber(text, static_cast<uint32_t>(unit), 16, 4);
-    text += '>';
+// Returns whether `text` begins with a surrogate pair.
+bool StartsWithPair(std::wstring_view text) noexcept {
+    return text.size() > 1 && IsSurrogate(text[0]) && text[0] < 0xDC00 && IsSurrogate(text[1]) &&
+           text[1] >= 0xDC00;
 }
 
 }  // namespace
@@ -87,23 +77,27 @@ std::string SystemText(HRESULT result) {
     if (words.ends_with('.')) {
         words.pop_back();
     }
+    constexpr std::string_view kInsertion = "%1";
+    if (const size_t at = words.find(kInsertion); at != std::string::npos) {
+        words.replace(at, kInsertion.size(), "it");
+    }
     return words;
 }
 
 std::string DescribeResult(HRESULT result) {
-    for (const auto& [known, words] : kKnown) {
-        if (known == result) {
-            return HexResult(result) + " (" + words + ")";
-        }
-    }
-    const std::string words = SystemText(result);
+    const auto* const known = std::find_if(std::begin(kKnown), std::end(kKnown),
+                                           [&](const auto& row) { return row.result == result; });
+    const std::string words = known == std::end(kKnown) ? SystemText(result) : known->words;
     return words.empty() ? HexResult(result) : HexResult(result) + " (" + words + ")";
 }
 
-std::string DescribeError(DWORD error) {
-    const HRESULT result = kelvaro::FailureFromWin32(error);
+std::string DescribeFailure(HRESULT result) {
     const std::string words = SystemText(result);
     return words.empty() ? HexResult(result) : words + " (" + HexResult(result) + ")";
+}
+
+std::string DescribeError(DWORD error) {
+    return DescribeFailure(kelvaro::FailureFromWin32(error));
 }
 
 bool IsUnseen(wchar_t unit) noexcept {
@@ -114,13 +108,13 @@ std::string Printable(std::wstring_view text) {
     std::string printable;
     for (size_t at = 0; at < text.size(); ++at) {
         const wchar_t unit = text[at];
-        const wchar_t next = at + 1 < text.size() ? text[at + 1] : L'\0';
         const bool end = at == 0 || at + 1 == text.size();
-        if (IsHighSurrogate(unit) && IsLowSurrogate(next)) {
+        if (StartsWithPair(text.substr(at))) {
             printable += kelvaro::Utf8FromWide(text.substr(at++, 2));
-        } else if (IsUnseen(unit) || IsHighSurrogate(unit) || IsLowSurrogate(unit) ||
-                   (unit == L' ' && end)) {
-            AppendCodePoint(printable, unit);
+        } else if (IsUnseen(unit) || IsSurrogate(unit) || (unit == L' ' && end)) {
+            printable += "<U+";
+            kelvaro::AppendNumber(printable, static_cast<uint32_t>(unit), 16, 4);
+            printable += '>';
         } else {
             printable += kelvaro::Utf8FromWide({&unit, 1});
         }

@@ -10,14 +10,17 @@ namespace rightclick {
 // Returns `result` in hexadecimal and in words: "0x80004005 (E_FAIL: failed)".
 std::string DescribeResult(HRESULT result);
 
-// Returns the system's text for `result`, without its full stop: "Access is denied". Empty if the
-// system has no text for it.
+// Returns the system's text for `result`, without its full stop: "Access is denied". Its insertion,
+// a file name, becomes "it". Empty if the system has no text for it.
 std::string SystemText(HRESULT result);
 
 // Returns `result` in hexadecimal: "0x80070057".
 std::string HexResult(HRESULT result);
 
-// Returns the text for the system error code `error`, then the HRESULT in brackets.
+// Returns the system's text for `result`, then the number: "Access is denied (0x80070005)".
+std::string DescribeFailure(HRESULT result);
+
+// Returns the same for the system error code `error`.
 std::string DescribeError(DWORD error);
 
 // Returns whether nobody sees `unit`: a control or format character, or white space other than a

@@ -7,7 +7,7 @@
 #include "common/result.h"
 #include "rightclick/library.h"
 #include "rightclick/log_lines.h"
-#include "rightclick/menu_screen.h"
+#include "rightclick/platform.h"
 #include "rightclick/popup_menu.h"
 #include "rightclick/selection.h"
 #include "server/exports.h"
@@ -74,17 +74,15 @@ void UseMenu(IContextMenu& handler, const Options& options, Outcome& outcome) {
     }
     HWND owner = nullptr;
     bool chosen = options.verb || (options.choose && outcome.item);
-    MenuScreen screen;
     if (options.popup) {
-        const auto shown = screen.Show(popup.Handle());
+        const auto shown = ShowMenu(popup.Handle(), owner);
         chosen = shown && *shown >= kFirstId && *shown <= kLastId;
         command = chosen ? *shown - kFirstId : command;
-        owner = screen.Owner();
     }
     if (chosen) {
-        const LogReader log;
+        const size_t logSize = LogSize();
         outcome.invoke = Choose(handler, options, command, owner);
-        outcome.invokeLog = log.NewLines();
+        outcome.invokeLog = LogLinesFrom(logSize);
     }
 }
 

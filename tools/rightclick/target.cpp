@@ -1,9 +1,8 @@
 #include "rightclick/target.h"
 
-#include <windows.h>
-
 #include "common/code_page.h"
 #include "common/file.h"
+#include "common/owners.h"
 
 namespace rightclick {
 
@@ -24,7 +23,7 @@ std::string ExplainSelection(const std::vector<std::wstring>& files) {
                " files are selected; the extension takes exactly one";
     }
     const std::wstring& file = files.front();
-    if (kelvaro::KindOfFile(file) == kelvaro::FileKind::other) {
+    if (kelvaro::KindOfFile(file) == FileKind::other) {
         return ExplainNoProgram(file, {});
     }
     if (file.size() >= MAX_PATH) {
@@ -35,9 +34,6 @@ std::string ExplainSelection(const std::vector<std::wstring>& files) {
 }
 
 std::string ExplainNoProgram(const std::wstring& file, const Target& target) {
-    if (!target.program.empty()) {
-        return {};
-    }
     const std::string name = FileName(file);
     if (target.kind == FileKind::other) {
         return name + " is neither a program (.exe) nor a shortcut (.lnk)";
@@ -55,27 +51,30 @@ std::string ExplainNoProgram(const std::wstring& file, const Target& target) {
     return name + " leads to " + Utf8FromWide(target.stored) + ", which is not a program (.exe)";
 }
 
-bool StoresVariable(const std::wstring& path) {
-    size_t begin = path.find(L'%');
-    while (begin != std::wstring::npos) {
-        const size_t end = path.find_first_of(L"%\\/", begin + 1);
-        if (end != std::wstring::npos && path[end] == L'%' && end > begin + 1) {
-            return !kelvaro::PathExists(path.c_str());
-        }
-        begin = path.find(L'%', begin + 1);
-    }
-    return false;
-}
-
 std::string ExplainAbsence(const std::wstring& path) {
     if (kelvaro::PathExists(path.c_str())) {
         return {};
     }
     const bool known = GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
     const DWORD error = GetLastError();
-    return known || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND
-               ? "does not exist"
-               : "cannot be found or accessed";
+    if (!known && error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND) {
+        return "cannot be found or accessed";
+    }
+    const size_t begin = path.find(L'%');
+    const size_t end = path.find_first_of(L"%\\/", begin + 1);
+    const bool namesVariable = begin != std::wstring::npos && end != std::wstring::npos &&
+                               path[end] == L'%' && end > begin + 1;
+    return namesVariable ? "does not exist: environment variables are not expanded"
+                         : "does not exist";
+}
+
+std::optional<DWORD> OpenError(const wchar_t* path, DWORD access) {
+    const kelvaro::ScopedHandle file(
+        CreateFileW(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const DWORD error = GetLastError();
+    return file ? std::nullopt
+                : std::optional(error == ERROR_PATH_NOT_FOUND ? ERROR_FILE_NOT_FOUND : error);
 }
 
 std::vector<std::string> NotesOnFiles(const std::vector<std::wstring>& files) {

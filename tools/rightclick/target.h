@@ -1,5 +1,8 @@
 #pragma once
 
+#include <windows.h>
+
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,16 +24,16 @@ Target ReadTarget(const std::wstring& file);
 // it or for a reason that the files do not show.
 std::string ExplainSelection(const std::vector<std::wstring>& files);
 
-// Returns why `target`, the target of `file`, has no program. Empty if it has one.
+// Returns why `target`, the target of `file`, has no program.
 std::string ExplainNoProgram(const std::wstring& file, const Target& target);
-
-// Returns whether `path` contains the name of an environment variable, as shortcuts can store it.
-// False if a file has this name.
-bool StoresVariable(const std::wstring& path);
 
 // Returns why there is no file or folder at `path`: that it does not exist, or that Windows does
 // not tell. Empty if there is one.
 std::string ExplainAbsence(const std::wstring& path);
+
+// Opens the file at `path` for `access`. Returns the system error code of a failure; std::nullopt
+// on success. A file in a missing folder counts as ERROR_FILE_NOT_FOUND.
+std::optional<DWORD> OpenError(const wchar_t* path, DWORD access);
 
 // Returns what is unusual about `files` for a right-click: Explorer does not show them, or not as
 // files.

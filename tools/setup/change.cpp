@@ -76,9 +76,7 @@ class Journal {
 
   private:
     static void Check(LSTATUS status) {
-        SetLastError(static_cast<DWORD>(status));
-        Require(status == ERROR_SUCCESS, "change",
-                std::wstring(L"HKEY_CURRENT_USER\\") + kBackupKey);
+        RequireStatus(status, "change", std::wstring(L"HKEY_CURRENT_USER\\") + kBackupKey);
     }
 
     kelvaro::ScopedKey key_;
@@ -217,10 +215,8 @@ bool UndoUnfinishedChange() {
 }
 
 void RestoreRenamedLibrary(const std::wstring& directory) {
-    const bool registered = std::any_of(std::begin(kRoots), std::end(kRoots),
-                                        [&](HKEY root) { return IsRegistered(root, directory); });
     const std::wstring library = kelvaro::JoinPath(directory, kLibraryName);
-    if (!registered || Exists(library)) {
+    if (!IsRegistered(directory) || Exists(library)) {
         return;
     }
     unsigned long latest = 0;

@@ -60,16 +60,9 @@ std::vector<std::wstring> SplitCommandLine(std::wstring_view commandLine) {
     return arguments;
 }
 
-Options ParseOptions(const std::vector<std::wstring>& arguments) {
+Options ParseOptions(std::vector<std::wstring> words) {
     Options options;
-    std::vector<std::wstring> words;
-    for (const std::wstring& argument : arguments) {
-        if (argument == L"--quiet") {
-            options.quiet = true;
-        } else {
-            words.push_back(argument);
-        }
-    }
+    options.quiet = std::erase(words, L"--quiet") > 0;
     if (words.empty()) {
         options.error = "a command is missing";
         return options;
@@ -96,24 +89,6 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
         options.directory = options.error.empty() ? FullPath(words[1]) : L"";
     }
     return options;
-}
-
-std::string HelpText() {
-    return R"(Installs the Kelvaro shell extension for the current user.
-
-setup install DIRECTORY    copies KelvaroShellExt.dll and its language files from
-                           beside this program to DIRECTORY and registers the DLL;
-                           also updates an installed version
-setup uninstall DIRECTORY  removes the registration and these files
-setup register             registers the DLL beside this program
-setup unregister           removes its registration
-
---quiet    prints errors only
---version  prints the version
---help     prints this text
-
-Exit status: 0 done, 1 failed and nothing changed, 2 wrong usage.
-)";
 }
 
 }  // namespace setup

@@ -20,10 +20,24 @@ struct Options {
 // runtime would make the quotation mark and all that follows a part of the argument.
 std::vector<std::wstring> SplitCommandLine(std::wstring_view commandLine);
 
-// Parses the arguments after the program's name.
-Options ParseOptions(const std::vector<std::wstring>& arguments);
+// Parses `words`, the arguments after the program's name.
+Options ParseOptions(std::vector<std::wstring> words);
 
-// Returns the text of --help.
-std::string HelpText();
+// The text of --help.
+inline constexpr char kHelp[] = R"(Installs the Kelvaro shell extension for the current user.
+
+setup install DIRECTORY    copies KelvaroShellExt.dll and its language files from
+                           beside this program to DIRECTORY and registers the DLL;
+                           also updates an installed version
+setup uninstall DIRECTORY  removes the registration and these files
+setup register             registers the DLL beside this program
+setup unregister           removes its registration
+
+--quiet    prints errors only
+--version  prints the version
+--help     prints this text
+
+Exit status: 0 done, 1 failed and nothing changed, 2 wrong usage.
+)";
 
 }  // namespace setup

@@ -19,11 +19,6 @@ namespace {
 
 using kelvaro::JoinPath;
 
-bool IsRegisteredIn(const std::wstring& directory) {
-    return std::any_of(std::begin(kRoots), std::end(kRoots),
-                       [&](HKEY root) { return IsRegistered(root, directory); });
-}
-
 void CheckSource(const std::wstring& source, const std::vector<std::wstring>& names) {
     for (const std::wstring& name : names) {
         if (!IsFile(JoinPath(source, name))) {
@@ -33,11 +28,11 @@ void CheckSource(const std::wstring& source, const std::vector<std::wstring>& na
     }
 }
 
-// Throws Failure if `path` names what `isInTheWay` accepts, a file or a directory.
-void RequireFree(const std::wstring& path, bool (*isInTheWay)(const std::wstring&),
-                 const std::string& kind) {
-    if (isInTheWay(path)) {
-        throw Failure("Cannot create " + Quoted(path) + ": a " + kind +
+// Throws Failure if `path`, where a directory or a file is needed, names the other kind.
+void RequireFree(const std::wstring& path, bool needsDirectory) {
+    if (Exists(path) && IsFile(path) == needsDirectory) {
+        throw Failure("Cannot create " + Quoted(path) + ": a " +
+                      (needsDirectory ? "file" : "directory") +
                       " has this name. Rename it or choose another directory.");
     }
 }
@@ -46,7 +41,7 @@ void RequireFree(const std::wstring& path, bool (*isInTheWay)(const std::wstring
 void RegisterLibrary(const std::wstring& directory) {
     const std::wstring library = JoinPath(directory, kLibraryName);
     LoadLibraryApart(library, true);
-    if (!IsRegisteredIn(directory)) {
+    if (!IsRegistered(directory)) {
         throw Failure(
             "Cannot register " + Quoted(library) +
             ": the DLL reports success but is not registered. Use another version of it.");
@@ -68,10 +63,10 @@ std::string Install(const std::wstring& directory, const std::wstring& source) {
         return Register(directory);
     }
     for (const std::wstring& name : names) {
-        RequireFree(JoinPath(directory, name), IsDirectory, "directory");
+        RequireFree(JoinPath(directory, name), false);
     }
-    RequireFree(JoinPath(directory, L"Lang"), IsFile, "file");
-    RequireFree(directory, IsFile, "file");
+    RequireFree(JoinPath(directory, L"Lang"), true);
+    RequireFree(directory, true);
     MakeChange(directory, [&](const Change& change) {
         std::for_each(change.created.rbegin(), change.created.rend(), MakeDirectory);
         for (const std::wstring& name : names) {
@@ -90,7 +85,7 @@ std::string Install(const std::wstring& directory, const std::wstring& source) {
            " and registered it for the current user. Right-click a program to see it.\n";
 }
 
-// Removes the registration of `directory` and the files `names` in it.
+// Removes the registration of `directory` and, if `removesFiles` is set, the files in it.
 std::string Remove(const std::wstring& directory, bool removesFiles) {
     std::string report;
     std::string others;
@@ -125,19 +120,6 @@ std::string Remove(const std::wstring& directory, bool removesFiles) {
     return report + others;
 }
 
-std::string Run(const Options& options, const std::wstring& target, const std::wstring& source) {
-    switch (options.action) {
-        case Action::install:
-            return Install(target, source);
-        case Action::registerLibrary:
-            return Register(target);
-        case Action::uninstall:
-            return Remove(target, true);
-        default:
-            return Remove(target, false);
-    }
-}
-
 }  // namespace
 
 std::string RunCommand(const Options& options, const std::wstring& source) {
@@ -148,7 +130,10 @@ std::string RunCommand(const Options& options, const std::wstring& source) {
     }
     RestoreRenamedLibrary(target);
     DeleteOldFiles(target);
-    report += Run(options, target, source);
+    report += options.action == Action::install ? Install(target, source)
+              : options.action == Action::registerLibrary
+                  ? Register(target)
+                  : Remove(target, options.action == Action::uninstall);
     for (const std::wstring& file : DeleteOldFiles(target)) {
         report += "A program still uses " + Quoted(file) +
                   ". Run setup again when it has ended to delete the file.\n";

@@ -28,17 +28,19 @@ std::string Quoted(const std::wstring& text) {
     return '"' + rightclick::Printable(text) + '"';
 }
 
-Failure SystemFailure(const std::string& action, const std::wstring& name, DWORD error) {
-    const std::string words = rightclick::SystemText(HRESULT_FROM_WIN32(error));
-    return Failure("Cannot " + action + ' ' + Quoted(name) + ": " +
-                   (words.empty() ? "error " + std::to_string(error) : words) + ". " +
-                   Advice(error));
+void Require(bool success, const std::string& action, const std::wstring& name) {
+    const DWORD error = GetLastError();
+    if (!success) {
+        const std::string words = rightclick::SystemText(HRESULT_FROM_WIN32(error));
+        throw Failure("Cannot " + action + ' ' + Quoted(name) + ": " +
+                      (words.empty() ? "error " + std::to_string(error) : words) + ". " +
+                      Advice(error));
+    }
 }
 
-void Require(bool success, const std::string& action, const std::wstring& name) {
-    if (!success) {
-        throw SystemFailure(action, name, GetLastError());
-    }
+void RequireStatus(LSTATUS status, const std::string& action, const std::wstring& name) {
+    SetLastError(static_cast<DWORD>(status));
+    Require(status == ERROR_SUCCESS, action, name);
 }
 
 }  // namespace setup

@@ -23,11 +23,12 @@ class Failure : public std::runtime_error {
 // Returns `text` as UTF-8 in double quotes, with control characters made visible.
 std::string Quoted(const std::wstring& text);
 
-// Returns the failure of `action` ("write", "rename") on the file, directory or registry key `name`
-// with the system error code `error`: the system's text and what the user can do.
-Failure SystemFailure(const std::string& action, const std::wstring& name, DWORD error);
-
-// Throws SystemFailure with the error code of the calling thread unless `success`.
+// Throws Failure unless `success`: that `action` ("write", "rename") failed on the file, directory
+// or registry key `name`, the system's text for the error code of the calling thread and what the
+// user can do.
 void Require(bool success, const std::string& action, const std::wstring& name);
+
+// Does the same unless `status`, the result of a call for the registry, is ERROR_SUCCESS.
+void RequireStatus(LSTATUS status, const std::string& action, const std::wstring& name);
 
 }  // namespace setup

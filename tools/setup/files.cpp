@@ -64,10 +64,6 @@ bool IsFile(const std::wstring& path) {
     return (Attributes(path) & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-bool IsDirectory(const std::wstring& path) {
-    return Exists(path) && !IsFile(path);
-}
-
 bool IsSameDirectory(const std::wstring& left, const std::wstring& right) {
     const kelvaro::ScopedHandle first = Open(left, 0);
     const kelvaro::ScopedHandle second = Open(right, 0);

@@ -12,7 +12,6 @@ std::wstring FullPath(std::wstring path);
 
 bool Exists(const std::wstring& path);
 bool IsFile(const std::wstring& path);
-bool IsDirectory(const std::wstring& path);
 
 // Returns whether two paths name the same directory. If neither exists, compares the texts.
 bool IsSameDirectory(const std::wstring& left, const std::wstring& right);

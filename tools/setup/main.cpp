@@ -67,8 +67,8 @@ int Main() {
             return kWrongUsage;
         }
         if (options.action == Action::help || options.action == Action::version) {
-            console::Print(stdout, options.action == Action::help ? HelpText()
-                                                                  : "setup " KELVARO_VERSION "\n");
+            console::Print(stdout,
+                           options.action == Action::help ? kHelp : "setup " KELVARO_VERSION "\n");
             return kDone;
         }
         return Run(options);

@@ -3,6 +3,7 @@
 #include <objbase.h>
 #include <shlobj.h>
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -35,11 +36,6 @@ std::array<std::wstring, 3> Keys() {
 
 std::wstring KeyName(HKEY root, const std::wstring& key) {
     return (root == HKEY_CURRENT_USER ? L"HKEY_CURRENT_USER\\" : L"HKEY_LOCAL_MACHINE\\") + key;
-}
-
-void RequireStatus(LSTATUS status, const char* action, const std::wstring& name) {
-    SetLastError(static_cast<DWORD>(status));
-    Require(status == ERROR_SUCCESS, action, name);
 }
 
 void DeleteKey(HKEY root, const std::wstring& key) {
@@ -76,9 +72,11 @@ std::optional<std::wstring> RegisteredDirectory(HKEY root) {
     return FullPath(std::wstring(kelvaro::ParentPath(FullPath(library))));
 }
 
-bool IsRegistered(HKEY root, const std::wstring& directory) {
-    const std::optional<std::wstring> registered = RegisteredDirectory(root);
-    return registered && IsSameDirectory(*registered, directory);
+bool IsRegistered(const std::wstring& directory) {
+    return std::any_of(std::begin(kRoots), std::end(kRoots), [&](HKEY root) {
+        const std::optional<std::wstring> registered = RegisteredDirectory(root);
+        return registered && IsSameDirectory(*registered, directory);
+    });
 }
 
 void RemoveRegistration(HKEY root) {
@@ -112,7 +110,7 @@ void RestoreRegistration(const std::wstring& directory) {
     for (const HKEY root : kRoots) {
         ScopedKey backup;
         if (RegOpenKeyExW(root, kBackupKey, 0, KEY_READ, backup.Put()) != ERROR_SUCCESS ||
-            (RegisteredDirectory(root) && !IsRegistered(root, directory))) {
+            !IsSameDirectory(RegisteredDirectory(root).value_or(directory), directory)) {
             continue;
         }
         for (size_t number = 0; number < Keys().size(); ++number) {

@@ -15,8 +15,8 @@ inline const HKEY kRoots[] = {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE};
 // Returns the directory of the DLL that is registered below `root`. Empty if none is.
 std::optional<std::wstring> RegisteredDirectory(HKEY root);
 
-// Returns whether the DLL registered below `root` is in `directory`.
-bool IsRegistered(HKEY root, const std::wstring& directory);
+// Returns whether a DLL in `directory` is registered.
+bool IsRegistered(const std::wstring& directory);
 
 void RemoveRegistration(HKEY root);
 
