@@ -1,5 +1,5 @@
-// What tools/platform_calls cannot compare with Wine: the host's encodings, names and errors, the
-// registry file and the test controls.
+// What tools/platform_calls cannot compare with Wine: the host's encodings, names and errors, and
+// the registry file.
 
 #include <objbase.h>
 #include <shlobj.h>
@@ -10,9 +10,6 @@
 #include "internal/encoding.h"
 #include "internal/registry_file.h"
 #include "support/fixture.h"
-#include "testing/counted_calls.h"
-#include "testing/failing_calls.h"
-#include "testing/resources.h"
 
 namespace {
 
@@ -122,22 +119,6 @@ TEST_F(CompatibilityLayer, PersistsTheRegistryAsText) {
     EXPECT_EQ(compat::FormatRegistry(keys), text);
     EXPECT_EQ(keys.at(L"hkey_current_user\\software\\\u8F6F").values.size(), 5U);
     EXPECT_TRUE(compat::ParseRegistry("\"lost\"=\"x\"\n[\n[k]\n\"a\nb\"=\"c\"\n").contains(L"k"));
-}
-
-TEST_F(CompatibilityLayer, TestsFailAndCountCalls) {
-    Write(L"C:\\Test\\file", "x");
-    compat::CountedCalls calls;
-    {
-        const compat::FailingCall failing("CreateFileW", ERROR_DISK_FULL, 1, 1);
-        const auto works = Open(L"C:\\Test\\file");
-        EXPECT_EQ(compat::HeldResources(), "1 handle");
-        EXPECT_EQ(ErrorOf(bool(Open(L"C:\\Test\\file"))), static_cast<DWORD>(ERROR_DISK_FULL));
-        EXPECT_TRUE(Open(L"C:\\Test\\file"));
-    }
-    kelvaro::ComPtr<IShellLinkW> link;  // the query that creates it is not a call of its own
-    CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW, link.Put());
-    EXPECT_EQ(calls.Take(),
-              (std::map<std::string, size_t>{{"CreateFileW", 3}, {"CoCreateInstance", 1}}));
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "rightclick/selection.h"
 #include "server/clsid.h"
 #include "server/exports.h"
+#include "support/extension.h"
 #include "support/fixture.h"
 #include "support/prompt.h"
 #include "support/small_stack.h"
@@ -36,14 +37,8 @@ class EndToEnd : public DriveTest {
 
     // Right-clicks as registered. Returns the text of the item.
     static std::string RightClick(const std::wstring& file, bool choose = false) {
-        const auto handler = rightclick::FindHandler(rightclick::ClassOfFile(file));
-        rightclick::Options options;
-        options.files = {file};
-        options.choose = choose;
-        const auto outcome =
-            handler ? rightclick::RightClick(*handler, options) : rightclick::Outcome{};
-        EXPECT_EQ(outcome.canUnload, S_OK) << "an object is still alive";
-        return outcome.item ? Utf8(outcome.item->text) : "(no item)";
+        const auto item = RightClickAsRegistered(file, choose).item;
+        return item ? Utf8(item->text) : "(no item)";
     }
 };
 

@@ -62,18 +62,5 @@ TEST_F(LanguageLocation, IsEmptyWithoutAModule) {
     EXPECT_EQ(GetLanguageFilePath(), L"");
 }
 
-#ifndef _WIN32
-
-// On Windows only administrators write to the root.
-TEST_F(LanguageLocation, IsBelowTheRootForALibraryThere) {
-    SetLocale(L"en-US");
-    UninstallLibrary();
-    InstallLibrary(L"C:\\");
-    EXPECT_EQ(Utf8(GetLanguageFilePath()), "C:\\Lang\\English.ini");
-    UninstallLibrary();
-}
-
-#endif
-
 }  // namespace
 }  // namespace kelvaro

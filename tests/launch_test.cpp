@@ -11,8 +11,6 @@
 namespace kelvaro {
 namespace {
 
-using Strings = std::vector<std::string>;
-
 TEST(CommandLine, QuotesBothPaths) {
     EXPECT_EQ(BuildCommandLine(L"C:\\a b\\p.exe", L"C:\\c d\\t.exe"),
               L"\"C:\\a b\\p.exe\" --auth-only --startup-gate --shell-toggle \"C:\\c d\\t.exe\"");

@@ -144,19 +144,33 @@ TEST_F(Load, SixteenThreadsRightClickWhileFilesChange) {
 }
 
 TEST_F(Load, FourThreadsShareObjectsAndLoseNoCount) {
+#ifdef KELVARO_INSTRUMENTED
+    constexpr int kRounds = 100'000;
+#else
+    constexpr int kRounds = 4'000'000;
+#endif
     ComPtr<IClassFactory> factory;
     ComPtr<IShellExtInit> object;
     ASSERT_EQ(DllGetClassObject(kShellExtClsid, IID_IClassFactory, factory.Put()), S_OK);
     ASSERT_EQ(factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put()), S_OK);
-    RunThreads(4, [&](int) {
-        for (int round = 0; round < 1'000'000; ++round) {
-            factory->AddRef();
-            object->AddRef();
-            factory->LockServer(TRUE);
-            factory->LockServer(FALSE);
-            object->Release();
-            factory->Release();
-        }
+    const auto repeat = [](auto call) {
+        RunThreads(4, [call](int) {
+            for (int round = 0; round < kRounds; ++round) {
+                call();
+            }
+        });
+    };
+    repeat([&] {
+        factory->AddRef();
+        object->AddRef();
+    });
+    repeat([&] {
+        factory->Release();
+        object->Release();
+    });
+    repeat([&] {
+        factory->LockServer(TRUE);
+        factory->LockServer(FALSE);
     });
     EXPECT_EQ(g_objectCount, 2U);
     EXPECT_EQ(factory->AddRef(), 2U);

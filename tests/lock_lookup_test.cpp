@@ -102,6 +102,14 @@ TEST_F(LockLookup, LocksPathsOfAnyScriptAndLength) {
     }
 }
 
+// Ordinary users cannot write the rule file.
+TEST_F(LockLookup, ReadsAReadOnlyFile) {
+    WriteRules(kRule);
+    SetFileAttributesW(kRules, FILE_ATTRIBUTE_READONLY);
+    EXPECT_TRUE(IsTargetLocked(kTool));
+    SetFileAttributesW(kRules, FILE_ATTRIBUTE_NORMAL);
+}
+
 TEST_F(LockLookup, LowersOnlyAToZInAnyLocale) {
     WriteRules("{\"type\":\"exe\",\"target\":\"C:\\\\\xC3\x84.EXE\"}");
     const UnicodeLocale locale;

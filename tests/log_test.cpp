@@ -6,8 +6,6 @@
 namespace kelvaro {
 namespace {
 
-using Strings = std::vector<std::string>;
-
 TEST(LogLine, PadsEveryFieldOfTheTime) {
     // The third number is the day of the week, the last one the milliseconds. Neither is written.
     const struct {

@@ -132,7 +132,8 @@ TEST_F(Registration, FallsBackToTheMachinesClassesAfterAnyError) {
         {"RegSetValueExW", 2, kNever, ERROR_NOT_ENOUGH_MEMORY, 0},
         {"RegCreateKeyExW", 0, 0, ERROR_DISK_FULL, ERROR_ACCESS_DENIED},
         {"RegSetValueExW", 4, 4, ERROR_ACCESS_DENIED, ERROR_DISK_FULL},
-        {"RegSetValueExW", kNever, kNever, 0, 0},
+        // The user's five writes suffice; a sixth would fail.
+        {"RegSetValueExW", 5, kNever, ERROR_ACCESS_DENIED, 0},
     };
     const std::wstring library = InstallLibrary();
     for (const auto& [call, user, machine, userError, machineError] : cases) {
@@ -149,12 +150,17 @@ TEST_F(Registration, FallsBackToTheMachinesClassesAfterAnyError) {
         for (size_t entry = 0; entry < std::min(user, left.size()); ++entry) {
             EXPECT_EQ(left[entry], EntriesFor(library)[entry]) << "nothing is rolled back";
         }
-        EXPECT_EQ(Entries(HKEY_LOCAL_MACHINE, kClasses)[4] != "(none)", succeeds && user != kNever)
+        EXPECT_EQ(Entries(HKEY_LOCAL_MACHINE, kClasses)[4] != "(none)", succeeds && user < 5)
             << call << user;
     }
 }
 
-TEST_F(Registration, UnregistrationGoesOnAfterAFailure) {
+TEST_F(Registration, UnregistrationGoesOnAfterFailures) {
+    {
+        const Notifications notifications;
+        EXPECT_EQ(DllUnregisterServer(), S_OK) << "nothing is registered";
+        EXPECT_EQ(notifications.count, 1);
+    }
     const std::wstring library = InstallLibrary();
     for (size_t failing = 0; failing < 6; ++failing) {
         EXPECT_EQ(RegisterUnderRoot(HKEY_LOCAL_MACHINE, kClasses, kClsidText, library), S_OK);

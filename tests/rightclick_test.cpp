@@ -11,10 +11,6 @@
 namespace rightclick {
 namespace {
 
-bool Contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
 TEST(Options, ParsesEveryOption) {
     const Options options =
         ParseOptions({L"--choose", L"--json", L"--log", L"--flags", L"1a", L"--verb", L"x",

@@ -8,8 +8,6 @@
 namespace kelvaro {
 namespace {
 
-using Strings = std::vector<std::string>;
-
 // A data object with a given result and medium.
 class GivenMedium final : public rightclick::DataObject {
   public:

@@ -56,7 +56,7 @@ void ExpectInterfaces(IUnknown* object, const std::vector<IID>& offered, const C
         ComPtr<IUnknown> same;
         ComPtr<IUnknown> another;
         EXPECT_EQ(query(iid, same.Put()), S_OK);
-        EXPECT_EQ(create(iid, another.Put()), S_OK);
+        ASSERT_EQ(create(iid, another.Put()), S_OK);
         EXPECT_NE(another.Get(), same.Get());
         EXPECT_EQ(g_objectCount, alive + 1);
         EXPECT_EQ(another->AddRef(), 2U);

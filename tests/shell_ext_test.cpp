@@ -14,8 +14,6 @@
 namespace kelvaro {
 namespace {
 
-using Strings = std::vector<std::string>;
-
 constexpr char kVerbName[] = "vorandel_kelvaro_toggle";
 constexpr wchar_t kWideVerbName[] = L"vorandel_kelvaro_toggle";
 

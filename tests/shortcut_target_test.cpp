@@ -1,5 +1,6 @@
 #include "menu/shortcut_target.h"
 
+#include "common/owners.h"
 #include "support/fixture.h"
 
 namespace kelvaro {
@@ -67,7 +68,11 @@ TEST_F(Shortcut, ReturnsStoredTargetsThatArePrograms) {
 TEST_F(Shortcut, DamagedFilesHaveNoTarget) {
     const std::string good = Read(SavedShortcut(L"tool.lnk"));
     Write(TestPath(L"good.LNK"), good);
-    EXPECT_EQ(ResolveShortcutTarget(TestPath(L"good.LNK")), kTool);
+    {
+        const ScopedHandle reader(CreateFileW(TestPath(L"good.LNK").c_str(), GENERIC_READ,
+                                              FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+        EXPECT_EQ(ResolveShortcutTarget(TestPath(L"good.LNK")), kTool) << "needs only read access";
+    }
     EXPECT_EQ(ResolveShortcutTarget(TestPath(L"missing.lnk")), L"");
     MakeDirectory(TestPath(L"directory.lnk"));
     EXPECT_EQ(ResolveShortcutTarget(TestPath(L"directory.lnk")), L"");

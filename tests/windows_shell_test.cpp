@@ -12,13 +12,12 @@
 #include "rightclick/popup_menu.h"
 #include "rightclick/right_click.h"
 #include "server/clsid.h"
+#include "support/extension.h"
 #include "support/fixture.h"
 #include "support/prompt.h"
 
 namespace kelvaro {
 namespace {
-
-using Strings = std::vector<std::string>;
 
 class WindowsShell : public DriveTest {
   public:
@@ -37,15 +36,8 @@ class WindowsShell : public DriveTest {
     // Right-clicks as registered, with the shell's own data object. Returns the first message.
     static std::string RightClick(const std::wstring& file, bool choose = false) {
         DeleteFileW(kLog);
-        const auto handler = rightclick::FindHandler(rightclick::ClassOfFile(file));
-        rightclick::Options options;
-        options.files = {file};
-        options.choose = choose;
-        const auto outcome =
-            handler ? rightclick::RightClick(*handler, options) : rightclick::Outcome{};
-        EXPECT_TRUE(outcome.shellSelection) << Utf8(file);
-        EXPECT_TRUE(outcome.item) << Utf8(file);
-        EXPECT_EQ(outcome.canUnload, S_OK);
+        const auto outcome = RightClickAsRegistered(file, choose);
+        EXPECT_TRUE(outcome.shellSelection && outcome.item) << Utf8(file);
         const Strings messages = Messages();
         return messages.empty() ? "" : messages[0];
     }

@@ -8,6 +8,19 @@
 
 using kelvaro::ComPtr;
 
+rightclick::Outcome RightClickAsRegistered(const std::wstring& file, bool choose) {
+    const auto handler = rightclick::FindHandler(rightclick::ClassOfFile(file));
+    rightclick::Options options;
+    options.files = {file};
+    options.choose = choose;
+    rightclick::Outcome outcome;
+    if (handler) {
+        outcome = rightclick::RightClick(*handler, options);
+        EXPECT_EQ(outcome.canUnload, S_OK) << "an object is still alive";
+    }
+    return outcome;
+}
+
 Extension::Extension() {
     EXPECT_EQ(kelvaro::CreateShellExt(IID_IShellExtInit, init_.Put()), S_OK);
     EXPECT_EQ(init_->QueryInterface(IID_IContextMenu, menu_.Put()), S_OK);

@@ -8,6 +8,11 @@
 #include <vector>
 
 #include "common/owners.h"
+#include "rightclick/right_click.h"
+
+// Makes a right-click with the handler that is registered for the file's class. Fails the test if
+// an object is still alive afterwards.
+rightclick::Outcome RightClickAsRegistered(const std::wstring& file, bool choose);
 
 // An extension object, created without the class factory and called as the shell calls it.
 class Extension {

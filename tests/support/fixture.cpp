@@ -73,9 +73,9 @@ void DriveTest::Copy(const std::wstring& from, const std::wstring& to) {
     fs::copy_file(platform::NativePath(from), platform::NativePath(to));
 }
 
-std::vector<std::string> DriveTest::Messages() {
+Strings DriveTest::Messages() {
     constexpr size_t kStamp = sizeof "[2026-11-16 18:06:33] " - 1;
-    std::vector<std::string> messages;
+    Strings messages;
     const std::string log = Read(kLog);
     for (size_t at = 0; at < log.size();) {
         const size_t end = std::min(log.find("\r\n", at), log.size());
@@ -93,7 +93,7 @@ void MessageBoxes::Add(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
     if (owner != nullptr) {
         shown.back() += " owner=" + std::to_string(reinterpret_cast<uintptr_t>(owner));
     }
-    const std::vector<std::string> messages = DriveTest::Messages();
+    const Strings messages = DriveTest::Messages();
     logged.push_back(messages.empty() ? "" : messages.back());
 }
 
@@ -109,19 +109,12 @@ void DriveTest::SetLocale(const std::wstring& locale, DWORD type) {
 }
 
 std::wstring DriveTest::InstallLibrary(const std::wstring& directory) {
-    library_ = kelvaro::JoinPath(directory, L"KelvaroShellExt.dll");
-    Copy(platform::BuiltFile(KELVARO_LIBRARY), library_);
-    module_ = LoadLibraryW(library_.c_str());
-    EXPECT_NE(module_, nullptr) << Utf8(library_);
+    const std::wstring library = kelvaro::JoinPath(directory, L"KelvaroShellExt.dll");
+    Copy(platform::BuiltFile(KELVARO_LIBRARY), library);
+    module_ = LoadLibraryW(library.c_str());
+    EXPECT_NE(module_, nullptr) << Utf8(library);
     kelvaro::g_moduleHandle = module_;
-    return library_;
-}
-
-void DriveTest::UninstallLibrary() {
-    FreeLibrary(module_);
-    EXPECT_TRUE(DeleteFileW(library_.c_str())) << Utf8(library_);
-    module_ = nullptr;
-    kelvaro::g_moduleHandle = nullptr;
+    return library;
 }
 
 std::wstring DriveTest::SavedShortcut(const std::wstring& name) {

@@ -15,6 +15,12 @@
 // Converts wide text for failure messages.
 inline constexpr auto& Utf8 = kelvaro::Utf8FromWide;
 
+using Strings = std::vector<std::string>;
+
+inline bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
 // Makes iswspace accept white space beyond ASCII while it lives. On Windows it always does.
 class UnicodeLocale {
   public:
@@ -70,7 +76,7 @@ class DriveTest : public testing::Test {
     static void CopyShortcut() { Copy(SavedShortcut(L"tool.lnk"), kShortcut); }
 
     // Returns the messages of all lines of the log, without the time stamps.
-    static std::vector<std::string> Messages();
+    static Strings Messages();
 
     // Stores the user's interface language.
     static void SetLocale(const std::wstring& locale, DWORD type = REG_SZ);
@@ -78,9 +84,6 @@ class DriveTest : public testing::Test {
     // Copies the library into `directory` and loads it. The code under test, which is linked into
     // the test, then takes the copy for its own module. Returns the path of the copy.
     std::wstring InstallLibrary(const std::wstring& directory = kApplication);
-
-    // Unloads that copy and deletes it.
-    void UninstallLibrary();
 
     // Writes everything that a right-click on kShortcut reads, except for the library: kShortcut,
     // the rule for kTool, an English language file with the help text "Help", the English setting
@@ -92,5 +95,4 @@ class DriveTest : public testing::Test {
 
   private:
     HMODULE module_ = nullptr;
-    std::wstring library_;
 };
