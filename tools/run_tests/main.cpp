@@ -41,14 +41,14 @@ BOOL WINAPI Stop(DWORD event) {
     return TRUE;
 }
 
-// Returns the library of an installed extension, which is none of the tests'. Empty if there is
-// none.
+// Returns the library of an installed extension that is not a copy made by the tests. Empty if
+// there is none.
 std::wstring InstalledLibrary() {
     const auto handler = rightclick::FindHandler(L"exefile");
-    return handler && !handler->library.starts_with(remains::TestDirectory()) &&
-                   fs::exists(handler->library)
-               ? handler->library
-               : L"";
+    const bool installed = handler &&
+                           handler->library.find(remains::TestDirectory()) == std::wstring::npos &&
+                           fs::exists(handler->library);
+    return installed ? handler->library : L"";
 }
 
 // Returns the start of a file.
@@ -62,7 +62,8 @@ std::wstring ReadText(HANDLE file) {
 
 // Makes sure that nothing exists where the tests write, and marks what they will make as theirs.
 // Deletes what an interrupted run has left. Returns the mark, which no other run can open
-// meanwhile, and stores its content in `parents`. Empty after a message if the tests must not run.
+// meanwhile, and stores its content in `parents`. INVALID_HANDLE_VALUE, after a message, if the
+// tests must not run.
 HANDLE Begin(std::wstring& parents) {
     const std::wstring name = remains::MarkFile();
     const auto open = [&name](DWORD how) {
@@ -96,10 +97,11 @@ HANDLE Begin(std::wstring& parents) {
     mark = open(CREATE_NEW);
     parents = remains::MissingParents();
     DWORD written = 0;
-    if (mark == INVALID_HANDLE_VALUE ||
-        !WriteFile(mark, parents.data(), static_cast<DWORD>(parents.size() * sizeof(wchar_t)),
-                   &written, nullptr)) {
+    const auto size = static_cast<DWORD>(parents.size() * sizeof(wchar_t));
+    if (mark == INVALID_HANDLE_VALUE || !WriteFile(mark, parents.data(), size, &written, nullptr)) {
         Say("Nothing is run: cannot write " + Utf8FromWide(name));
+        CloseHandle(mark);
+        return INVALID_HANDLE_VALUE;
     }
     return mark;
 }
