@@ -5,10 +5,9 @@
 namespace kelvaro {
 
 ModulePath ReadModulePath(HMODULE module) {
-    // Exceeds the longest path of the system, 32,767 characters.
-    constexpr DWORD kLargestBuffer = DWORD{MAX_PATH} << 7;
+    constexpr DWORD kLongestPath = 32767;  // of the system
     std::wstring buffer;
-    for (DWORD size = MAX_PATH; size <= kLargestBuffer; size *= 2) {
+    for (const DWORD size : {DWORD{MAX_PATH}, kLongestPath + 1}) {
         buffer.assign(size, L'\0');
         const DWORD length = GetModuleFileNameW(module, buffer.data(), size);
         if (length == 0) {
