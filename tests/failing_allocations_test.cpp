@@ -64,7 +64,7 @@ class FailingAllocations : public DriveTest {
     // Makes every call with `refusals` allocations refused, starting with number `first`. Returns
     // the number of allocations.
     static size_t CallWithRefusals(size_t first, size_t refusals) {
-        // So that the first log line has to create the directory.
+        // Without the directory the first log line has to create it.
         std::filesystem::remove_all(platform::NativePath(kLog).parent_path());
         g_allocations = 0;
         g_firstRefused = first;

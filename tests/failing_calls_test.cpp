@@ -30,7 +30,7 @@ class FailingCalls : public DriveTest {
 // Makes every call of the library with those platform calls failing whose numbers are given.
 // Returns how many calls can fail, and adds the names of those that failed to `failed`.
 size_t CallWithFailures(const std::vector<size_t>& numbers, std::set<std::string>& failed) {
-    // So that the first log line has to create the directory.
+    // Without the directory the first log line has to create it.
     std::filesystem::remove_all(platform::NativePath(DriveTest::kLog).parent_path());
     const FailingNthCall failing(numbers);
     ExerciseEveryEntryPoint(LinkedExports(), DriveTest::kShortcut);

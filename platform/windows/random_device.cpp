@@ -4,9 +4,10 @@
 
 #include "windows/fail_fast.h"
 
-// The runtime library has a caller of this member beside string functions that its exceptions need.
-// With the library's definition the DLL would contain all of std::random_device and, with newer
-// versions, std::system_error: up to nine more imports and 12 KB. Nothing calls it.
+// The object file of the runtime library that has the string functions for its exceptions also
+// calls this member. The runtime's definition would bring all of std::random_device into the DLL
+// and, with newer versions, std::system_error: up to nine more imports and 12 KB. Nothing in the
+// DLL reaches the call.
 void std::random_device::_M_init(const char* /*token*/, std::size_t /*length*/) {
     FailFast(FAST_FAIL_FATAL_APP_EXIT);
 }

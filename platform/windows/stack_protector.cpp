@@ -6,8 +6,8 @@
 
 #include "windows/fail_fast.h"
 
-// What functions compiled with -fstack-protector-strong refer to. The compiler's own definitions
-// would add six imports to the DLL, among them the cryptography provider of ADVAPI32.
+// The symbols to which functions compiled with -fstack-protector-strong refer. The compiler's own
+// definitions would add six imports to the DLL, among them the cryptography provider of ADVAPI32.
 
 extern "C" {
 

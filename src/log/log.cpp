@@ -63,8 +63,8 @@ void WriteLog(std::wstring_view message) noexcept {
         SYSTEMTIME now = {};
         GetLocalTime(&now);
         const std::string line = FormatLogLine(now, message);
-        // The directory is missing only on the first write. Another thread or process may have
-        // created it, and even the file, since the failed attempt.
+        // The directory is usually missing only on the first write. Another thread or process may
+        // have created it, and even the file, since the failed attempt.
         if (!AppendToFile(kLogFilePath, line) && CreateDirectories(kLogDirectory)) {
             AppendToFile(kLogFilePath, line);
         }

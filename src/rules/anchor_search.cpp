@@ -14,8 +14,8 @@ namespace {
 constexpr size_t kLetters = 3;
 constexpr size_t kExtension = 4;
 
-// Returns whether a decoded target contains `byte` only where the file contains it, in either case.
-// Not so for control characters, which can be escapes, and separators, which have several
+// Returns whether every file that contains a target with `byte` contains `byte` itself, in either
+// case. False for control characters, which can be escapes, and for separators, which have several
 // spellings.
 bool IsPlain(char byte) noexcept {
     const auto value = static_cast<unsigned char>(byte);

@@ -5,8 +5,8 @@
 
 namespace kelvaro {
 
-// The bytes between two braces of a rule file, or between a brace and one end of the file. Includes
-// the opening brace before it and the closing brace after it, if that is what is there.
+// The bytes between two braces of a rule file, or between a brace and one end of the file, with the
+// opening brace before them and the closing brace after them if there are any.
 struct RulePiece {
     std::string_view text;
     bool opened;  // an opening brace is before it

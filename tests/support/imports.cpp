@@ -39,7 +39,7 @@ void SetEntry(void** entry, void* function) {
     }
 }
 
-// What follows is declared by no header.
+// The types of LdrRegisterDllNotification, which no header declares.
 struct UnicodeString {
     USHORT length;  // in bytes
     USHORT capacity;

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-// Closes and collects the message boxes of the test program and of each library that it loads while
-// this object lives.
+// Closes and collects the message boxes of the test program and of each KelvaroShellExt.dll that it
+// loads while this object lives.
 class MessageBoxes {
   public:
     MessageBoxes();

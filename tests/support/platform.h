@@ -14,15 +14,16 @@ namespace platform {
 // Returns the directory below which tests write.
 std::wstring TestDirectory();
 
-// Empties it and removes what else tests have made. On Windows, ends the process unless run-tests
-// has started it and made sure that nothing belongs to others.
+// Empties it and removes what else tests have made. On Windows, ends the process if the mark of
+// run-tests is missing: what is deleted could belong to others.
 void Reset();
 
 // Returns what the test holds of the platform, for example "2 handle, 1 key". Empty if nothing, and
 // always on Windows, which cannot report it.
 std::string HeldResources();
 
-// Questions to which Windows and the compatibility layer answer yes, and Wine often no.
+// Questions about the platform, asked at run time because Wine answers some of them differently
+// from Windows. docs/testing.md has a table of the answers.
 
 // Does the read-only attribute prevent this user from writing? Under Wine the host's root can
 // write.

@@ -78,7 +78,8 @@ bool LinksKeep(const wchar_t* target) {
     return kept == std::wstring_view(target);
 }
 
-// To ask the next two would crash, or need a handler for each program of this user.
+// The next two questions are answered by the name of the platform. To try them would crash the
+// program, or need a handler for every program of this user.
 static bool IsWine() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }

@@ -25,7 +25,7 @@ class SetupTest : public DriveTest {
     static constexpr wchar_t kEnglish[] = L"Lang\\English.ini";
     static constexpr wchar_t kChinese[] = L"Lang\\Chinese(Simplified).ini";
 
-    // Arguments. Setup ignores quotes inside a path.
+    // Return arguments of setup.
     static std::wstring Install(const std::wstring& path) { return L"install \"" + path + L'"'; }
     static std::wstring Uninstall(const std::wstring& path) { return L"un" + Install(path); }
     static inline const std::wstring kInstall = Install(kTarget);
@@ -33,8 +33,8 @@ class SetupTest : public DriveTest {
 
     SetupTest() { Reset(KELVARO_SETUP); }
 
-    // Removes everything and writes the unpacked archive, with the setup program of that path in
-    // the build.
+    // Removes everything, then writes the unpacked archive to kSource, with the setup program at
+    // that path in the build.
     static void Reset(const char* program);
 
     // Writes and registers what an earlier version has installed.

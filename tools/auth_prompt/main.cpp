@@ -56,7 +56,7 @@ bool ReplaceRules(std::string_view rules) {
     return false;
 }
 
-// True if there is no rule file or it has no bytes.
+// Returns whether there is no rule file or it has no bytes.
 bool HasNoRules() {
     WIN32_FILE_ATTRIBUTE_DATA file = {};
     if (GetFileAttributesExW(kelvaro::kRuleFilePath, GetFileExInfoStandard, &file)) {

@@ -13,9 +13,10 @@ struct Handler {
     std::wstring library;
 };
 
-// Continues every message about a registration that is missing or wrong.
+// The end of every message about a missing or wrong registration.
 inline constexpr char kHowToRegister[] =
-    "; to register the extension, run as this user and not elevated: rightclick --register LIBRARY";
+    "; to register the extension, run as this user and not elevated: rightclick --register "
+    "\"C:\\Program Files\\Kelvaro\\KelvaroShellExt.dll\"";
 
 // Returns the text form of `clsid`, in braces. Empty if that fails.
 std::wstring ClsidText(const CLSID& clsid);

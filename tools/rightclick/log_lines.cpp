@@ -16,7 +16,7 @@
 namespace rightclick {
 namespace {
 
-// The messages that tell what became of the prompt. The rest of the line continues the words.
+// The messages that tell whether the prompt started. The rest of the line continues the words.
 constexpr struct {
     std::string_view message;
     const char* state;

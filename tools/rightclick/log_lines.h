@@ -9,14 +9,14 @@ namespace rightclick {
 // Returns the size of the log in bytes. 0 if it cannot be read.
 size_t LogSize();
 
-// Returns the lines from the byte `begin` of the log on, by any process, as UTF-8 without line
-// ends. All lines of a log that is shorter: it is a new one.
+// Returns the lines of the log from the byte `begin` on, written by any process, as UTF-8 without
+// line ends. If the log is shorter, it is a new one: returns all its lines.
 std::vector<std::string> LogLinesFrom(size_t begin);
 
 // Returns why the log cannot be written. Empty if it can. Does not create it.
 std::string ExplainUnwritableLog();
 
-// What became of the prompt when the item was chosen.
+// Whether the prompt started when the item was chosen.
 struct PromptResult {
     const char* state;  // "started", "not found", "not started" or "unknown"
     std::string words;

@@ -5,9 +5,9 @@
 
 namespace rightclick {
 
-// Finds the file name of a program in a rule file, in any letter case and with any escapes. Also
-// finds it if it has other blanks or unseen characters, or if the letters beyond ASCII are in
-// another encoding than UTF-8.
+// Finds the file name of a program in a rule file, in any letter case and with any escapes,
+// even with other blanks or unseen characters, or with letters beyond ASCII in another encoding
+// than UTF-8.
 class NameSearch {
   public:
     explicit NameSearch(std::wstring_view canonicalPath);

@@ -5,7 +5,8 @@
 #include "rightclick/platform.h"
 #include "rightclick/selection.h"
 
-// What only Windows has: a screen, the shell's data objects, and environment variables in paths.
+// Replaces what only Windows has: a screen, the shell's data objects, and environment variables in
+// paths.
 
 namespace rightclick {
 

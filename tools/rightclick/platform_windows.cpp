@@ -71,7 +71,7 @@ bool HasScreen() {
 }
 
 std::optional<UINT> ShowMenu(HMENU menu, HWND& owner) {
-    // Less than the identifiers that the handler may use.
+    // Below the identifiers that the handler may use.
     constexpr UINT kOpen = 1;
     constexpr UINT kProperties = 2;
     InsertMenuW(menu, 0, MF_BYPOSITION | MF_STRING, kOpen, L"Open");

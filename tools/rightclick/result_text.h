@@ -23,8 +23,8 @@ std::string DescribeFailure(HRESULT result);
 // Returns the same for the system error code `error`.
 std::string DescribeError(DWORD error);
 
-// Returns whether nobody sees `unit`: a control or format character, or white space other than a
-// blank. Also true for U+FFFD, which stands for malformed text.
+// Returns whether `unit` is invisible: a control or format character, or white space other than a
+// blank. U+FFFD, which stands for malformed text, counts as invisible.
 bool IsUnseen(wchar_t unit) noexcept;
 
 // Returns `text` as UTF-8 for people. Unseen characters, lone surrogates and blanks at the ends

@@ -21,14 +21,14 @@ struct Target {
 Target ReadTarget(const std::wstring& file);
 
 // Returns why the extension rejects the selection `files`, in the user's terms. Empty if it accepts
-// it or for a reason that the files do not show.
+// it, or if the paths do not show the reason.
 std::string ExplainSelection(const std::vector<std::wstring>& files);
 
 // Returns why `target`, the target of `file`, has no program.
 std::string ExplainNoProgram(const std::wstring& file, const Target& target);
 
-// Returns why there is no file or folder at `path`: that it does not exist, or that Windows does
-// not tell. Empty if there is one.
+// Returns why there is no file or folder at `path`: it does not exist or cannot be accessed. Empty
+// if there is one.
 std::string ExplainAbsence(const std::wstring& path);
 
 // Opens the file at `path` for `access`. Returns the system error code of a failure; std::nullopt

@@ -1,5 +1,5 @@
-// Runs the test programs beside it. Leaves nothing of theirs on the machine, and starts nothing
-// where they would delete what others have made.
+// Runs the test programs beside this one and deletes what they leave. Runs nothing if others' files
+// or keys exist where the tests write.
 
 #include <windows.h>
 

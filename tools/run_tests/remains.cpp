@@ -19,7 +19,8 @@ struct Key {
     std::wstring path;
 };
 
-// The keys that tests write. Those outside HKEY_CURRENT_USER only where the user may.
+// Returns the keys that tests write. Those below HKEY_LOCAL_MACHINE are written only with the
+// rights of an administrator.
 std::vector<Key> Keys() {
     std::vector<Key> keys = {{HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro"}};
     for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {

@@ -9,8 +9,8 @@ namespace remains {
 // Returns the directory below which the tests write: a folder of the user's temporary directory.
 std::wstring TestDirectory();
 
-// Returns the path of the mark, a file beside that directory. While it exists, everything that
-// Remove deletes was made by the tests.
+// Returns the path of the mark, a file beside that directory. While it exists, what Remove deletes
+// is taken for the tests' own.
 std::wstring MarkFile();
 
 // Returns the files and registry keys that exist where the tests write.

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// Changes of an installation that are made completely or not at all, also if the run is killed.
+// Changes of an installation that are made completely or not at all, even if the run is killed.
 // Before the first step everything that undoing needs is written into the user's registry: the
 // directory, which files and directories exist, and the registration. The change is final when that
 // entry is deleted. Until then a failure, or the next run, undoes it.

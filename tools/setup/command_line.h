@@ -37,7 +37,7 @@ setup unregister           removes its registration
 --version  prints the version
 --help     prints this text
 
-Exit status: 0 done, 1 failed and nothing changed, 2 wrong usage.
+Exit status: 0 done, 1 failed, 2 wrong usage.
 )";
 
 }  // namespace setup

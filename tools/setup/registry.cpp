@@ -27,8 +27,8 @@ std::wstring ClassKey() {
     return Concat({kelvaro::kClasses, kelvaro::kClassKey, clsid});
 }
 
-// Returns the keys of the registration below a root, in the order in which they are deleted:
-// without its class a handler does nothing.
+// Returns the keys of the registration below a root in the order of deletion: the handlers first,
+// so that an interrupted removal leaves no handler without its class.
 std::array<std::wstring, 3> Keys() {
     return {Concat({kelvaro::kClasses, kelvaro::kProgramHandler}),
             Concat({kelvaro::kClasses, kelvaro::kShortcutHandler}), ClassKey()};

@@ -20,8 +20,9 @@ bool IsRegistered(const std::wstring& directory);
 
 void RemoveRegistration(HKEY root);
 
-// Where the registration is kept during a change, below each root. Not all below the user's: a
-// program without rights could place there what a setup with rights then registers for all users.
+// The key that keeps the registration during a change, below each root. The machine's registration
+// is not kept below the user's key: a program without rights could change it there, and a setup
+// with rights would then register it for all users.
 inline constexpr wchar_t kBackupKey[] = L"Software\\VorandelKelvaroSetup";
 
 // Copies the registration below each root that the user may change.

@@ -7,7 +7,7 @@ namespace compat {
 
 bool IsSeparator(wchar_t unit) noexcept;
 
-// True if `path` begins with a drive letter and a colon.
+// Returns whether `path` begins with a drive letter and a colon.
 bool HasDrive(std::wstring_view path) noexcept;
 
 // Returns an absolute path as the platform hands it to the file system: single backslashes as
