@@ -68,11 +68,9 @@ std::optional<std::wstring_view> FindIniValue(std::wstring_view text, std::wstri
         if (line.size() >= 2 && line.front() == L'[' && line.back() == L']') {
             const std::wstring_view name = TrimWhitespace(line.substr(1, line.size() - 2));
             inSection = EqualsIgnoringCase(name, section);
-            continue;
-        }
-        const size_t equals = line.find(L'=');
-        if (inSection && equals != std::wstring_view::npos &&
-            EqualsIgnoringCase(TrimWhitespace(line.substr(0, equals)), key)) {
+        } else if (const size_t equals = line.find(L'=');
+                   inSection && equals != std::wstring_view::npos &&
+                   EqualsIgnoringCase(TrimWhitespace(line.substr(0, equals)), key)) {
             return TrimWhitespace(line.substr(equals + 1));
         }
     }

@@ -10,21 +10,24 @@
 namespace kelvaro {
 namespace {
 
-// The data of the value "UILocale" in a fixed buffer; longer data counts as missing.
+// The data of a registry value in a fixed buffer.
 struct Setting {
     wchar_t text[64] = {};
     DWORD type = REG_NONE;
 };
 
-bool ReadSetting(Setting& setting) noexcept {
+// Returns the value "UILocale". Its type is REG_NONE if it is missing or longer than the buffer.
+Setting ReadSetting() noexcept {
+    Setting setting;
     ScopedKey key;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, KEY_READ, key.Put()) !=
-        ERROR_SUCCESS) {
-        return false;
-    }
     DWORD size = sizeof setting.text;
-    return RegQueryValueExW(key.Get(), L"UILocale", nullptr, &setting.type,
-                            reinterpret_cast<BYTE*>(setting.text), &size) == ERROR_SUCCESS;
+    if (RegOpenKeyExW(HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro", 0, KEY_READ, key.Put()) !=
+            ERROR_SUCCESS ||
+        RegQueryValueExW(key.Get(), L"UILocale", nullptr, &setting.type,
+                         reinterpret_cast<BYTE*>(setting.text), &size) != ERROR_SUCCESS) {
+        return {};
+    }
+    return setting;
 }
 
 template <class Predicate>
@@ -45,8 +48,8 @@ std::wstring_view NormalizeLocale(std::wstring_view text) noexcept {
 }
 
 std::wstring_view ReadRegistryLocale() noexcept {
-    Setting setting;
-    if (!ReadSetting(setting) || (setting.type != REG_SZ && setting.type != REG_EXPAND_SZ)) {
+    const Setting setting = ReadSetting();
+    if (setting.type != REG_SZ && setting.type != REG_EXPAND_SZ) {
         return {};
     }
     // The stored text need not be terminated.
