@@ -21,7 +21,9 @@ Counts Limits(size_t lines, size_t texts, Counts others = {}) {
     return others;
 }
 
-TEST_F(DriveTest, EntryPointsMakeNoMoreSlowCallsThanPlanned) {
+using CallBudget = DriveTest;
+
+TEST_F(CallBudget, EntryPointsMakeNoMoreSlowCallsThanPlanned) {
     InstallLibrary();
     WriteApplicationFiles();
     Copy(platform::BuiltFile("/bin/true"), kPrompt);

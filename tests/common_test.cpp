@@ -175,14 +175,16 @@ TEST(CodePage, RejectsMoreThanTheSystemCanCount) {
 TEST_F(File, OpensFilesSharedForReadingWritingAndDeleting) {
     Write(TestPath(L"file"), "abc");
     std::filesystem::create_symlink("file", platform::NativePath(TestPath(L"link")));
-    std::vector<DWORD> shares;
-    const compat::Watch<&CreateFileW> watch(
-        [&shares](LPCWSTR, DWORD, DWORD share, auto...) { shares.push_back(share); });
+    std::vector<std::pair<DWORD, DWORD>> opened;
+    const compat::Watch<&CreateFileW> watch([&](auto, auto, DWORD share, auto, auto, DWORD flags,
+                                                auto) { opened.emplace_back(share, flags); });
     ReadFileBytes(TestPath(L"file").c_str());
     AppendToFile(TestPath(L"file").c_str(), "d");
     PathExists(TestPath(L"link").c_str());
     constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    EXPECT_EQ(shares, std::vector<DWORD>(3, kAll));
+    EXPECT_EQ(opened, (decltype(opened){{kAll, FILE_FLAG_SEQUENTIAL_SCAN},
+                                        {kAll, FILE_ATTRIBUTE_NORMAL},
+                                        {kAll, FILE_FLAG_BACKUP_SEMANTICS}}));
 }
 
 #endif

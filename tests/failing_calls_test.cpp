@@ -12,6 +12,7 @@
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "testing/failing_calls.h"
+#include "testing/watch.h"
 
 namespace kelvaro {
 namespace {
@@ -117,6 +118,9 @@ TEST_F(FailingCalls, TextsThatCannotBeConvertedAreEmpty) {
 
 TEST_F(FailingCalls, UnreadableLanguageSettingCountsAsMissing) {
     SetLocale(L"zh-CN");
+    const compat::Watch<&RegOpenKeyExW> watch([](auto, auto, auto, REGSAM access, auto) {
+        EXPECT_EQ(access, KEY_READ) << "some users can only read";
+    });
     for (const char* const call : {"RegOpenKeyExW", "RegQueryValueExW"}) {
         const FailingCall failing(call, ERROR_ACCESS_DENIED);
         EXPECT_EQ(GetUiLocale(), L"en-US") << call;

@@ -36,6 +36,7 @@ class LinkObject final : public IShellLinkW {
     ULONG Release() noexcept override { return --references; }
     HRESULT GetPath(LPWSTR buffer, int capacity, WIN32_FIND_DATAW* found,
                     DWORD flags) noexcept override {
+        EXPECT_EQ(flags, DWORD{SLGP_RAWPATH}) << "a short name matches no rule";
         link_->GetPath(buffer, capacity, found, flags);
         return g_results.getPath;
     }
@@ -65,7 +66,9 @@ HRESULT CoCreateInstance(REFCLSID /*clsid*/, IUnknown* /*outer*/, DWORD /*contex
 namespace kelvaro {
 namespace {
 
-TEST_F(DriveTest, ShortcutTargetDependsOnSuccessAndPointer) {
+using ShortcutTarget = DriveTest;
+
+TEST_F(ShortcutTarget, DependsOnSuccessAndPointer) {
     const struct {
         const char* what;
         Results results;

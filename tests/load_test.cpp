@@ -169,6 +169,8 @@ TEST_F(Load, FourThreadsShareObjectsAndLoseNoCount) {
         object->Release();
     });
     repeat([&] {
+        ComPtr<IShellExtInit> another;
+        factory->CreateInstance(nullptr, IID_IShellExtInit, another.Put());
         factory->LockServer(TRUE);
         factory->LockServer(FALSE);
     });

@@ -135,6 +135,8 @@ TEST_F(Registration, FallsBackToTheMachinesClassesAfterAnyError) {
         // The user's five writes suffice; a sixth would fail.
         {"RegSetValueExW", 5, kNever, ERROR_ACCESS_DENIED, 0},
     };
+    const compat::Watch<&RegCreateKeyExW> watch(
+        [](auto, auto, auto, auto, auto, REGSAM access, auto...) { EXPECT_EQ(access, KEY_WRITE); });
     const std::wstring library = InstallLibrary();
     for (const auto& [call, user, machine, userError, machineError] : cases) {
         DeleteFileW(L"C:\\registry.reg");
@@ -148,7 +150,7 @@ TEST_F(Registration, FallsBackToTheMachinesClassesAfterAnyError) {
         EXPECT_EQ(Entries(HKEY_CLASSES_ROOT, L"") == EntriesFor(library), succeeds) << call << user;
         const auto left = Entries(HKEY_CURRENT_USER, kClasses);
         for (size_t entry = 0; entry < std::min(user, left.size()); ++entry) {
-            EXPECT_EQ(left[entry], EntriesFor(library)[entry]) << "nothing is rolled back";
+            EXPECT_EQ(left[entry], EntriesFor(library)[entry]) << "kept: unregistering clears both";
         }
         EXPECT_EQ(Entries(HKEY_LOCAL_MACHINE, kClasses)[4] != "(none)", succeeds && user < 5)
             << call << user;

@@ -43,6 +43,8 @@ TEST_F(Server, RefusesUnknownClassesWithoutTouchingTheResult) {
     EXPECT_EQ(g_objectCount, 0U);
 }
 
+constexpr IID kContextMenu2 = {0x000214F4, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
 using Create = std::function<HRESULT(const IID&, void**)>;
 
 // Expects that `object` and `create`, which makes another such object, offer `offered` and no other
@@ -63,7 +65,7 @@ void ExpectInterfaces(IUnknown* object, const std::vector<IID>& offered, const C
         EXPECT_EQ(another->Release(), 1U);
     }
     for (const IID& known :
-         {IID_IUnknown, IID_IClassFactory, IID_IShellExtInit, IID_IContextMenu}) {
+         {IID_IUnknown, IID_IClassFactory, IID_IShellExtInit, IID_IContextMenu, kContextMenu2}) {
         for (const IID& iid : {known, Neighbour(known)}) {
             for (const Create& make : {query, create}) {
                 if (std::find(offered.begin(), offered.end(), iid) == offered.end()) {
@@ -140,7 +142,7 @@ TEST_F(Server, EveryLockCountsAndOutlivesItsFactory) {
         lock(FALSE);
         EXPECT_EQ(DllCanUnloadNow(), S_OK) << how;
     }
-    // An unlock is not matched against earlier locks.
+    // If the count stopped at 0, an unlock that overtakes its lock would keep the library loaded.
     lock(FALSE);
     EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
     lock(FALSE);

@@ -103,6 +103,7 @@ TEST_F(MenuItem, ReturnsVerbAndHelpCutToTheBuffer) {
     EXPECT_EQ(Messages(), Strings());
 }
 
+// To a host that validates the item, S_OK says that it exists.
 TEST_F(MenuItem, LeavesTheBufferUnchangedForUnsupportedQueries) {
     char text[] = "untouched";
     for (const UINT kind :

@@ -52,11 +52,6 @@ TEST_F(Texts, ReflectChangesOfTheLanguageFile) {
     EXPECT_EQ(GetMenuText(false), L"");
 }
 
-TEST_F(Texts, KeepThePlaceholderInMessages) {
-    WriteEnglish("[ShellExt]\nmsg.launch_failed=No {product}\n");
-    EXPECT_EQ(LoadText(kLaunchFailed), L"No {product}");
-}
-
 // The shipped files have every text, with a placeholder where the default has one.
 TEST(LanguageFiles, AreComplete) {
     for (const Language& language : kLanguages) {

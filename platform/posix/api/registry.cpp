@@ -14,6 +14,7 @@
 #include "internal/host_file.h"
 #include "internal/object_table.h"
 #include "internal/registry_file.h"
+#include "testing/watch.h"
 
 using compat::FoldName;
 using compat::RegistryKeys;
@@ -162,9 +163,10 @@ LSTATUS CopyValue(const compat::RegistryValue& value, LPDWORD type, BYTE* data, 
 
 }  // namespace
 
-LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
+LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD options, REGSAM access,
                       HKEY* opened) noexcept {
     const compat::Call call("RegOpenKeyExW", ERROR_ACCESS_DENIED);
+    compat::Watch<&RegOpenKeyExW>::Pass(root, path, options, access, opened);
     if (call.Fails()) {
         return call.Result();
     }
@@ -177,10 +179,12 @@ LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD /*options*/, REGSAM access,
     return status;
 }
 
-LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD /*reserved*/, LPWSTR /*keyClass*/,
-                        DWORD options, REGSAM access, const SECURITY_ATTRIBUTES* /*security*/,
-                        HKEY* opened, LPDWORD /*disposition*/) noexcept {
+LSTATUS RegCreateKeyExW(HKEY root, LPCWSTR path, DWORD reserved, LPWSTR keyClass, DWORD options,
+                        REGSAM access, const SECURITY_ATTRIBUTES* security, HKEY* opened,
+                        LPDWORD disposition) noexcept {
     const compat::Call call("RegCreateKeyExW", ERROR_ACCESS_DENIED);
+    compat::Watch<&RegCreateKeyExW>::Pass(root, path, reserved, keyClass, options, access, security,
+                                          opened, disposition);
     if (call.Fails()) {
         return call.Result();
     }

@@ -62,10 +62,13 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
         return path.empty() ? S_FALSE : S_OK;
     }
 
-    HRESULT Load(LPCOLESTR name, DWORD /*mode*/) noexcept override {
+    HRESULT Load(LPCOLESTR name, DWORD mode) noexcept override {
         const Call call("IPersistFile::Load", E_ACCESSDENIED);
         if (call.Fails()) {
             return call.Result();
+        }
+        if (mode != STGM_READ) {
+            return E_INVALIDARG;  // the library never needs to write or to exclude others
         }
         const auto [host, error] = ToHostPath(name);
         std::string bytes;
