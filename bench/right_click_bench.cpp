@@ -33,8 +33,7 @@ class Application : public DriveTest {
   public:
     Application() {
         InstallLibrary();
-        Copy(platform::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\English.ini",
-             std::wstring(kApplication) + L"\\Lang\\English.ini");
+        Copy(platform::BuiltFile(KELVARO_LANGUAGE_FILES) + L"\\English.ini", kEnglishFile);
         WriteRules(OrdinaryFile(kRuleCount));
         Write(kLog, "");
         SetLocale(L"en-US");
@@ -75,6 +74,8 @@ class PlatformCalls {
 
   private:
     static constexpr int kCapacity = 8192;
+    static inline const std::wstring kSpecialFile =
+        DriveTest::kApplication + L"\\Lang_Harrowdelle_SpecialOffer\\English.ini";
 
     void ReadSelection(IDataObject& selection) {
         FORMATETC format = {CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
@@ -129,12 +130,11 @@ class PlatformCalls {
     void LoadText() {
         GetModuleFileNameW(nullptr, text_, MAX_PATH);
         ReadLocale();
-        GetFileAttributesW(
-            L"C:\\Program Files\\Kelvaro\\Lang_Harrowdelle_SpecialOffer\\English.ini");
+        GetFileAttributesW(kSpecialFile.c_str());
         ReadLocale();
-        GetFileAttributesW(L"C:\\Program Files\\Kelvaro\\Lang\\English.ini");
+        GetFileAttributesW(DriveTest::kEnglishFile.c_str());
         ReadLocale();
-        const DWORD read = ReadFileInto(L"C:\\Program Files\\Kelvaro\\Lang\\English.ini");
+        const DWORD read = ReadFileInto(DriveTest::kEnglishFile.c_str());
         MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes_, static_cast<int>(read), nullptr,
                             0);
         MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes_, static_cast<int>(read), text_,
