@@ -79,6 +79,7 @@ class ComPtr : public Scoped<Interface*, InterfaceReleaser> {
 
     Interface* operator->() const noexcept { return this->Get(); }
     // Returns the address of the pointer as void**, for calls such as QueryInterface.
+    // cppcheck-suppress duplInheritedMember ; replaces the typed one
     void** Put() noexcept {
         return reinterpret_cast<void**>(Scoped<Interface*, InterfaceReleaser>::Put());
     }
