@@ -10,9 +10,10 @@ class Regex {
     explicit Regex(const std::string& pattern) : regex_(pattern, Latin1()) {}
 
     bool Find(std::string_view text, PatternMatch& match) const {
+        const re2::StringPiece bytes(text.data(), text.size());
         re2::StringPiece found[2];
         const int wanted = 1 + regex_.NumberOfCapturingGroups();
-        if (!regex_.Match(text, 0, text.size(), RE2::UNANCHORED, found, wanted)) {
+        if (!regex_.Match(bytes, 0, bytes.size(), RE2::UNANCHORED, found, wanted)) {
             return false;
         }
         match = {{found[0].data(), found[0].size()}, {found[1].data(), found[1].size()}};
