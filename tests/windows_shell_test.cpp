@@ -2,12 +2,10 @@
 
 #include <windows.h>
 
-#include <shellapi.h>
 #include <shlobj.h>
 
 #include "common/owners.h"
 #include "common/path.h"
-#include "registration/registration.h"
 #include "rightclick/library.h"
 #include "rightclick/popup_menu.h"
 #include "rightclick/right_click.h"
@@ -84,8 +82,8 @@ TEST_F(WindowsShell, HandlesTheShellsDataObjectsAndShortcuts) {
     EXPECT_EQ(RegSvr32(L"/s /u"), 0U);
 }
 
-// Returns the texts of the menu that the shell builds for a file: with the handlers of the class
-// `progId`, or, if it is null, with those that the shell finds by itself.
+// Returns the items of the menu that the shell builds for a file, one to a line: with the handlers
+// of the class `progId`, or, if it is null, with those that the shell finds by itself.
 std::wstring ShellMenuTexts(const std::wstring& file, const wchar_t* progId) {
     LPITEMIDLIST item = nullptr;
     ComPtr<IShellFolder> folder;
@@ -131,39 +129,6 @@ TEST_F(WindowsShell, MenusOfTheShellHaveTheItem) {
         }
     }
     EXPECT_EQ(RegSvr32(L"/s /u"), 0U);
-}
-
-// A shell that builds no menus still calls the machine's handlers whose key is named by their class
-// identifier, before it opens a file. It requests the default item only, so the extension adds
-// none.
-TEST_F(WindowsShell, AShellWithoutMenusLoadsTheLibraryToOpenAFile) {
-    if (platform::ShellBuildsMenus()) {
-        GTEST_SKIP() << "this shell builds menus, and the test would change the class of .exe";
-    }
-    constexpr wchar_t kClass[] = L"KelvaroTest";
-    ASSERT_EQ(RegisterUnderRoot(HKEY_CLASSES_ROOT, L"", kClsidText, library_), S_OK);
-    const std::wstring handlers = JoinPath(kClass, L"shellex\\ContextMenuHandlers");
-    WriteRegistryString(HKEY_CLASSES_ROOT, JoinPath(handlers, kClsidText), L"", L"");
-    platform::MakeShortcut(kShortcut, kTool);
-    const std::wstring none = TestPath(L"None.exe");
-    Write(none, "not a program, so nothing starts");
-    WriteRegistryString(HKEY_CLASSES_ROOT, L".exe", L"", kClass);
-    WriteRegistryString(HKEY_CLASSES_ROOT, L".lnk", L"", kClass);
-    for (const std::wstring& file : {none, kShortcut}) {
-        SHELLEXECUTEINFOW request = {};
-        request.cbSize = sizeof request;
-        request.fMask = SEE_MASK_FLAG_NO_UI;
-        request.lpFile = file.c_str();
-        ShellExecuteExW(&request);
-    }
-    RegDeleteTreeW(HKEY_CLASSES_ROOT, L".exe");
-    WriteRegistryString(HKEY_CLASSES_ROOT, L".lnk", L"", L"lnkfile");
-    RegDeleteTreeW(HKEY_CLASSES_ROOT, kClass);
-    EXPECT_EQ(
-        Messages(),
-        (Strings{
-            "Initialize ok selected=" + Utf8(none) + " target=" + Utf8(none) + " locked=0",
-            "Initialize ok selected=" + Utf8(kShortcut) + " target=C:\\Apps\\Tool.exe locked=0"}));
 }
 
 std::wstring LongDirectory() {
