@@ -5,6 +5,8 @@
 #include <shlobj.h>
 #include <unistd.h>
 
+#include <nlohmann/json.hpp>
+
 #include "common/owners.h"
 #include "internal/drive.h"
 #include "internal/encoding.h"
@@ -14,6 +16,8 @@
 namespace {
 
 using CompatibilityLayer = DriveTest;
+
+constexpr wchar_t kRegistry[] = L"C:\\registry.json";
 
 kelvaro::ScopedHandle Open(const wchar_t* path, DWORD access = GENERIC_READ) {
     return kelvaro::ScopedHandle(
@@ -93,7 +97,7 @@ TEST_F(CompatibilityLayer, HostErrorsBecomeDocumentedErrors) {
     EXPECT_EQ(GetFileAttributesW(L"C:\\Test\\dangling"), FILE_ATTRIBUTE_REPARSE_POINT);
 }
 
-TEST_F(CompatibilityLayer, PersistsTheRegistryAsText) {
+TEST_F(CompatibilityLayer, PersistsTheRegistryAsJson) {
     kelvaro::ScopedKey key;
     ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\\u8F6F", 0, nullptr, 0,
                               KEY_READ | KEY_WRITE, nullptr, key.Put(), nullptr),
@@ -104,21 +108,44 @@ TEST_F(CompatibilityLayer, PersistsTheRegistryAsText) {
                   ERROR_SUCCESS);
     };
     const DWORD number = 0x1234;
-    set(L"text", REG_SZ, L"a\\\"b", 5 * sizeof(wchar_t));
+    set(L"Text", REG_SZ, L"a\\\r\n\0\u8F6F", 7 * sizeof(wchar_t));
+    set(L"unpaired", REG_SZ, L"\xD800", 2 * sizeof(wchar_t));
     set(L"open", REG_SZ, L"a", sizeof(wchar_t));
-    set(L"lines", REG_SZ, L"a\r\nb", 5 * sizeof(wchar_t));
+    set(L"empty", REG_SZ, nullptr, 0);
     set(L"number", REG_DWORD, &number, sizeof number);
-    set(nullptr, REG_BINARY, "\1\2", 2);
-    const std::string text = Read(L"C:\\registry.reg");
-    for (const char* const line :
-         {"[HKEY_CURRENT_USER\\Software\\\xE8\xBD\xAF]\n", "\"text\"=\"a\\\\\\\"b\"\n",
-          "\"open\"=hex(1):61,00,00,00\n", "\"number\"=hex(4):34,12,00,00\n", "@=hex(3):01,02\n"}) {
-        EXPECT_NE(text.find(line), std::string::npos) << line << " in " << text;
+    set(nullptr, REG_BINARY, "\1\2\xFF", 3);
+    const std::string json = Read(kRegistry);
+    EXPECT_EQ(nlohmann::json::parse(json), nlohmann::json::parse(R"({
+        "HKEY_CURRENT_USER\\Software": {},
+        "HKEY_CURRENT_USER\\Software\\软": {
+            "": {"type": 3, "data": [1, 2, 255]},
+            "Text": "a\\\r\n\u0000软",
+            "empty": {"type": 1, "data": []},
+            "number": {"type": 4, "data": [52, 18, 0, 0]},
+            "open": {"type": 1, "data": [97, 0, 0, 0]},
+            "unpaired": {"type": 1, "data": [0, 216, 0, 0, 0, 0, 0, 0]}}})"))
+        << json;
+    EXPECT_EQ(compat::FormatRegistry(compat::ParseRegistry(json).value()), json);
+}
+
+TEST_F(CompatibilityLayer, KeepsADamagedRegistry) {
+    kelvaro::ScopedKey key;
+    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"k", 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr,
+                              key.Put(), nullptr),
+              ERROR_SUCCESS);
+    for (const char* const json :
+         {"{", "[1]", R"({"k": []})", R"({"k": {"v": 1}})", R"({"k": {"v": {"type": 1}}})",
+          R"({"k": {"v": {"type": 3, "data": ["1"]}}})", "{\"k\": {\"v\": \"\xFF\"}}"}) {
+        Write(kRegistry, json);
+        HKEY opened = nullptr;
+        EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, L"k", 0, KEY_READ, &opened), ERROR_BADDB)
+            << json;
+        EXPECT_EQ(RegQueryValueExW(key.Get(), L"v", nullptr, nullptr, nullptr, nullptr),
+                  ERROR_BADDB);
+        EXPECT_EQ(RegSetValueExW(key.Get(), L"v", 0, REG_BINARY, nullptr, 0), ERROR_BADDB);
+        EXPECT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, L"k"), ERROR_BADDB);
+        EXPECT_EQ(Read(kRegistry), json);
     }
-    const auto keys = compat::ParseRegistry(text);
-    EXPECT_EQ(compat::FormatRegistry(keys), text);
-    EXPECT_EQ(keys.at(L"hkey_current_user\\software\\\u8F6F").values.size(), 5U);
-    EXPECT_TRUE(compat::ParseRegistry("\"lost\"=\"x\"\n[\n[k]\n\"a\nb\"=\"c\"\n").contains(L"k"));
 }
 
 }  // namespace

@@ -128,7 +128,7 @@ TEST_F(FailingCalls, UnreadableLanguageSettingCountsAsMissing) {
 }
 
 TEST_F(FailingCalls, RegistrationFailsWithoutModulePathOrClsid) {
-    DeleteFileW(L"C:\\registry.reg");
+    DeleteFileW(L"C:\\registry.json");
     for (const DWORD error : {DWORD{ERROR_GEN_FAILURE}, DWORD{ERROR_SUCCESS}}) {
         const FailingCall failing("GetModuleFileNameW", error);
         EXPECT_EQ(DllRegisterServer(), error == ERROR_SUCCESS ? E_FAIL : HRESULT_FROM_WIN32(error));
@@ -138,7 +138,7 @@ TEST_F(FailingCalls, RegistrationFailsWithoutModulePathOrClsid) {
         EXPECT_EQ(DllRegisterServer(), E_FAIL);
         EXPECT_EQ(DllUnregisterServer(), E_FAIL);
     }
-    EXPECT_EQ(Read(L"C:\\registry.reg"), "");
+    EXPECT_EQ(Read(L"C:\\registry.json"), "");
 }
 
 TEST_F(FailingCalls, AnotherProcessMayCreateADirectoryFirst) {

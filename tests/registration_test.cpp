@@ -139,7 +139,7 @@ TEST_F(Registration, FallsBackToTheMachinesClassesAfterAnyError) {
         [](auto, auto, auto, auto, auto, REGSAM access, auto...) { EXPECT_EQ(access, KEY_WRITE); });
     const std::wstring library = InstallLibrary();
     for (const auto& [call, user, machine, userError, machineError] : cases) {
-        DeleteFileW(L"C:\\registry.reg");
+        DeleteFileW(L"C:\\registry.json");
         const Notifications notifications;
         const compat::FailingCall first(call, userError, user, 1);
         const compat::FailingCall second(call, machineError,

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <optional>
 
 #include "internal/call.h"
 #include "internal/drive.h"
@@ -43,17 +44,18 @@ KeyTable& Keys() {
 // can be created.
 std::string RegistryFile() {
     const std::string directory = compat::DriveDirectory();
-    return directory.empty() ? directory : directory + "/registry.reg";
+    return directory.empty() ? directory : directory + "/registry.json";
 }
 
-RegistryKeys Load() {
+// Reads the registry file, which need not exist. std::nullopt if it is damaged.
+std::optional<RegistryKeys> Load() {
     std::string text;
     compat::ReadHostFile(RegistryFile(), text);
-    return compat::ParseRegistry(text);
+    return text.empty() ? RegistryKeys() : compat::ParseRegistry(text);
 }
 
 // Applies `change` to the registry file. Atomic for all processes: a reader sees the old file or
-// the new one.
+// the new one. Leaves a damaged file as it is: somebody may have edited it.
 template <class Change>
 LSTATUS Update(Change&& change) {
     const std::string path = RegistryFile();
@@ -63,12 +65,12 @@ LSTATUS Update(Change&& change) {
         return ERROR_ACCESS_DENIED;
     }
     flock(lock, LOCK_EX);
-    RegistryKeys keys = Load();
-    LSTATUS status = change(keys);
+    std::optional<RegistryKeys> keys = Load();
+    LSTATUS status = keys ? change(*keys) : ERROR_BADDB;
     if (status == ERROR_SUCCESS) {
         const std::string fresh = path + ".new";
         std::ofstream file(fresh, std::ios::binary);
-        file << compat::FormatRegistry(keys);
+        file << compat::FormatRegistry(*keys);
         file.close();
         const bool replaced = file && std::rename(fresh.c_str(), path.c_str()) == 0;
         status = replaced ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
@@ -172,7 +174,8 @@ LSTATUS RegOpenKeyExW(HKEY root, LPCWSTR path, DWORD options, REGSAM access,
     }
     *opened = nullptr;
     std::wstring full;
-    const LSTATUS status = FindPath(Load(), root, path, full);
+    const auto keys = Load();
+    const LSTATUS status = keys ? FindPath(*keys, root, path, full) : ERROR_BADDB;
     if (status == ERROR_SUCCESS) {
         *opened = Keys().Add<HKEY>(std::make_shared<OpenKey>(OpenKey{full, access}));
     }
@@ -218,9 +221,12 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD /*reserved*/, LPDWORD t
     if (status != ERROR_SUCCESS) {
         return status;
     }
-    const RegistryKeys keys = Load();
-    const auto found = keys.find(FoldName(open->path));
-    if (found == keys.end()) {
+    const auto keys = Load();
+    if (!keys) {
+        return ERROR_BADDB;
+    }
+    const auto found = keys->find(FoldName(open->path));
+    if (found == keys->end()) {
         return ERROR_FILE_NOT_FOUND;
     }
     const auto value = found->second.values.find(FoldName(name == nullptr ? L"" : name));

@@ -26,6 +26,7 @@ inline constexpr LONG ERROR_FILENAME_EXCED_RANGE = 206;
 inline constexpr LONG ERROR_MORE_DATA = 234;
 inline constexpr LONG ERROR_DIRECTORY = 267;
 inline constexpr LONG ERROR_MR_MID_NOT_FOUND = 317;
+inline constexpr LONG ERROR_BADDB = 1009;
 inline constexpr LONG ERROR_NO_UNICODE_TRANSLATION = 1113;
 inline constexpr LONG ERROR_INVALID_MENU_HANDLE = 1401;
 inline constexpr LONG ERROR_CANT_RESOLVE_FILENAME = 1921;

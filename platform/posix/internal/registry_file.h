@@ -3,6 +3,7 @@
 #include <winreg.h>
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,9 +24,10 @@ struct RegistryKey {
 // The keys of a registry, by path in lower case.
 using RegistryKeys = std::map<std::wstring, RegistryKey>;
 
-// Convert between keys and the text of a .reg file in UTF-8. Parsing skips what is malformed.
-// Values other than plain text are written as the bytes that they have here, also those of text.
-RegistryKeys ParseRegistry(std::string_view text);
+// Convert between keys and JSON: an object of the keys by path, each an object of its values by
+// name. A value is a string, or an object of a numeric "type" and the bytes of "data". Parsing
+// returns std::nullopt if `json` is anything else.
+std::optional<RegistryKeys> ParseRegistry(std::string_view json);
 std::string FormatRegistry(const RegistryKeys& keys);
 
 }  // namespace compat
