@@ -1,6 +1,6 @@
 # Four archives: the extension, its debug symbols, the tools and the tests. tests/CMakeLists.txt adds the
 # test programs to the last one.
-install(TARGETS KelvaroShellExt setup RUNTIME DESTINATION . COMPONENT extension)
+install(TARGETS KelvaroShellExt RUNTIME DESTINATION . COMPONENT extension)
 install(
   DIRECTORY lang/
   DESTINATION Lang
@@ -14,7 +14,7 @@ install(
   DESTINATION .
   COMPONENT symbols)
 
-install(TARGETS KelvaroShellExt auth_prompt setup RUNTIME DESTINATION . COMPONENT tests)
+install(TARGETS KelvaroShellExt auth_prompt RUNTIME DESTINATION . COMPONENT tests)
 install(DIRECTORY tests/data/shortcuts DESTINATION data COMPONENT tests)
 install(DIRECTORY lang/ DESTINATION Lang COMPONENT tests)
 install(FILES scripts/lib/dll-imports.txt DESTINATION . COMPONENT tests)

@@ -1,6 +1,5 @@
-# Signs the staged binaries with KELVARO_SIGN_COMMAND, except for the archive of the tests, which has a DLL
-# and a setup program that are faulty on purpose. A file that is in two archives is signed once, so that both
-# have the same bytes.
+# Signs the staged binaries with KELVARO_SIGN_COMMAND, except for the archive of the tests. A file that is in two
+# archives is signed once, so that both have the same bytes.
 if(NOT CPACK_KELVARO_SIGN_COMMAND)
   return()
 endif()

@@ -175,7 +175,7 @@ bool RunAll(const fs::path& directory, const std::wstring& filter) {
     int passed = 0;
     int failed = 0;
     for (const std::wstring name :
-         {L"modules_test", L"tools_test", L"end_to_end_test", L"imports_test", L"setup_test"}) {
+         {L"modules_test", L"tools_test", L"end_to_end_test", L"imports_test"}) {
         const fs::path output = directory / L"output" / (name + L".txt");
         const ULONGLONG start = GetTickCount64();
         const std::wstring program = L'"' + (directory / name).wstring() + L".exe\"";

@@ -24,7 +24,6 @@ struct Key {
 std::vector<Key> Keys() {
     std::vector<Key> keys = {{HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro"}};
     for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
-        keys.push_back({root, L"Software\\VorandelKelvaroSetup"});
         for (const std::wstring_view name :
              {std::wstring_view(L"CLSID\\{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}"),
               kelvaro::kProgramHandler, kelvaro::kShortcutHandler,
