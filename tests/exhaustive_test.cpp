@@ -1,15 +1,12 @@
-// Compares the library with reference implementations on every input up to a small size.
+// Compares the lookup with the reference implementation on every small rule file.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 #include "common/code_page.h"
-#include "i18n/language_file.h"
 #include "oracle/rule_oracle.h"
-#include "oracle/text_oracle.h"
 #include "rules/lock_lookup.h"
-#include "rules/path_normalizer.h"
 
 namespace kelvaro {
 namespace {
@@ -19,10 +16,8 @@ using namespace std::string_literals;
 // Instrumented and unoptimised code is slow.
 #if defined(KELVARO_INSTRUMENTED) || !defined(NDEBUG)
 constexpr size_t kPieces = 3;
-constexpr size_t kUnits = 5;
 #else
 constexpr size_t kPieces = 4;
-constexpr size_t kUnits = 6;
 #endif
 
 // Calls `visit` with every concatenation of at most `most` of `pieces`.
@@ -100,34 +95,6 @@ TEST(Exhaustive, RuleFilesAgreeWithThePatterns) {
 
 TEST(Exhaustive, TargetsAgreeWithThePatterns) {
     CompareAllRules(kTargetPieces, R"({"type":"exe","target":")", "\"}");
-}
-
-TEST(Exhaustive, LanguageFilesAgreeWithALineByLineParser) {
-    const std::wstring lines[] = {L"[S]\n",  L"[ s ]\r\n", L"[T]\n",   L"[S\n",        L"[S] x\n",
-                                  L"[]\n",   L"k=v\n",     L"K = w\n", L"k=\n",        L"k\n",
-                                  L"=v\n",   L";k=v\n",    L"#k=v\n",  L" k=a=b \r\n", L"kk=v\n",
-                                  L"\n",     L" \t\n",     L"[S]",     L"k=v",         L"k=v]\n",
-                                  L"[k=v\n", L"k=v\r",     L"[S]\r",   L"k = \n",      L"[[S]]\n"};
-    size_t found = 0;
-    ForEachConcatenation(lines, kPieces, [&](const std::wstring& text) {
-        const auto value = FindIniValue(text, L"S", L"k");
-        const auto expected = oracle::FindIniValue(text, L"s", L"k");
-        found += expected ? 1 : 0;
-        if (value.has_value() != expected.has_value() || (expected && *value != *expected)) {
-            ADD_FAILURE() << Utf8FromWide(text);
-        }
-    });
-    EXPECT_GT(found, 0U);
-}
-
-TEST(Exhaustive, NormalizedPathsAgreeWithAStepByStepImplementation) {
-    const std::wstring units[] = {L"\\", L"/", L"\"", L" ", L"\t", L"\n", L"a",
-                                  L"Z",  L"z", L":",  L".", L"[",  L"@",  L"\u00C4"};
-    ForEachConcatenation(units, kUnits, [](const std::wstring& path) {
-        if (NormalizePath(path) != oracle::NormalizePath(path)) {
-            ADD_FAILURE() << Utf8FromWide(path);
-        }
-    });
 }
 
 }  // namespace
