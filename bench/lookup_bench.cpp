@@ -1,5 +1,5 @@
 // Measures the lookup on rule files of many sizes and shapes, beside the engines one would
-// otherwise use. The lower bounds are memchr in memory and a bare read on disk.
+// otherwise use. On disk the lower bound is a bare read.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <span>
@@ -69,14 +68,6 @@ void Lookup(benchmark::State& state, const Engine& engine, const Shape& shape) {
     state.counters["bytes"] = static_cast<double>(rules.size());
     state.counters["allocations"] =
         static_cast<double>(CountAllocations().count) / static_cast<double>(state.iterations());
-}
-
-void Memchr(benchmark::State& state, const Shape& shape) {
-    const std::string& rules = File(shape);
-    for (auto _ : state) {
-        // NOLINTNEXTLINE(bugprone-not-null-terminated-result): searched, not copied
-        benchmark::DoNotOptimize(std::memchr(rules.data(), '\x01', rules.size()));
-    }
 }
 
 class DriveWithRules {
@@ -148,7 +139,6 @@ void Register() {
                     [&](benchmark::State& state) { Lookup(state, engine, shape); });
             }
         }
-        add(prefix + "memchr", [&](benchmark::State& state) { Memchr(state, shape); });
     }
     for (const Shape& shape : std::span(kShapes).subspan(1, 3)) {
         const std::string prefix = "disk/" + shape.name + "/";

@@ -164,7 +164,7 @@ void Measure(benchmark::State& state, Work work) {
     work(*selection.Get());
     state.counters["bytes read"] = static_cast<double>(bytesRead);
     state.counters["platform calls"] = static_cast<double>(counter.CallsMade());
-    state.counters["file opens"] = static_cast<double>(calls.Take()["CreateFileW"]);
+    state.counters["files opened"] = static_cast<double>(calls.Take()["CreateFileW"]);
 }
 
 void RightClick(benchmark::State& state) {
