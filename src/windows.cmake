@@ -5,8 +5,9 @@ configure_file("${exports_file}" "${PROJECT_BINARY_DIR}/KelvaroShellExt.def" COP
 set(platform "${PROJECT_SOURCE_DIR}/platform")
 target_sources(
   KelvaroShellExt
-  PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/version.rc" "${platform}/windows/exceptions.cpp"
-          "${platform}/windows/random_device.cpp" "${platform}/windows/terminate_handler.cpp")
+  PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/version.rc" "${platform}/windows/entry_point.cpp"
+          "${platform}/windows/exceptions.cpp" "${platform}/windows/random_device.cpp"
+          "${platform}/windows/terminate_handler.cpp")
 target_include_directories(kelvaro_core PUBLIC "${platform}")
 target_link_libraries(kelvaro_core PUBLIC ole32 shell32 shlwapi uuid)
 
@@ -14,16 +15,21 @@ target_link_libraries(kelvaro_core PUBLIC ole32 shell32 shlwapi uuid)
 target_sources(kelvaro_core PRIVATE "${platform}/windows/stack_protector.cpp")
 target_compile_options(kelvaro_core PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fstack-protector-strong>)
 
-# No separate run-time library of the compiler; a base address from the whole 64-bit range; no time
-# stamp, so that two builds of the same sources are identical.
+# The entry point is in platform/windows/, which also replaces how a handler ends. No separate run-time
+# library of the compiler; a base address from the whole 64-bit range; no time stamp, so that two builds
+# of the same sources are identical.
 target_link_options(
   KelvaroShellExt
   PRIVATE
   KelvaroShellExt.def
+  -nostartfiles
+  LINKER:--disable-runtime-pseudo-reloc
+  LINKER:--wrap=__cxa_end_catch
   -static
   LINKER:--dynamicbase,--nxcompat,--high-entropy-va
   LINKER:--no-insert-timestamp
-  LINKER:--gc-sections)
+  LINKER:--gc-sections
+  LINKER:--Map=KelvaroShellExt.map)
 set_target_properties(KelvaroShellExt PROPERTIES LINK_DEPENDS "${PROJECT_BINARY_DIR}/KelvaroShellExt.def")
 
 # The symbols go into a PDB, which Windows' debuggers find by the file name and the GUID in the DLL.

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <psapi.h>
 #include <shellapi.h>
 #include <shlobj.h>
 
@@ -61,9 +62,8 @@ class FailFast : public DriveTest {
 // Expects that a disabled test of this program fails fast. GoogleTest's own death tests cannot
 // start a program in a directory whose name the system's code page does not have.
 void ExpectFailFast(const std::wstring& test) {
-    EXPECT_EQ(platform::RunToEnd(
-                  L'"' + ReadModulePath(nullptr).path +
-                  L"\" --gtest_also_run_disabled_tests --gtest_filter=FailFast.DISABLED_" + test),
+    EXPECT_EQ(platform::RunToEnd(L'"' + ReadModulePath(nullptr).path +
+                                 L"\" --gtest_also_run_disabled_tests --gtest_filter=" + test),
               DWORD{STATUS_STACK_BUFFER_OVERRUN});
 }
 
@@ -71,7 +71,7 @@ TEST_F(FailFast, StackProtectorEndsTheProcessAfterAnOverrun) {
     EXPECT_EQ(InitializeWith("DragQueryFileW", reinterpret_cast<void*>(&OverrunBuffer<0>)),
               E_INVALIDARG)
         << "a full buffer is fine";
-    ExpectFailFast(L"Overrun");
+    ExpectFailFast(L"FailFast.DISABLED_Overrun");
 }
 
 TEST_F(FailFast, DISABLED_Overrun) {
@@ -79,16 +79,28 @@ TEST_F(FailFast, DISABLED_Overrun) {
 }
 
 TEST_F(FailFast, TerminateHandlerEndsTheProcessWithADump) {
-    ExpectFailFast(L"Exception");
+    ExpectFailFast(L"FailFast.DISABLED_Exception");
 }
 
 TEST_F(FailFast, DISABLED_Exception) {
     InitializeWith("CloseHandle", reinterpret_cast<void*>(&ThrowException));
 }
 
-TEST(StackProtector, GuardIsRandomWithALowZeroByte) {
-    EXPECT_NE(__stack_chk_guard, 0x595E9FBD94FDA700U) << "the value before the start-up code runs";
+TEST_F(FailFast, ProcessEndsIfAThreadCanNeverThrow) {
+    ExpectFailFast(L"MemoryExhaustion.DISABLED_AllPlacesStayTaken");
+}
+
+TEST_F(FailFast, StackProtectorsGuardIsRandomWithALowZeroByte) {
     EXPECT_EQ(__stack_chk_guard & 0xFF, 0U);
+    constexpr std::uintptr_t kBefore = 0x595E9FBD94FDA700;  // until the start-up code runs
+    EXPECT_NE(__stack_chk_guard, kBefore);
+    const rightclick::Library library(kLibrary);
+    const auto* const start = reinterpret_cast<const std::uintptr_t*>(library.Handle());
+    MODULEINFO image = {};
+    GetModuleInformation(GetCurrentProcess(), library.Handle(), &image, sizeof image);
+    const auto* const end = start + image.SizeOfImage / sizeof *start;
+    EXPECT_GT(end, start);
+    EXPECT_EQ(std::find(start, end, kBefore), end);
 }
 
 }  // namespace

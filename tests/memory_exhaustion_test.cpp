@@ -3,21 +3,22 @@
 
 #include <windows.h>
 
-#include <cxxabi.h>
 #include <shlobj.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
+#include <functional>
 #include <optional>
 #include <span>
 
 #include "common/owners.h"
+#include "rightclick/data_object.h"
 #include "server/clsid.h"
 #include "support/every_entry_point.h"
 #include "support/fixture.h"
 #include "support/imports.h"
 #include "support/small_stack.h"
-#include "windows/exceptions.h"
 
 namespace kelvaro {
 namespace {
@@ -38,31 +39,15 @@ bool StopRefusing() {
     return refused;
 }
 
-bool IsRefused() {
-    return t_allocations++ >= t_firstRefused;
-}
-
 void* Malloc(size_t size) {
-    return IsRefused() ? nullptr : std::malloc(size);
+    return t_allocations++ >= t_firstRefused ? nullptr : std::malloc(size);
 }
 
-void* Calloc(size_t count, size_t size) {
-    return IsRefused() ? nullptr : std::calloc(count, size);
-}
-
-void* Realloc(void* memory, size_t size) {
-    return IsRefused() ? nullptr : std::realloc(memory, size);
-}
-
-// Replaces the allocators that a module imports.
-struct Allocators {
-    explicit Allocators(HMODULE module)
-        : imports{{module, "malloc"}, {module, "calloc"}, {module, "realloc"}} {
-        imports[0].Replace(reinterpret_cast<void*>(&Malloc));
-        imports[1].Replace(reinterpret_cast<void*>(&Calloc));
-        imports[2].Replace(reinterpret_cast<void*>(&Realloc));
+// Replaces the allocator that a module imports. check-dll allows no other.
+struct Allocator : ScopedImport {
+    explicit Allocator(HMODULE module) : ScopedImport(module, "malloc") {
+        Replace(reinterpret_cast<void*>(&Malloc));
     }
-    ScopedImport imports[3];
 };
 
 // Which call into the DLL gets no memory, and how many allocations it is granted.
@@ -123,7 +108,7 @@ class MemoryExhaustion : public DriveTest {
 TEST_F(MemoryExhaustion, EveryEntryPointReportsItAndWorksAgain) {
     const rightclick::Library library(kLibrary);
     ASSERT_TRUE(library.IsLoaded());
-    const Allocators allocators(library.Handle());
+    const Allocator allocator(library.Handle());
     StarveEachCall(library, "the prompt cannot be started");
     DeleteFileW(kPrompt.c_str());
     StarveEachCall(library, "the prompt is missing");
@@ -144,44 +129,127 @@ void ThrowInside(const rightclick::Library& library, int count) {
     }
 }
 
-TEST_F(MemoryExhaustion, ManyThreadsThrowAtOnce) {
-    rightclick::Library library(kLibrary);
-    const Allocators allocators(library.Handle());
-    const auto run = [](LPVOID loaded) -> DWORD {
-        ThrowInside(*static_cast<const rightclick::Library*>(loaded), 5000);
+// Starts threads that call `work`, which must outlive them.
+void StartThreads(const std::function<void()>& work, std::span<HANDLE> threads) {
+    const auto run = [](LPVOID function) -> DWORD {
+        (*static_cast<const std::function<void()>*>(function))();
         return 0;
     };
-    HANDLE handles[32] = {};
-    for (HANDLE& thread : handles) {
-        thread = CreateThread(nullptr, 0, run, &library, 0, nullptr);
+    for (HANDLE& thread : threads) {
+        auto* const argument = const_cast<std::function<void()>*>(&work);
+        thread = CreateThread(nullptr, 0, run, argument, 0, nullptr);
     }
-    EXPECT_EQ(WaitForMultipleObjects(std::size(handles), handles, TRUE, INFINITE), WAIT_OBJECT_0);
-    std::for_each(std::begin(handles), std::end(handles), &CloseHandle);
 }
 
-TEST_F(MemoryExhaustion, TheLibraryLoadsOrIsRefusedAndThenWorks) {
-    std::optional<Allocators> allocators;
-    const LibraryLoads loads([&allocators](HMODULE module) {
-        // Must not write to an import table that no longer exists.
-        allocators.reset();
-        if (module != nullptr) {
-            allocators.emplace(module);
-        }
-    });
-    bool refused = true;
-    size_t granted = 0;
-    for (; refused; ++granted) {
-        RefuseFrom(granted);
-        const rightclick::Library library(kLibrary);
-        refused = StopRefusing();
-        if (library.IsLoaded()) {
-            RunOnSmallStack([&] { ThrowInside(library, 1); });
-            CallEverything(library, SIZE_MAX, 0);
-        } else {
-            EXPECT_TRUE(refused);
+void Join(std::span<const HANDLE> threads) {
+    for (const HANDLE thread : threads) {
+        EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+        CloseHandle(thread);
+    }
+}
+
+// exceptions.cpp has as many places for threads that throw.
+constexpr size_t kPlaces = 64;
+
+// Holds threads up that have thrown an exception.
+const HANDLE g_goOn = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+std::atomic<size_t> g_heldUp = 0;
+decltype(&RaiseException) g_raiseException = nullptr;
+
+void WINAPI HoldUp(DWORD code, DWORD flags, DWORD count, const ULONG_PTR* arguments) {
+    ++g_heldUp;
+    WaitForSingleObject(g_goOn, INFINITE);
+    g_raiseException(code, flags, count, arguments);
+}
+
+// Loads a library, refuses it memory and holds up a thread in each of its places.
+struct HeldUpThreads {
+    HeldUpThreads() {
+        ResetEvent(g_goOn);
+        g_heldUp = 0;
+        g_raiseException = reinterpret_cast<decltype(&RaiseException)>(raise.Original());
+        raise.Replace(reinterpret_cast<void*>(&HoldUp));
+        StartThreads(work, threads);
+        while (g_heldUp < kPlaces) {
+            Sleep(1);
         }
     }
-    std::printf("loaded the library with up to %zu allocations\n", granted - 1);
+    const rightclick::Library library{DriveTest::kLibrary};
+    const Allocator allocator{library.Handle()};
+    ScopedImport raise{library.Handle(), "RaiseException"};
+    const std::function<void()> work = [this] { ThrowInside(library, 1); };
+    HANDLE threads[kPlaces] = {};
+};
+
+// Some threads end inside. A further one waits until the others go on. Then more threads than there
+// are places throw again and again.
+TEST_F(MemoryExhaustion, ThreadsWaitForPlacesThatOthersGiveBack) {
+    HANDLE many[2 * kPlaces] = {};
+    HeldUpThreads held;
+    constexpr size_t kEnded = 10;
+    for (const HANDLE thread : std::span(held.threads, kEnded)) {
+        TerminateThread(thread, 0);
+    }
+    HANDLE waiting[1] = {};
+    StartThreads(held.work, waiting);
+    EXPECT_EQ(WaitForSingleObject(waiting[0], 200), DWORD{WAIT_TIMEOUT});
+    SetEvent(g_goOn);
+    Join(held.threads);
+    Join(waiting);
+    const std::function<void()> work = [&held] { ThrowInside(held.library, 300); };
+    StartThreads(work, many);
+    Join(many);
+}
+
+// FailFast.ProcessEndsIfAllPlacesStayTaken runs it.
+TEST_F(MemoryExhaustion, DISABLED_AllPlacesStayTaken) {
+    HeldUpThreads held;
+    held.work();
+}
+
+// COM forbids what this data object of a host does.
+struct ThrowingObject : rightclick::DataObject {
+    STDMETHODIMP GetData(FORMATETC*, STGMEDIUM*) override { throw std::length_error("host"); }
+};
+
+TEST_F(MemoryExhaustion, ExceptionsOfTheHostTakeNoPlaceForLong) {
+    const rightclick::Library library(kLibrary);
+    ResetEvent(g_goOn);
+    g_heldUp = 0;
+    const std::function<void()> work = [&library] {
+        const ComPtr<IDataObject> selection(new ThrowingObject);
+        ComPtr<IClassFactory> factory;
+        ComPtr<IShellExtInit> object;
+        ExportsOf(library).getClassObject(kShellExtClsid, IID_IClassFactory, factory.Put());
+        factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put());
+        EXPECT_EQ(object->Initialize(nullptr, selection.Get(), nullptr), E_FAIL);
+        ++g_heldUp;
+        WaitForSingleObject(g_goOn, INFINITE);
+    };
+    HANDLE threads[2 * kPlaces] = {};
+    StartThreads(work, threads);
+    while (g_heldUp < std::size(threads)) {
+        Sleep(1);
+    }
+    SetEvent(g_goOn);
+    Join(threads);
+}
+
+TEST_F(MemoryExhaustion, TheLibraryLoadsWithoutMemory) {
+    std::optional<Allocator> allocator;
+    const LibraryLoads loads([&allocator](HMODULE module) {
+        // Must not write to an import table that no longer exists.
+        allocator.reset();
+        if (module != nullptr) {
+            allocator.emplace(module);
+            RefuseFrom(0);
+        }
+    });
+    const rightclick::Library library(kLibrary);
+    EXPECT_FALSE(StopRefusing());
+    ASSERT_TRUE(library.IsLoaded());
+    RunOnSmallStack([&] { ThrowInside(library, 1); });
+    CallEverything(library, SIZE_MAX, 0);
 }
 
 // What a process holds.
@@ -221,7 +289,7 @@ TEST_F(MemoryExhaustion, ALoadWithAnExceptionLeavesNothing) {
     const auto load = [] {
         for (size_t i = 0; i < kLoads; ++i) {
             const rightclick::Library library(kLibrary);
-            const Allocators allocators(library.Handle());
+            const Allocator allocator(library.Handle());
             RunOnSmallStack([&] { ThrowInside(library, 1); });
         }
         ASSERT_EQ(GetModuleHandleW(L"KelvaroShellExt.dll"), nullptr);
@@ -233,25 +301,6 @@ TEST_F(MemoryExhaustion, ALoadWithAnExceptionLeavesNothing) {
     EXPECT_LT(after.blocks, before.blocks + kLoads);
     EXPECT_EQ(after.freeSlots, before.freeSlots);
     EXPECT_LT(after.handles, before.handles + kLoads);
-}
-
-// exceptions.cpp leaves room for the header that the runtime library writes in front of an
-// exception object. This program has the runtime library's own allocation.
-TEST(ExceptionHeader, FitsIntoItsRoom) {
-    static std::byte* block = nullptr;
-    ScopedImport import(GetModuleHandleW(nullptr), "malloc");
-    import.Replace(reinterpret_cast<void*>(+[](size_t size) -> void* {
-        block = static_cast<std::byte*>(std::calloc(1, size));
-        return block;
-    }));
-    void* const object = abi::__cxa_allocate_exception(1);
-    import.Replace(import.Original());
-    ASSERT_NE(block, nullptr);
-    const auto header = static_cast<std::byte*>(object) - block;
-    EXPECT_GT(header, 0);
-    EXPECT_LE(static_cast<size_t>(header), kExceptionHeaderRoom);
-    std::printf("the header takes %td bytes\n", header);
-    abi::__cxa_free_exception(object);
 }
 
 }  // namespace

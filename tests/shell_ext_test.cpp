@@ -1,6 +1,9 @@
 #include "menu/shell_ext.h"
 
+#include <memory>
+
 #include "rightclick/popup_menu.h"
+#include "server/module.h"
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/prompt.h"
@@ -188,6 +191,23 @@ TEST_F(MenuItem, InvokeFailsWithoutARequestOrSelection) {
     EXPECT_EQ(fresh.Menu().InvokeCommand(&unknown), E_FAIL);
     EXPECT_EQ(Messages(),
               (Strings{"InvokeCommand selected path empty", "InvokeCommand ignored unknown verb"}));
+}
+
+// A box lets the host's messages through.
+TEST_F(MenuItem, LivesUntilItsErrorBoxIsClosed) {
+    auto released = std::make_unique<Extension>();
+    released->Select({kTool});
+    IContextMenu& menu = released->Menu();
+    const ULONG others = g_objectCount - 1;
+    ULONG whileOpen = 0;
+    boxes_.whileOpen = [&] {
+        released.reset();
+        whileOpen = g_objectCount;
+    };
+    CMINVOKECOMMANDINFO request = {};
+    EXPECT_EQ(menu.InvokeCommand(&request), S_OK);
+    EXPECT_EQ(whileOpen, others + 1);
+    EXPECT_EQ(g_objectCount, others);
 }
 
 TEST_F(MenuItem, StartsThePromptWithTheSelectedPath) {

@@ -4,6 +4,9 @@
 
 #include <shlobj.h>
 
+#include <array>
+#include <cstring>
+
 #include "common/owners.h"
 #include "common/path.h"
 #include "rightclick/library.h"
@@ -13,6 +16,7 @@
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/prompt.h"
+#include "support/small_stack.h"
 
 namespace kelvaro {
 namespace {
@@ -129,6 +133,40 @@ TEST_F(WindowsShell, MenusOfTheShellHaveTheItem) {
         }
     }
     EXPECT_EQ(RegSvr32(L"/s /u"), 0U);
+}
+
+int g_entries = 0;
+
+BOOL WINAPI CountEntry(HINSTANCE, DWORD, LPVOID) {
+    ++g_entries;
+    return TRUE;
+}
+
+// Explorer starts and ends threads all the time.
+TEST_F(WindowsShell, ThreadsOfTheHostDoNotEnterTheLibrary) {
+    const rightclick::Library library(library_);
+    EXPECT_TRUE(DisableThreadLibraryCalls(library.Handle()));
+    // Replaces the entry point by "mov rax, CountEntry; jmp rax".
+    BYTE* const base = reinterpret_cast<BYTE*>(library.Handle());
+    const auto* const nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(
+        base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    BYTE* const entry = base + nt->OptionalHeader.AddressOfEntryPoint;
+    const auto write = [entry](const std::array<BYTE, 12>& code) {
+        DWORD before = 0;
+        ASSERT_TRUE(VirtualProtect(entry, code.size(), PAGE_EXECUTE_READWRITE, &before));
+        std::memcpy(entry, code.data(), code.size());
+        VirtualProtect(entry, code.size(), before, &before);
+        FlushInstructionCache(GetCurrentProcess(), entry, code.size());
+    };
+    std::array<BYTE, 12> original = {};
+    std::memcpy(original.data(), entry, original.size());
+    std::array<BYTE, 12> jump = {0x48, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xE0};
+    auto* const target = &CountEntry;
+    std::memcpy(&jump[2], &target, sizeof target);
+    write(jump);
+    RunOnSmallStack([] {});
+    write(original);
+    EXPECT_EQ(g_entries, 0);
 }
 
 std::wstring LongDirectory() {

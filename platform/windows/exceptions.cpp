@@ -1,18 +1,18 @@
-// Throws exceptions without the help of the host. These definitions replace those of the compiler's
-// runtime library, which allocate a reserve when the DLL is loaded and never free it, keep the
-// state of each thread in emulated thread-local storage, which is allocated when a thread first
-// throws, and end the process if there is no memory for that.
+// Throws exceptions without memory of the host and without thread-local storage. These definitions
+// replace those of the compiler's runtime library, which allocate a reserve when the DLL is loaded
+// and never free it, keep the state of each thread in thread-local storage, and end the process if
+// there is no memory.
 
-#include "windows/exceptions.h"
+#include <windows.h>
 
 #include <cxxabi.h>
+#include <unwind.h>
+
 #include <atomic>
-#include <bit>
-#include <cstdint>
-#include <cstdlib>
+#include <cstddef>
 #include <cstring>
-#include <exception>
-#include <new>
+
+#include "windows/fail_fast.h"
 
 namespace __cxxabiv1 {
 
@@ -26,43 +26,75 @@ struct __cxa_eh_globals {
 
 namespace {
 
-// Windows allocates it with the thread or when it loads the DLL, and frees it.
-constinit thread_local abi::__cxa_eh_globals t_state = {};
+// Static places that threads take and give back. The thread environment block identifies a thread:
+// no two living threads have the same. The next thread with the block of one that ended inside also
+// continues to use its State, which does no harm.
 
-// A place for an exception object while the host has no memory. The library throws only
-// std::bad_alloc then.
-struct alignas(16) Place {
-    std::byte header[kExceptionHeaderRoom];
-    std::byte object[16];
+// What the runtime library keeps for a thread. Held from the first throw until no handler is left.
+struct State {
+    std::atomic<void*> thread;  // null if nobody holds it
+    abi::__cxa_eh_globals globals;
 };
-static_assert(sizeof(std::bad_alloc) <= sizeof(Place::object));
 
-// The number of exceptions that can be in flight without memory.
+// The runtime library writes 160 bytes in front of an exception object, of which _Unwind_Exception
+// are the last 64.
+constexpr std::size_t kHeaderSize = 96 + sizeof(_Unwind_Exception);
+
+// Memory for an exception object.
+struct Exception {
+    std::atomic<void*> thread;  // null if nobody holds it
+    alignas(16) std::byte header[kHeaderSize];
+    std::byte object[32];
+};
+
+// Enough for a host that runs out of memory on many threads at once. Further threads wait.
 constexpr int kPlaces = 64;
-constinit Place g_places[kPlaces] = {};
-constinit std::atomic<std::uint64_t> g_occupied = 0;  // a bit for each place
+constinit State g_states[kPlaces] = {};
+constinit Exception g_exceptions[kPlaces] = {};
 
-// Returns null if `size` is too large or all places are occupied.
-void* Occupy(std::size_t size) {
-    std::uint64_t occupied = g_occupied;
-    while (size <= sizeof(Place::object) && occupied != UINT64_MAX) {
-        const int place = std::countr_one(occupied);
-        if (g_occupied.compare_exchange_weak(occupied, occupied | std::uint64_t{1} << place)) {
-            return &g_places[place];
+// How often threads have given a place back.
+constinit std::atomic<unsigned> g_givenBack = 0;
+
+// How often, at intervals of 10 to 16 ms, a thread looks for a place if no other gives one back.
+constexpr int kAttempts = 500;
+
+// Returns a place that nobody held. The calling thread holds it then. Waits if there is none. Ends
+// the process if no thread gives a place back for five to eight seconds. An exception takes less
+// than a millisecond, so the threads that hold them were stopped inside, and an error cannot be
+// returned without an exception.
+template <class Place>
+Place& Take(Place (&places)[kPlaces]) {
+    unsigned givenBack = g_givenBack;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        for (Place& place : places) {
+            void* nobody = nullptr;
+            if (place.thread.compare_exchange_strong(nobody, NtCurrentTeb())) {
+                return place;
+            }
+        }
+        Sleep(10);
+        if (const unsigned now = g_givenBack; now != givenBack) {
+            givenBack = now;
+            attempt = 0;
+        }
+    }
+    FailFast(FAST_FAIL_FATAL_APP_EXIT);
+}
+
+template <class Place>
+void GiveBack(Place& place) {
+    place.thread = nullptr;
+    ++g_givenBack;
+}
+
+// Returns the state that the calling thread holds, or null.
+State* FindState() {
+    for (State& state : g_states) {
+        if (state.thread == NtCurrentTeb()) {
+            return &state;
         }
     }
     return nullptr;
-}
-
-void Free(void* memory) {
-    // Pointers into different objects can only be compared as numbers.
-    const auto offset =
-        reinterpret_cast<std::uintptr_t>(memory) - reinterpret_cast<std::uintptr_t>(g_places);
-    if (offset < sizeof g_places) {
-        g_occupied &= ~(std::uint64_t{1} << offset / sizeof(Place));
-    } else {
-        std::free(memory);
-    }
 }
 
 }  // namespace
@@ -72,27 +104,44 @@ namespace __cxxabiv1 {
 extern "C" {
 
 __cxa_eh_globals* __cxa_get_globals() noexcept {
-    return &t_state;
+    State* state = FindState();
+    if (state == nullptr) {
+        state = &Take(g_states);
+        state->globals = {};
+    }
+    return &state->globals;
 }
 
 __cxa_eh_globals* __cxa_get_globals_fast() noexcept {
-    return &t_state;
+    return __cxa_get_globals();
 }
 
 void* __cxa_allocate_exception(std::size_t size) noexcept {
-    void* memory = std::malloc(kExceptionHeaderRoom + size);
-    if (memory == nullptr) {
-        memory = Occupy(size);
+    if (size > sizeof Exception::object) {
+        FailFast(FAST_FAIL_FATAL_APP_EXIT);
     }
-    if (memory == nullptr) {
-        std::terminate();
-    }
-    std::memset(memory, 0, kExceptionHeaderRoom);
-    return static_cast<std::byte*>(memory) + kExceptionHeaderRoom;
+    Exception& exception = Take(g_exceptions);
+    std::memset(exception.header, 0, sizeof exception.header);
+    return exception.object;
 }
 
 void __cxa_free_exception(void* object) noexcept {
-    Free(static_cast<std::byte*>(object) - kExceptionHeaderRoom);
+    auto* const start = static_cast<std::byte*>(object) - offsetof(Exception, object);
+    GiveBack(*reinterpret_cast<Exception*>(start));
+}
+
+// The linker gives the runtime library's function the first name and has its callers call the
+// second. Every handler ends here, also one for an exception that another module threw and frees.
+void __real___cxa_end_catch();
+
+void __wrap___cxa_end_catch() {
+    __real___cxa_end_catch();
+    State* const state = FindState();
+    // If another exception is on its way, its handler takes a state again. The runtime library
+    // needs nothing of the former one: nobody asks for the number of uncaught exceptions.
+    if (state != nullptr && state->globals.caughtExceptions == nullptr) {
+        GiveBack(*state);
+    }
 }
 
 }  // extern "C"

@@ -9,6 +9,7 @@
 
 #include "common/boundary.h"
 #include "common/com_object.h"
+#include "common/owners.h"
 #include "common/text.h"
 #include "i18n/texts.h"
 #include "launch/launch_toggle.h"
@@ -141,6 +142,10 @@ STDMETHODIMP KelvaroShellExt::InvokeCommand(LPCMINVOKECOMMANDINFO pici) noexcept
     if (pici == nullptr) {
         return E_INVALIDARG;
     }
+    // An error box lets the host handle other messages, and the host may release its last reference
+    // meanwhile.
+    AddRef();
+    const ComPtr<IContextMenu> self(this);
     return GuardBoundary([&] {
         if (!IsToggleRequest(*pici)) {
             WriteLog(L"InvokeCommand ignored unknown verb");

@@ -95,6 +95,7 @@ void MessageBoxes::Add(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
     }
     const Strings messages = DriveTest::Messages();
     logged.push_back(messages.empty() ? "" : messages.back());
+    whileOpen();
 }
 
 void DriveTest::SetLocale(const std::wstring& locale, DWORD type) {

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,4 +21,6 @@ class MessageBoxes {
     std::vector<std::string> shown;
     // The last message in the log when each box appeared.
     std::vector<std::string> logged;
+    // Called while a box is open.
+    std::function<void()> whileOpen = [] {};
 };
