@@ -1,5 +1,5 @@
-// Refuses memory to the built DLL: for each of its allocations this one and all later ones, on a
-// thread that has thrown no exception before.
+// Lets the built DLL run out of memory: once for each of its allocations, that one and all later
+// ones fail. Each run has a new thread, because a thread needs memory for its first exception.
 
 #include <windows.h>
 

@@ -157,6 +157,7 @@ TEST_F(Registration, FallsBackToTheMachinesClassesAfterAnyError) {
     }
 }
 
+// See "What hosts can rely on" in docs/architecture.md.
 TEST_F(Registration, UnregistrationGoesOnAfterFailures) {
     {
         const Notifications notifications;

@@ -53,6 +53,7 @@ class Selection : public DriveTest {
     }
 };
 
+// See "What hosts can rely on" in docs/architecture.md.
 TEST_F(Selection, StoresEveryPathButAcceptsOnlyProgramsAndShortcuts) {
     CopyShortcut();
     Copy(SavedShortcut(L"document.lnk"), TestPath(L"document.LNK"));

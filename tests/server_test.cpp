@@ -31,6 +31,7 @@ GUID Neighbour(GUID identifier) {
 
 using Server = DriveTest;
 
+// See "What hosts can rely on" in docs/architecture.md.
 TEST_F(Server, RefusesUnknownClassesWithoutTouchingTheResult) {
     void* object = kUntouched;
     for (const CLSID& unknown : {IID_IUnknown, CLSID_ShellLink, Neighbour(kShellExtClsid)}) {
@@ -128,6 +129,7 @@ TEST_F(Server, CanUnloadOnlyIfNothingIsAlive) {
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
 }
 
+// See "What hosts can rely on" in docs/architecture.md.
 TEST_F(Server, EveryLockCountsAndOutlivesItsFactory) {
     const auto lock = [](BOOL how) {
         ComPtr<IClassFactory> factory;

@@ -34,6 +34,7 @@ class MenuItem : public DriveTest {
 };
 
 // All identifiers and all flags but CMF_DEFAULTONLY give the same item.
+// See "What hosts can rely on" in docs/architecture.md.
 TEST_F(MenuItem, IsPlainTextAtTheGivenPositionForAnyFlagsAndIdentifiers) {
     const struct {
         UINT position, first, last;
@@ -71,6 +72,7 @@ TEST_F(MenuItem, IsLeftOutOfDefaultOnlyMenus) {
 }
 
 // The result only reserves the identifier; the shell builds the rest of the menu either way.
+// See "What hosts can rely on" in docs/architecture.md.
 TEST_F(MenuItem, IsReportedEvenIfTheInsertionFails) {
     EXPECT_EQ(Menu().QueryContextMenu(nullptr, 0, 1, 9, CMF_NORMAL), 1);
     EXPECT_EQ(Messages(), Strings{"QueryContextMenu add item locked=1"});
@@ -107,6 +109,7 @@ TEST_F(MenuItem, ReturnsVerbAndHelpCutToTheBuffer) {
 }
 
 // To a host that validates the item, S_OK says that it exists.
+// See "What hosts can rely on" in docs/architecture.md.
 TEST_F(MenuItem, LeavesTheBufferUnchangedForUnsupportedQueries) {
     char text[] = "untouched";
     for (const UINT kind :
@@ -124,6 +127,7 @@ TEST_F(MenuItem, LeavesTheBufferUnchangedForUnsupportedQueries) {
     EXPECT_STREQ(text, "untouched");
 }
 
+// See "What hosts can rely on" in docs/architecture.md.
 TEST_F(MenuItem, RecognisesItsCommandAndShowsErrorsAboveTheShellsWindow) {
     const auto* const offset1 = reinterpret_cast<LPCSTR>(uintptr_t{1});
     const auto* const highBits = reinterpret_cast<LPCSTR>(uintptr_t{7} << 32);
@@ -224,7 +228,8 @@ TEST_F(MenuItem, StartsThePromptWithTheSelectedPath) {
 
 #ifndef _WIN32
 
-// A virus scanner or a slow disk can hold up each line. Nothing of the host waits for it meanwhile.
+// A virus scanner or a slow disk can delay each line. The library holds nothing of the host
+// meanwhile.
 TEST_F(MenuItem, HoldsNothingWhileItWritesTheLog) {
     CopyShortcut();
     Copy(platform::BuiltFile("/bin/true"), kPrompt);

@@ -40,6 +40,7 @@ TEST_F(Texts, FallBackToTheDefaults) {
     }
 }
 
+// See "What hosts can rely on" in docs/architecture.md.
 TEST_F(Texts, ReflectChangesOfTheLanguageFile) {
     WriteEnglish("[product]\nPRODUCT SHORT NAME=Kel\n[shellext]\nmenu.lock={product}: lock\n");
     EXPECT_EQ(GetMenuText(false), L"Kel: lock");

@@ -34,8 +34,8 @@ class ScopedCallObserver {
 // interface that CoCreateInstance makes, is part of that and not announced to observers.
 class Call {
   public:
-    // `error` is the system error code or HRESULT that the call can fail with. Without it the call
-    // cannot fail, or nobody could handle its failure.
+    // `error` is the system error code or HRESULT with which a test can make the call fail. Omit it
+    // for a call that never fails, or whose failure the library ignores.
     explicit Call(const char* name, std::optional<LONG> error = std::nullopt) noexcept;
     ~Call();
     Call(const Call&) = delete;
