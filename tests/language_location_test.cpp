@@ -1,5 +1,6 @@
 #include "i18n/language_location.h"
 
+#include "common/module_path.h"
 #include "common/path.h"
 #include "server/module.h"
 #include "support/fixture.h"

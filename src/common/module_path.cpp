@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "common/path.h"
+
 namespace kelvaro {
 
 ModulePath ReadModulePath(HMODULE module) {
@@ -19,6 +21,12 @@ ModulePath ReadModulePath(HMODULE module) {
         }
     }
     return {{}, ERROR_INSUFFICIENT_BUFFER};
+}
+
+std::wstring GetModuleDirectory(HMODULE module) {
+    std::wstring path = ReadModulePath(module).path;
+    path.resize(ParentPath(path).size());
+    return path;
 }
 
 }  // namespace kelvaro

@@ -15,4 +15,7 @@ struct ModulePath {
 // std::bad_alloc.
 ModulePath ReadModulePath(HMODULE module);
 
+// Returns the directory of that file. Empty if its path cannot be obtained. Throws std::bad_alloc.
+std::wstring GetModuleDirectory(HMODULE module);
+
 }  // namespace kelvaro

@@ -18,12 +18,6 @@ constexpr std::wstring_view kDefaultFolder = L"Lang";
 
 }  // namespace
 
-std::wstring GetModuleDirectory(HMODULE module) {
-    std::wstring path = ReadModulePath(module).path;
-    path.resize(ParentPath(path).size());
-    return path;
-}
-
 std::wstring_view GetLanguageFileName() noexcept {
     const std::wstring_view tag = NormalizeLocale(GetUiLocale());
     const auto* const found =

@@ -3,10 +3,10 @@
 #include <optional>
 
 #include "common/file.h"
+#include "common/module_path.h"
 #include "common/owners.h"
 #include "common/path.h"
 #include "common/text.h"
-#include "i18n/language_location.h"
 #include "i18n/texts.h"
 #include "log/log.h"
 #include "server/module.h"

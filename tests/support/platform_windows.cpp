@@ -6,9 +6,9 @@
 #include <cstring>
 #include <optional>
 
+#include "common/module_path.h"
 #include "common/owners.h"
 #include "common/path.h"
-#include "i18n/language_location.h"
 #include "run_tests/remains.h"
 #include "support/fixture.h"
 #include "support/imports.h"
