@@ -87,7 +87,7 @@ TEST_F(Load, ConcurrentFirstLinesAreAllWritten) {
         ASSERT_EQ(Messages(), std::vector<std::string>(kThreads, "first")) << "round " << round;
         ASSERT_TRUE(DeleteFileW(kLog));
         ASSERT_TRUE(RemoveDirectoryW(kLogDirectory));
-        ASSERT_TRUE(RemoveDirectoryW(L"C:\\ProgramData\\Vorandel\\Kelvaro"));
+        ASSERT_TRUE(RemoveDirectoryW(kData));
     }
 }
 

@@ -54,7 +54,7 @@ TEST_F(Log, CreatesTheDirectoryWheneverItIsMissing) {
         WriteLog(L"");
         EXPECT_EQ(Messages(), (Strings{"first", ""}));
         EXPECT_EQ(Read(kLog)[0], '[') << "no byte-order mark";
-        std::filesystem::remove_all(platform::NativePath(L"C:\\ProgramData\\Vorandel\\Kelvaro"));
+        std::filesystem::remove_all(platform::NativePath(kData));
     }
 }
 
@@ -79,10 +79,10 @@ TEST_F(Log, StampsEachLineWithTheLocalTimeOfItsCall) {
 }
 
 TEST_F(Log, DropsLinesThatCannotBeWritten) {
-    Write(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs", "not a directory");
+    Write(kLogDirectory, "not a directory");
     WriteLog(L"lost");
-    EXPECT_EQ(Read(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs"), "not a directory");
-    DeleteFileW(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs");
+    EXPECT_EQ(Read(kLogDirectory), "not a directory");
+    DeleteFileW(kLogDirectory);
 
     MakeDirectory(kLog);
     WriteLog(L"lost");

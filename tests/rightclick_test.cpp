@@ -1,4 +1,6 @@
 #include "common/file.h"
+#include "common/text.h"
+#include "registration/keys.h"
 #include "registration/registration.h"
 #include "rightclick/handler.h"
 #include "rightclick/log_lines.h"
@@ -172,7 +174,7 @@ TEST_F(Registration, LeadsToTheLibraryOrTellsWhatIsWrong) {
     const auto write = [](const std::wstring& key, const std::wstring& data) {
         kelvaro::WriteRegistryString(HKEY_CURRENT_USER, L"Software\\Classes\\" + key, L"", data);
     };
-    const std::wstring handler = L"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
+    const std::wstring handler = kelvaro::Concat({kelvaro::kProgramClass, kelvaro::kHandlerKey});
     write(handler, L"no class identifier");
     EXPECT_PRED2(Contains, problem(), "it is not a class identifier");
     write(handler, clsid);

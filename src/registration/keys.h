@@ -8,14 +8,16 @@ namespace kelvaro {
 // The user's classes below HKEY_CURRENT_USER and the machine's below HKEY_LOCAL_MACHINE.
 inline constexpr std::wstring_view kClasses = L"Software\\Classes\\";
 
-// Below the classes.
+// Below the classes: the extension's class without its identifier, and the file classes whose menus
+// get the item.
 inline constexpr std::wstring_view kClassKey = L"CLSID\\";
-inline constexpr std::wstring_view kProgramHandler =
-    L"exefile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
-inline constexpr std::wstring_view kShortcutHandler =
-    L"lnkfile\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
+inline constexpr std::wstring_view kProgramClass = L"exefile";
+inline constexpr std::wstring_view kShortcutClass = L"lnkfile";
 
-// Below the key of the class.
+// Below the extension's class.
 inline constexpr std::wstring_view kServerKey = L"\\InprocServer32";
+
+// Below each file class.
+inline constexpr std::wstring_view kHandlerKey = L"\\shellex\\ContextMenuHandlers\\VorandelKelvaro";
 
 }  // namespace kelvaro

@@ -60,11 +60,11 @@ HRESULT UnregisterServer() {
         HKEY root;
         std::wstring path;
     } trees[] = {
-        {HKEY_CURRENT_USER, Concat({kClasses, kProgramHandler})},
-        {HKEY_CURRENT_USER, Concat({kClasses, kShortcutHandler})},
+        {HKEY_CURRENT_USER, Concat({kClasses, kProgramClass, kHandlerKey})},
+        {HKEY_CURRENT_USER, Concat({kClasses, kShortcutClass, kHandlerKey})},
         {HKEY_CURRENT_USER, Concat({kClasses, kClassKey, clsid})},
-        {HKEY_CLASSES_ROOT, std::wstring(kProgramHandler)},
-        {HKEY_CLASSES_ROOT, std::wstring(kShortcutHandler)},
+        {HKEY_CLASSES_ROOT, Concat({kProgramClass, kHandlerKey})},
+        {HKEY_CLASSES_ROOT, Concat({kShortcutClass, kHandlerKey})},
         {HKEY_CLASSES_ROOT, Concat({kClassKey, clsid})},
     };
     for (const Tree& tree : trees) {
@@ -102,8 +102,8 @@ HRESULT RegisterUnderRoot(HKEY root, std::wstring_view prefix, const std::wstrin
         {classKey, {}, L"Vorandel Kelvaro Shell Extension"},
         {serverKey, {}, modulePath},
         {serverKey, L"ThreadingModel", L"Apartment"},
-        {Concat({prefix, kProgramHandler}), {}, clsid},
-        {Concat({prefix, kShortcutHandler}), {}, clsid},
+        {Concat({prefix, kProgramClass, kHandlerKey}), {}, clsid},
+        {Concat({prefix, kShortcutClass, kHandlerKey}), {}, clsid},
     };
     for (const Entry& entry : entries) {
         const HRESULT result =

@@ -46,6 +46,7 @@ class DriveTest : public testing::Test {
     static inline const std::wstring kLibrary = kApplication + L"\\KelvaroShellExt.dll";
     static inline const std::wstring kPrompt = kApplication + L"\\KelvaroAuthPrompt.exe";
     static inline const std::wstring kEnglishFile = kApplication + L"\\Lang\\English.ini";
+    static constexpr wchar_t kData[] = L"C:\\ProgramData\\Vorandel\\Kelvaro";
     static constexpr wchar_t kRules[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\config\\rules.json";
     static constexpr wchar_t kLog[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs\\ShellExt.log";
     static constexpr wchar_t kClsidText[] = L"{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}";

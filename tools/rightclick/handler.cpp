@@ -4,16 +4,18 @@
 
 #include "common/code_page.h"
 #include "common/owners.h"
+#include "common/text.h"
 #include "menu/shortcut_target.h"
+#include "registration/keys.h"
 #include "rightclick/platform.h"
 
 namespace rightclick {
 namespace {
 
+using kelvaro::Concat;
+using kelvaro::kProgramClass;
+using kelvaro::kShortcutClass;
 using kelvaro::Utf8FromWide;
-
-constexpr wchar_t kProgramClass[] = L"exefile";
-constexpr wchar_t kShortcutClass[] = L"lnkfile";
 
 std::wstring ReadDefaultValue(HKEY root, const std::wstring& path) {
     kelvaro::ScopedKey key;
@@ -31,12 +33,12 @@ std::wstring ReadDefaultValue(HKEY root, const std::wstring& path) {
 // Returns the default value of a class key. Reads the user's classes first, because Wine does not
 // merge them into HKEY_CLASSES_ROOT.
 std::wstring ReadClassValue(const std::wstring& path) {
-    const std::wstring own = ReadDefaultValue(HKEY_CURRENT_USER, L"Software\\Classes\\" + path);
+    const std::wstring own = ReadDefaultValue(HKEY_CURRENT_USER, Concat({kelvaro::kClasses, path}));
     return own.empty() ? ReadDefaultValue(HKEY_CLASSES_ROOT, path) : own;
 }
 
-std::wstring ReadHandler(const std::wstring& fileClass) {
-    return ReadClassValue(fileClass + L"\\shellex\\ContextMenuHandlers\\VorandelKelvaro");
+std::wstring ReadHandler(std::wstring_view fileClass) {
+    return ReadClassValue(Concat({fileClass, kelvaro::kHandlerKey}));
 }
 
 // Explains why nothing is registered for `fileClass`.
@@ -68,8 +70,8 @@ std::wstring ClassOfFile(const std::wstring& file) {
     const std::wstring known = ReadClassValue(file.substr(dot));
     const kelvaro::FileKind kind = kelvaro::KindOfFile(file);
     return !known.empty()                        ? known
-           : kind == kelvaro::FileKind::program  ? kProgramClass
-           : kind == kelvaro::FileKind::shortcut ? kShortcutClass
+           : kind == kelvaro::FileKind::program  ? std::wstring(kProgramClass)
+           : kind == kelvaro::FileKind::shortcut ? std::wstring(kShortcutClass)
                                                  : L"";
 }
 
@@ -84,7 +86,7 @@ std::optional<Handler> FindHandler(const std::wstring& fileClass, std::string* p
         reason = "\"" + Utf8FromWide(clsid) + "\" is registered for " + name +
                  "; it is not a class identifier" + kHowToRegister;
     } else {
-        handler.library = ReadClassValue(L"CLSID\\" + clsid + L"\\InprocServer32");
+        handler.library = ReadClassValue(Concat({kelvaro::kClassKey, clsid, kelvaro::kServerKey}));
         std::erase(handler.library, L'"');  // COM ignores them
         if (!handler.library.empty()) {
             return handler;

@@ -6,6 +6,7 @@
 
 #include "console/console.h"
 #include "menu/shortcut_target.h"
+#include "registration/keys.h"
 #include "rightclick/explain_report.h"
 #include "rightclick/handler.h"
 #include "rightclick/library.h"
@@ -49,7 +50,7 @@ std::optional<Handler> ChooseHandler(const Options& options, std::string& proble
     // The shell does not load the extension for other files. Then the file is the reason, not the
     // registration.
     if (!handler && kelvaro::KindOfFile(file) == kelvaro::FileKind::other) {
-        handler = FindHandler(L"exefile", &problem);
+        handler = FindHandler(std::wstring(kelvaro::kProgramClass), &problem);
         problem = handler ? "" : ExplainSelection(options.files);
     }
     return handler;

@@ -24,11 +24,12 @@ struct Key {
 std::vector<Key> Keys() {
     std::vector<Key> keys = {{HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro"}};
     for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
-        for (const std::wstring_view name :
-             {std::wstring_view(L"CLSID\\{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}"),
-              kelvaro::kProgramHandler, kelvaro::kShortcutHandler,
-              std::wstring_view(L"exefile\\shellex\\ContextMenuHandlers\\KelvaroTest"),
-              std::wstring_view(L"lnkfile\\shellex\\ContextMenuHandlers\\KelvaroTest")}) {
+        for (const std::wstring& name :
+             {std::wstring(L"CLSID\\{A36AA93F-0FF6-4369-BF38-78FAADC0C5ED}"),
+              kelvaro::Concat({kelvaro::kProgramClass, kelvaro::kHandlerKey}),
+              kelvaro::Concat({kelvaro::kShortcutClass, kelvaro::kHandlerKey}),
+              std::wstring(L"exefile\\shellex\\ContextMenuHandlers\\KelvaroTest"),
+              std::wstring(L"lnkfile\\shellex\\ContextMenuHandlers\\KelvaroTest")}) {
             keys.push_back({root, kelvaro::Concat({kelvaro::kClasses, name})});
         }
     }
