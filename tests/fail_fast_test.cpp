@@ -10,10 +10,10 @@
 
 #include "common/module_path.h"
 #include "common/owners.h"
-#include "rightclick/drop_list.h"
-#include "rightclick/library.h"
 #include "server/clsid.h"
 #include "server/exports.h"
+#include "shell_host/drop_list.h"
+#include "shell_host/library.h"
 #include "support/fixture.h"
 #include "support/imports.h"
 

@@ -4,8 +4,8 @@
 #include <new>
 
 #include "internal/call.h"
-#include "rightclick/popup_menu.h"
 #include "rules/lock_lookup.h"
+#include "shell_host/popup_menu.h"
 #include "support/every_entry_point.h"
 #include "support/extension.h"
 #include "support/fixture.h"

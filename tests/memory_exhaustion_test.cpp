@@ -13,8 +13,8 @@
 #include <span>
 
 #include "common/owners.h"
-#include "rightclick/data_object.h"
 #include "server/clsid.h"
+#include "shell_host/data_object.h"
 #include "support/every_entry_point.h"
 #include "support/fixture.h"
 #include "support/imports.h"

@@ -3,9 +3,9 @@
 #include <shlobj.h>
 
 #include "common/owners.h"
-#include "rightclick/library.h"
 #include "server/exports.h"
 #include "server/module.h"
+#include "shell_host/library.h"
 #include "support/fixture.h"
 
 #ifndef _WIN32

@@ -1,7 +1,7 @@
 #include <cstring>
 
-#include "rightclick/data_object.h"
-#include "rightclick/drop_list.h"
+#include "shell_host/data_object.h"
+#include "shell_host/drop_list.h"
 #include "support/extension.h"
 #include "support/fixture.h"
 

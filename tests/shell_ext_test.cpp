@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "rightclick/popup_menu.h"
 #include "server/module.h"
+#include "shell_host/popup_menu.h"
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/prompt.h"

@@ -9,10 +9,10 @@
 
 #include "common/owners.h"
 #include "common/path.h"
-#include "rightclick/library.h"
-#include "rightclick/popup_menu.h"
 #include "rightclick/right_click.h"
 #include "server/clsid.h"
+#include "shell_host/library.h"
+#include "shell_host/popup_menu.h"
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/prompt.h"

@@ -9,9 +9,9 @@
 #include <initializer_list>
 
 #include "common/owners.h"
-#include "rightclick/drop_list.h"
-#include "rightclick/popup_menu.h"
 #include "server/clsid.h"
+#include "shell_host/drop_list.h"
+#include "shell_host/popup_menu.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "rightclick/library.h"
 #include "server/exports.h"
+#include "shell_host/library.h"
 
 // Called with true before and with false after each call into the library.
 using LibraryCallHook = void (*)(bool inside);

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "menu/shell_ext.h"
-#include "rightclick/drop_list.h"
-#include "rightclick/popup_menu.h"
+#include "shell_host/drop_list.h"
+#include "shell_host/popup_menu.h"
 
 using kelvaro::ComPtr;
 

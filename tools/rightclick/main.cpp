@@ -9,7 +9,6 @@
 #include "registration/keys.h"
 #include "rightclick/explain_report.h"
 #include "rightclick/handler.h"
-#include "rightclick/library.h"
 #include "rightclick/log_lines.h"
 #include "rightclick/options.h"
 #include "rightclick/platform.h"
@@ -19,6 +18,7 @@
 #include "rightclick/target.h"
 #include "rules/lock_lookup.h"
 #include "server/clsid.h"
+#include "shell_host/library.h"
 
 namespace rightclick {
 namespace {

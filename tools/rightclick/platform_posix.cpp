@@ -1,9 +1,9 @@
 #include <clocale>
 #include <cwctype>
 
-#include "rightclick/drop_list.h"
 #include "rightclick/platform.h"
 #include "rightclick/selection.h"
+#include "shell_host/drop_list.h"
 
 // Replaces what only Windows has: a screen, the shell's data objects, and environment variables in
 // paths.

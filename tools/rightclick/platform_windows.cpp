@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "common/owners.h"
-#include "rightclick/drop_list.h"
 #include "rightclick/platform.h"
 #include "rightclick/selection.h"
+#include "shell_host/drop_list.h"
 
 namespace rightclick {
 namespace {

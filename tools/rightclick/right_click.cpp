@@ -5,12 +5,12 @@
 #include "common/code_page.h"
 #include "common/owners.h"
 #include "common/result.h"
-#include "rightclick/library.h"
 #include "rightclick/log_lines.h"
 #include "rightclick/platform.h"
-#include "rightclick/popup_menu.h"
 #include "rightclick/selection.h"
 #include "server/exports.h"
+#include "shell_host/library.h"
+#include "shell_host/popup_menu.h"
 
 namespace rightclick {
 namespace {

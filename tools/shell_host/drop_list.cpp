@@ -1,11 +1,11 @@
-#include "rightclick/drop_list.h"
+#include "shell_host/drop_list.h"
 
 #include <shlobj.h>
 
 #include <cstring>
 #include <new>
 
-#include "rightclick/data_object.h"
+#include "shell_host/data_object.h"
 
 namespace rightclick {
 namespace {
