@@ -47,7 +47,7 @@ void RightClickOnce(IDataObject& selection) {
     kelvaro::CreateShellExt(IID_IShellExtInit, object.Put());
     object->Initialize(nullptr, &selection, nullptr);
     object->QueryInterface(IID_IContextMenu, menu.Put());
-    const rightclick::PopupMenu popup;
+    const shell_host::PopupMenu popup;
     menu->QueryContextMenu(popup.Handle(), 0, 1, 9, CMF_NORMAL);
     wchar_t help[128] = {};
     menu->GetCommandString(0, GCS_HELPTEXTW, nullptr, reinterpret_cast<LPSTR>(help), 128);
@@ -62,7 +62,7 @@ class PlatformCalls {
         ReadFileInto(DriveTest::kRules);
         ConvertPath();
         AppendLine();
-        const rightclick::PopupMenu popup;
+        const shell_host::PopupMenu popup;
         LoadText();
         LoadText();
         InsertMenuW(popup.Handle(), 0, MF_BYPOSITION | MF_STRING, 1, L"Lock with Vorandel Kelvaro");
@@ -148,7 +148,7 @@ class PlatformCalls {
 template <class Work>
 void Measure(benchmark::State& state, Work work) {
     const Application application;
-    const ComPtr<IDataObject> selection(rightclick::MakeDropListObject({kProgram}));
+    const ComPtr<IDataObject> selection(shell_host::MakeDropListObject({kProgram}));
     work(*selection.Get());
     for (auto _ : state) {
         work(*selection.Get());

@@ -28,10 +28,10 @@ class EndToEnd : public DriveTest {
         InstallPrompt(kProgram);
         WriteShortcut(kShortcut, kProgram);
         SetLocale(L"en-US");
-        EXPECT_EQ(rightclick::CallRegistration(kLibrary, "DllRegisterServer"), S_OK);
+        EXPECT_EQ(shell_host::CallRegistration(kLibrary, "DllRegisterServer"), S_OK);
     }
     ~EndToEnd() override {
-        EXPECT_EQ(rightclick::CallRegistration(kLibrary, "DllUnregisterServer"), S_OK);
+        EXPECT_EQ(shell_host::CallRegistration(kLibrary, "DllUnregisterServer"), S_OK);
         EXPECT_FALSE(rightclick::FindHandler(L"exefile"));
     }
 
@@ -65,7 +65,7 @@ TEST_F(EndToEnd, SaysThatThePromptIsMissing) {
 // An object of the registered library with the menu that it has extended.
 class ExtendedMenu {
   public:
-    ExtendedMenu(const rightclick::Library& library, const std::wstring& file) {
+    ExtendedMenu(const shell_host::Library& library, const std::wstring& file) {
         ComPtr<IClassFactory> factory;
         ComPtr<IShellExtInit> object;
         const ComPtr<IDataObject> files(rightclick::MakeSelection({file}).dataObject);
@@ -81,14 +81,14 @@ class ExtendedMenu {
     IContextMenu& Handler() { return *handler_.Get(); }
 
   private:
-    rightclick::PopupMenu popup_;
+    shell_host::PopupMenu popup_;
     ComPtr<IContextMenu> handler_;
 };
 
 // Explorer shows the menu of one object. When the item is clicked, it invokes a second object by
 // the item's name, often on another thread.
 TEST_F(EndToEnd, ASecondObjectOnAnotherThreadIsInvokedByName) {
-    const rightclick::Library library(kLibrary);
+    const shell_host::Library library(kLibrary);
     const auto canUnload = library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow");
     {
         ExtendedMenu shown(library, kProgram);

@@ -46,10 +46,10 @@ class FailFast : public DriveTest {
 
     // Initialises an object while the DLL calls `function` instead of its import `name`.
     static HRESULT InitializeWith(const char* name, void* function) {
-        const rightclick::Library library(kLibrary);
+        const shell_host::Library library(kLibrary);
         ScopedImport import(library.Handle(), name);
         import.Replace(function);
-        const ComPtr<IDataObject> selection(rightclick::MakeDropListObject({kTool}));
+        const ComPtr<IDataObject> selection(shell_host::MakeDropListObject({kTool}));
         ComPtr<IClassFactory> factory;
         ComPtr<IShellExtInit> object;
         library.Export<decltype(&DllGetClassObject)>("DllGetClassObject")(
@@ -94,7 +94,7 @@ TEST_F(FailFast, StackProtectorsGuardIsRandomWithALowZeroByte) {
     EXPECT_EQ(__stack_chk_guard & 0xFF, 0U);
     constexpr std::uintptr_t kBefore = 0x595E9FBD94FDA700;  // until the start-up code runs
     EXPECT_NE(__stack_chk_guard, kBefore);
-    const rightclick::Library library(kLibrary);
+    const shell_host::Library library(kLibrary);
     const auto* const start = reinterpret_cast<const std::uintptr_t*>(library.Handle());
     MODULEINFO image = {};
     GetModuleInformation(GetCurrentProcess(), library.Handle(), &image, sizeof image);

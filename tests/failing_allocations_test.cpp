@@ -104,7 +104,7 @@ TEST_F(FailingAllocations, ChangeNothingOutsideTheLibrary) {
     Copy(platform::BuiltFile("/bin/true"), kPrompt);
     Extension extension;
     extension.Select({kTool});
-    const rightclick::PopupMenu menu;
+    const shell_host::PopupMenu menu;
     const struct {
         const char* change;
         std::function<HRESULT()> call;

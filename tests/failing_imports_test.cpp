@@ -81,7 +81,7 @@ class FailingImports : public DriveTest {
 
     // Uses the library, with call number `failing` of the replaced import failing. Returns the
     // number of calls of that import.
-    static size_t CallWithFailure(const rightclick::Library& library, size_t failing) {
+    static size_t CallWithFailure(const shell_host::Library& library, size_t failing) {
         DeleteFileW(kLog);
         RemoveDirectoryW(L"C:\\ProgramData\\Vorandel\\Kelvaro\\logs");
         g_calls = 0;
@@ -92,7 +92,7 @@ class FailingImports : public DriveTest {
 
     // Makes every call of one import fail in turn, with an error code and without one. Returns the
     // number of failures.
-    static size_t FailEach(const rightclick::Library& library, const Import& import) {
+    static size_t FailEach(const shell_host::Library& library, const Import& import) {
         ScopedImport stub(library.Handle(), import.name);
         stub.Replace(import.install(stub.Original()));
         const size_t calls = CallWithFailure(library, SIZE_MAX);
@@ -121,7 +121,7 @@ TEST_F(FailingImports, EveryImportWhoseFailureIsHandledIsListed) {
 }
 
 TEST_F(FailingImports, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
-    const rightclick::Library library(kLibrary);
+    const shell_host::Library library(kLibrary);
     ASSERT_TRUE(library.IsLoaded());
     size_t calls = 0;
     for (const Import& import : kImports) {

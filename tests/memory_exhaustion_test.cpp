@@ -79,7 +79,7 @@ class MemoryExhaustion : public DriveTest {
 
     // Makes every call on a thread of its own. Call number `starved` is granted `granted`
     // allocations. Returns whether it was refused one.
-    static bool CallEverything(const rightclick::Library& library, size_t starved, size_t granted) {
+    static bool CallEverything(const shell_host::Library& library, size_t starved, size_t granted) {
         g_calls = 0;
         g_starved = starved;
         g_granted = granted;
@@ -92,7 +92,7 @@ class MemoryExhaustion : public DriveTest {
         return g_wasRefused;
     }
 
-    static void StarveEachCall(const rightclick::Library& library, const char* prompt) {
+    static void StarveEachCall(const shell_host::Library& library, const char* prompt) {
         size_t rounds = 0;
         CallEverything(library, SIZE_MAX, 0);
         const size_t calls = g_calls;
@@ -106,7 +106,7 @@ class MemoryExhaustion : public DriveTest {
 };
 
 TEST_F(MemoryExhaustion, EveryEntryPointReportsItAndWorksAgain) {
-    const rightclick::Library library(kLibrary);
+    const shell_host::Library library(kLibrary);
     ASSERT_TRUE(library.IsLoaded());
     const Allocator allocator(library.Handle());
     StarveEachCall(library, "the prompt cannot be started");
@@ -119,7 +119,7 @@ TEST_F(MemoryExhaustion, EveryEntryPointReportsItAndWorksAgain) {
 }
 
 // Has the DLL throw `count` exceptions on this thread while it gets no memory.
-void ThrowInside(const rightclick::Library& library, int count) {
+void ThrowInside(const shell_host::Library& library, int count) {
     const auto getClassObject = ExportsOf(library).getClassObject;
     for (int i = 0; i < count; ++i) {
         ComPtr<IClassFactory> factory;
@@ -174,7 +174,7 @@ struct HeldUpThreads {
             Sleep(1);
         }
     }
-    const rightclick::Library library{DriveTest::kLibrary};
+    const shell_host::Library library{DriveTest::kLibrary};
     const Allocator allocator{library.Handle()};
     ScopedImport raise{library.Handle(), "RaiseException"};
     const std::function<void()> work = [this] { ThrowInside(library, 1); };
@@ -208,12 +208,12 @@ TEST_F(MemoryExhaustion, DISABLED_AllPlacesStayTaken) {
 }
 
 // COM forbids what this data object of a host does.
-struct ThrowingObject : rightclick::DataObject {
+struct ThrowingObject : shell_host::DataObject {
     STDMETHODIMP GetData(FORMATETC*, STGMEDIUM*) override { throw std::length_error("host"); }
 };
 
 TEST_F(MemoryExhaustion, ExceptionsOfTheHostTakeNoPlaceForLong) {
-    const rightclick::Library library(kLibrary);
+    const shell_host::Library library(kLibrary);
     ResetEvent(g_goOn);
     g_heldUp = 0;
     const std::function<void()> work = [&library] {
@@ -245,7 +245,7 @@ TEST_F(MemoryExhaustion, TheLibraryLoadsWithoutMemory) {
             RefuseFrom(0);
         }
     });
-    const rightclick::Library library(kLibrary);
+    const shell_host::Library library(kLibrary);
     EXPECT_FALSE(StopRefusing());
     ASSERT_TRUE(library.IsLoaded());
     RunOnSmallStack([&] { ThrowInside(library, 1); });
@@ -288,7 +288,7 @@ TEST_F(MemoryExhaustion, ALoadWithAnExceptionLeavesNothing) {
     constexpr size_t kLoads = 100;
     const auto load = [] {
         for (size_t i = 0; i < kLoads; ++i) {
-            const rightclick::Library library(kLibrary);
+            const shell_host::Library library(kLibrary);
             const Allocator allocator(library.Handle());
             RunOnSmallStack([&] { ThrowInside(library, 1); });
         }

@@ -62,7 +62,7 @@ TEST_F(Registration, WritesToTheUsersClassesAndReplacesAnEarlierRegistration) {
     }
     const std::wstring moved = TestPath(L"New\\KelvaroShellExt.dll");
     Copy(library, moved);
-    EXPECT_EQ(rightclick::CallRegistration(moved, "DllRegisterServer"), S_OK);
+    EXPECT_EQ(shell_host::CallRegistration(moved, "DllRegisterServer"), S_OK);
     EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), EntriesFor(moved));
 }
 

@@ -9,7 +9,7 @@ namespace kelvaro {
 namespace {
 
 // A data object with a given result and medium.
-class GivenMedium final : public rightclick::DataObject {
+class GivenMedium final : public shell_host::DataObject {
   public:
     GivenMedium(HRESULT result, HGLOBAL memory) : result_(result), memory_(memory) { ++alive; }
 
@@ -145,7 +145,7 @@ TEST_F(Selection, ReadsAnsiLists) {
 TEST_F(Selection, ForgetsTheEarlierSelection) {
     Extension extension;
     for (IDataObject* const unusable :
-         {rightclick::MakeDropListObject({kTool, kTool}), static_cast<IDataObject*>(nullptr)}) {
+         {shell_host::MakeDropListObject({kTool, kTool}), static_cast<IDataObject*>(nullptr)}) {
         EXPECT_EQ(extension.Select({kTool}), S_OK);
         EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro");
         EXPECT_EQ(extension.Select(unusable), E_INVALIDARG);

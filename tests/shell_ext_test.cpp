@@ -47,7 +47,7 @@ TEST_F(MenuItem, IsPlainTextAtTheGivenPositionForAnyFlagsAndIdentifiers) {
         for (UINT round = 0; round < 32; ++round) {
             const UINT flags = round == 0 ? ~UINT{CMF_DEFAULTONLY} : UINT{1} << round;
             const auto& [position, first, last, at] = places[round % std::size(places)];
-            const rightclick::PopupMenu menu;
+            const shell_host::PopupMenu menu;
             for (const wchar_t* const text : {L"Open", L"Properties"}) {
                 InsertMenuW(menu.Handle(), 9, MF_BYPOSITION | MF_STRING, 7, text);
             }

@@ -107,7 +107,7 @@ std::wstring ShellMenuTexts(const std::wstring& file, const wchar_t* progId) {
         EXPECT_EQ(SHCreateDefaultContextMenu(&request, IID_IContextMenu, menu.Put()), S_OK);
     }
     CoTaskMemFree(item);
-    const rightclick::PopupMenu popup;
+    const shell_host::PopupMenu popup;
     EXPECT_GE(menu->QueryContextMenu(popup.Handle(), 0, 1, 0x7FFF, CMF_NORMAL), 0);
     std::wstring texts;
     for (int at = 0; at < popup.Count(); ++at) {
@@ -144,7 +144,7 @@ BOOL WINAPI CountEntry(HINSTANCE, DWORD, LPVOID) {
 
 // Explorer starts and ends threads all the time.
 TEST_F(WindowsShell, ThreadsOfTheHostDoNotEnterTheLibrary) {
-    const rightclick::Library library(library_);
+    const shell_host::Library library(library_);
     EXPECT_TRUE(DisableThreadLibraryCalls(library.Handle()));
     // Replaces the entry point by "mov rax, CountEntry; jmp rax".
     BYTE* const base = reinterpret_cast<BYTE*>(library.Handle());
@@ -183,7 +183,7 @@ struct LongPath : WindowsShell {
 
 TEST_F(LongPath, RegistersAndFindsItsFiles) {
     Write(LongDirectory() + L"\\Lang\\English.ini", "[ShellExt]\nmenu.lock=Found\n");
-    EXPECT_EQ(rightclick::CallRegistration(library_, "DllRegisterServer"), S_OK);
+    EXPECT_EQ(shell_host::CallRegistration(library_, "DllRegisterServer"), S_OK);
     const auto handler = rightclick::FindHandler(L"exefile");
     ASSERT_TRUE(handler);
     EXPECT_TRUE(handler->library.ends_with(library_.substr(4))) << Utf8(handler->library);
@@ -197,7 +197,7 @@ TEST_F(LongPath, RegistersAndFindsItsFiles) {
     const std::string prompt = Utf8(LongDirectory().substr(4)) + "\\KelvaroAuthPrompt.exe\"";
     EXPECT_TRUE(messages[3].starts_with("CreateProcess: \"")) << messages[3];
     EXPECT_NE(messages[3].find(prompt), std::string::npos) << messages[3];
-    EXPECT_EQ(rightclick::CallRegistration(library_, "DllUnregisterServer"), S_OK);
+    EXPECT_EQ(shell_host::CallRegistration(library_, "DllUnregisterServer"), S_OK);
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ void UseObject(IShellExtInit& object, IDataObject* selection, LibraryCallHook ho
                 [&] { return object.Initialize(nullptr, selection, nullptr); });
     ComPtr<IContextMenu> menu;
     ASSERT_EQ(object.QueryInterface(IID_IContextMenu, menu.Put()), S_OK);
-    const rightclick::PopupMenu popup;
+    const shell_host::PopupMenu popup;
     CallLibrary(hook, "QueryContextMenu", {1, E_OUTOFMEMORY}, [&] {
         const HRESULT result = menu->QueryContextMenu(popup.Handle(), 0, 1, 9, CMF_NORMAL);
         // After a failure the shell gives the identifier to the next handler.
@@ -64,7 +64,7 @@ void UseObject(IShellExtInit& object, IDataObject* selection, LibraryCallHook ho
 
 }  // namespace
 
-Exports ExportsOf(const rightclick::Library& library) {
+Exports ExportsOf(const shell_host::Library& library) {
     return {library.Export<decltype(Exports::getClassObject)>("DllGetClassObject"),
             library.Export<decltype(Exports::canUnloadNow)>("DllCanUnloadNow"),
             library.Export<decltype(Exports::registerServer)>("DllRegisterServer"),
@@ -78,7 +78,7 @@ Exports LinkedExports() {
 void ExerciseRightClick(const Exports& library, const std::wstring& shortcut,
                         LibraryCallHook hook) {
     {
-        const ComPtr<IDataObject> selection(rightclick::MakeDropListObject({shortcut}));
+        const ComPtr<IDataObject> selection(shell_host::MakeDropListObject({shortcut}));
         ComPtr<IClassFactory> factory;
         CallLibrary(hook, "DllGetClassObject", {S_OK, E_OUTOFMEMORY}, [&] {
             return library.getClassObject(kelvaro::kShellExtClsid, IID_IClassFactory,

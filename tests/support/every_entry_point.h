@@ -16,7 +16,7 @@ struct Exports {
     decltype(&DllUnregisterServer) unregisterServer;
 };
 Exports LinkedExports();
-Exports ExportsOf(const rightclick::Library& library);
+Exports ExportsOf(const shell_host::Library& library);
 
 // Makes every call of a right-click with `shortcut` selected: creates the factory and the object,
 // initialises it, queries menu, verb and help text, and invokes the command. Calls may fail, but

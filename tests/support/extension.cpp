@@ -27,7 +27,7 @@ Extension::Extension() {
 }
 
 HRESULT Extension::Select(const std::vector<std::wstring>& files) {
-    return Select(rightclick::MakeDropListObject(files));
+    return Select(shell_host::MakeDropListObject(files));
 }
 
 HRESULT Extension::Select(IDataObject* selection) {
@@ -38,7 +38,7 @@ HRESULT Extension::Select(IDataObject* selection) {
 }
 
 std::wstring Extension::MenuText(UINT flags) {
-    const rightclick::PopupMenu menu;
+    const shell_host::PopupMenu menu;
     const HRESULT result = menu_->QueryContextMenu(menu.Handle(), 0, 1, 0x7FFF, flags);
     EXPECT_EQ(result, menu.Count());
     return menu.Count() == 1 ? menu.Text(0) : L"";

@@ -35,7 +35,7 @@ int FailUsage(const std::string& what) {
 int ChangeRegistration(const Options& options) {
     const char* const name =
         options.action == Action::registerLibrary ? "DllRegisterServer" : "DllUnregisterServer";
-    const HRESULT result = CallRegistration(options.library, name);
+    const HRESULT result = shell_host::CallRegistration(options.library, name);
     console::Print(stdout, std::string(name) + ": " + DescribeResult(result) + "\n");
     return SUCCEEDED(result) ? kOffered : kNothingOffered;
 }

@@ -33,7 +33,7 @@ std::optional<UINT> ShowMenu(HMENU /*menu*/, HWND& /*owner*/) {
 }
 
 Selection MakeSelection(const std::vector<std::wstring>& files) {
-    return {MakeDropListObject(files), false};
+    return {shell_host::MakeDropListObject(files), false};
 }
 
 }  // namespace rightclick

@@ -99,7 +99,7 @@ Selection MakeSelection(const std::vector<std::wstring>& files) {
     }
     IDataObject* const object = known ? DataObjectFromFolder(items) : nullptr;
     return object != nullptr ? Selection{object, true}
-                             : Selection{MakeDropListObject(files), false};
+                             : Selection{shell_host::MakeDropListObject(files), false};
 }
 
 }  // namespace rightclick

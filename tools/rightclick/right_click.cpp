@@ -49,8 +49,8 @@ HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command, HWN
     return menu.InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&request));
 }
 
-HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>& object,
-                   LoadStep& step) {
+HRESULT MakeObject(const shell_host::Library& library, REFCLSID clsid,
+                   ComPtr<IShellExtInit>& object, LoadStep& step) {
     step = LoadStep::findExport;
     const auto getClassObject = library.Export<decltype(&DllGetClassObject)>("DllGetClassObject");
     if (getClassObject == nullptr) {
@@ -64,7 +64,7 @@ HRESULT MakeObject(const Library& library, REFCLSID clsid, ComPtr<IShellExtInit>
 }
 
 void UseMenu(IContextMenu& handler, const Options& options, Outcome& outcome) {
-    const PopupMenu popup;
+    const shell_host::PopupMenu popup;
     outcome.query = handler.QueryContextMenu(popup.Handle(), 0, kFirstId, kLastId, options.flags);
     UINT_PTR command = 0;
     if (SUCCEEDED(outcome.query) && popup.Count() > 0) {
@@ -104,7 +104,7 @@ Outcome RightClick(const Handler& handler, const Options& options) {
     Outcome outcome;
     outcome.library = handler.library;
     outcome.clsid = handler.clsid;
-    const Library library(handler.library);
+    const shell_host::Library library(handler.library);
     if (!library.IsLoaded()) {
         outcome.load = kelvaro::FailureFromWin32(GetLastError());
         return outcome;

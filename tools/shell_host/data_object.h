@@ -6,7 +6,7 @@
 
 #include <atomic>
 
-namespace rightclick {
+namespace shell_host {
 
 // Base of data objects: counts references and offers no data. A derived class overrides GetData.
 class DataObject : public IDataObject {
@@ -54,4 +54,4 @@ class DataObject : public IDataObject {
     std::atomic<ULONG> references_ = 1;
 };
 
-}  // namespace rightclick
+}  // namespace shell_host

@@ -7,7 +7,7 @@
 
 #include "shell_host/data_object.h"
 
-namespace rightclick {
+namespace shell_host {
 namespace {
 
 class DropListObject final : public DataObject {
@@ -68,4 +68,4 @@ IDataObject* MakeDropListObject(std::vector<std::wstring> files) {
     return new DropListObject(std::move(files));
 }
 
-}  // namespace rightclick
+}  // namespace shell_host

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace rightclick {
+namespace shell_host {
 
 // Returns a block of global memory with a file-drop list of `files`, which the caller frees. Null
 // if there is not enough memory.
@@ -17,4 +17,4 @@ HGLOBAL MakeDropList(const std::vector<std::wstring>& files);
 // owns one reference.
 IDataObject* MakeDropListObject(std::vector<std::wstring> files);
 
-}  // namespace rightclick
+}  // namespace shell_host

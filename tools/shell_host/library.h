@@ -8,7 +8,7 @@
 
 #include "common/result.h"
 
-namespace rightclick {
+namespace shell_host {
 
 // Loads a library and frees it at the end of its scope.
 class Library {
@@ -45,4 +45,4 @@ inline HRESULT CallRegistration(const std::wstring& file, const char* name) {
     return call == nullptr ? kelvaro::FailureFromWin32(GetLastError()) : call();
 }
 
-}  // namespace rightclick
+}  // namespace shell_host

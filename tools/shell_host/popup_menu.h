@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace rightclick {
+namespace shell_host {
 
 // Creates a popup menu and destroys it at the end of its scope.
 class PopupMenu {
@@ -33,4 +33,4 @@ class PopupMenu {
     HMENU handle_;
 };
 
-}  // namespace rightclick
+}  // namespace shell_host
