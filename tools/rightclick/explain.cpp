@@ -39,20 +39,23 @@ size_t CountLineFeeds(std::string_view text) {
     return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-// Returns the first ten keys of `text`: what is in double quotes before a colon.
-Json ReadKeys(std::string_view text) {
-    constexpr size_t kMost = 10;
-    Json keys = Json::array();
-    size_t begin = text.find('"');
-    while (begin != std::string_view::npos && keys.size() < kMost) {
-        const size_t end = text.find('"', begin + 1);
-        const size_t after = text.find_first_not_of(" \t\n\v\f\r", std::max(end, end + 1));
-        if (after != std::string_view::npos && text[after] == ':') {
-            keys.push_back(ValidUtf8(text.substr(begin + 1, end - begin - 1)));
-        }
-        begin = end;
+// Returns the index of the first byte of `text` that does not only separate rules.
+size_t BeginOf(std::string_view text) {
+    return std::min(text.find_first_not_of(", \t\r\n"), text.size());
+}
+
+// Returns `text` from there on, on one line: line ends with the indentation after them become one
+// blank.
+std::string OnOneLine(std::string_view text) {
+    text.remove_prefix(BeginOf(text));
+    std::string line;
+    while (!text.empty()) {
+        const size_t end = std::min(text.find_first_of("\r\n"), text.size());
+        line += text.substr(0, end);
+        text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n", end), text.size()));
+        line += text.empty() ? "" : " ";
     }
-    return keys;
+    return line;
 }
 
 // Returns why `piece` of `rules`, which begins on `line`, is not a flat object.
@@ -71,8 +74,8 @@ std::string ExplainIgnored(std::string_view rules, const RulePiece& piece, size_
 
 // Returns what the extension reads from `piece` of `rules`, which begins on `line`.
 Json ReadRule(std::string_view rules, const RulePiece& piece, size_t line, bool locks) {
-    Json rule = {{"line", line}, {"locks", locks}};
     const std::string_view text = piece.text;
+    Json rule = {{"line", line}, {"locks", locks}, {"text", ValidUtf8(OnOneLine(text))}};
     if (!piece.IsFlatObject()) {
         rule["ignored"] = ExplainIgnored(rules, piece, line);
         return rule;
@@ -87,7 +90,6 @@ Json ReadRule(std::string_view rules, const RulePiece& piece, size_t line, bool 
     if (kelvaro::FindStringField(text, "target")) {
         rule["target"] = Utf8FromWide(kelvaro::CanonicalTarget(text));
     }
-    rule["keys"] = ReadKeys(text);
     return rule;
 }
 
@@ -143,8 +145,7 @@ Json ExplainLock(std::string_view rules, std::wstring_view program) {
             }
             similar.erase(std::prev(similar.end()));
         }
-        const char* const begin =
-            text.data() + std::min(text.find_first_not_of(", \t\r\n"), text.size());
+        const char* const begin = text.data() + BeginOf(text);
         line += CountLineFeeds({lineCounted, static_cast<size_t>(begin - lineCounted)});
         lineCounted = begin;
         similar.insert({rank, ReadRule(rules, *piece, line, rank == Rank::locks)});

@@ -67,89 +67,43 @@ std::string Line(const std::string& label, const Json& text) {
     return "  " + Padded(label, 11) + Printable(text.get<std::string>()) + "\n";
 }
 
-// Returns the part of a long text around the index `at`, for people.
-std::string Excerpt(std::wstring_view text, size_t at) {
-    constexpr size_t kLongest = 90;
-    constexpr size_t kBefore = 40;
-    const size_t begin = at > kLongest - kBefore ? at - kBefore : 0;
-    const bool cut = begin + kLongest < text.size();
-    return (begin > 0 ? "..." : "") + Printable(text.substr(begin, kLongest)) + (cut ? "..." : "");
+// Returns `text` for people, cut after a number of characters that no wanted value reaches.
+std::string Shown(const Json& text) {
+    constexpr size_t kLongest = 2 * MAX_PATH;
+    const std::wstring wide = kelvaro::WideFromBytes(CP_UTF8, 0, text.get<std::string>());
+    return wide.empty()
+               ? "(empty)"
+               : Printable(wide.substr(0, kLongest)) + (wide.size() > kLongest ? "..." : "");
 }
 
-std::wstring Wide(const Json& text) {
-    return kelvaro::WideFromBytes(CP_UTF8, 0, text.get<std::string>());
+// Returns the lines about one rule: its text, what is read from it, and what is wanted where that
+// differs.
+std::string RuleText(const Json& rule, const Json& canonicalPath) {
+    std::string lines;
+    const auto add = [&](const char* name, const std::string& shown) {
+        const std::string label = lines.empty() ? "line " + rule["line"].dump() : "";
+        lines += "  " + Padded(label, 9) + Padded(name, 8) + shown + "\n";
+    };
+    const auto compare = [&](const char* name, const Json& value, const Json& wanted) {
+        add(name, value.is_null() ? "(none)" : Shown(value));
+        if (value != wanted) {
+            add("wanted", Shown(wanted));
+        }
+    };
+    add("text", Shown(rule["text"]));
+    if (rule.contains("ignored")) {
+        add("ignored", rule["ignored"]);
+        return lines;
+    }
+    compare("type", rule["type"], "exe");
+    add("enabled",
+        rule["enabled"].is_null() ? "(none), which counts as true" : rule["enabled"].dump());
+    if (rule["enabled"] == false) {
+        add("wanted", "true");
+    }
+    compare("target", rule["target"], canonicalPath);
+    return lines;
 }
-
-// Formats the lines about one rule: what is read from it, and what is wanted where that differs.
-class RuleText {
-  public:
-    RuleText(const Json& rule, const Json& canonicalPath)
-        : keys_(rule.value("keys", Json::array())), label_("line " + rule["line"].dump()) {
-        if (rule.contains("ignored")) {
-            Add("ignored", rule["ignored"]);
-            return;
-        }
-        AddString("type", rule["type"], L"exe");
-        const bool byDefault = rule["enabled"].is_null();
-        const size_t count = Count("enabled");
-        AddValue("enabled", rule["enabled"] == false ? L"false" : L"true", L"true",
-                 byDefault
-                     ? count > 0 ? "  (its value is neither true nor false)" : "  (no \"enabled\")"
-                 : count > 1 ? "  (only the first true or false is used)"
-                             : "");
-        AddString("target", rule["target"], Wide(canonicalPath));
-    }
-
-    const std::string& Text() const { return text_; }
-
-  private:
-    void Add(const char* name, const std::string& text) {
-        text_ += "  " + Padded(text_.empty() ? label_ : "", 9) + Padded(name, 8) + text + "\n";
-    }
-
-    void AddValue(const char* name, std::wstring_view value, std::wstring_view wanted,
-                  const std::string& remark) {
-        const auto [differs, other] =
-            std::mismatch(value.begin(), value.end(), wanted.begin(), wanted.end());
-        const auto at = static_cast<size_t>(differs - value.begin());
-        const bool equal = differs == value.end() && other == wanted.end();
-        Add(name, (value.empty() ? "(empty)" : Excerpt(value, equal ? 0 : at)) + remark);
-        if (!equal) {
-            Add("wanted", Excerpt(wanted, at));
-            // The bar keeps a blank before it from being shown as one at the end.
-            const std::wstring before = std::wstring(value.substr(0, at)) + L'|';
-            Add("", std::string(Columns(Excerpt(before, at)) - 1, ' ') + '^');
-        }
-    }
-
-    void AddString(const char* name, const Json& value, std::wstring_view wanted) {
-        const std::string key = std::string("\"") + name + "\"";
-        if (value.is_string()) {
-            AddValue(name, Wide(value), wanted,
-                     Count(name) > 1 ? "  (only the first " + key + " is used)" : "");
-            return;
-        }
-        Add(name, Count(name) > 0 ? "(no value in double quotes)"
-                                  : "no " + key + "; it has " + ListKeys());
-        Add("wanted", Excerpt(wanted, 0));
-    }
-
-    size_t Count(const char* key) const {
-        return static_cast<size_t>(std::count(keys_.begin(), keys_.end(), key));
-    }
-
-    std::string ListKeys() const {
-        std::string list;
-        for (const Json& key : keys_) {
-            list += (list.empty() ? "\"" : ", \"") + Excerpt(Wide(key), 0) + "\"";
-        }
-        return list.empty() ? "no key in double quotes" : list;
-    }
-
-    Json keys_;
-    std::string label_;
-    std::string text_;
-};
 
 // Returns what the user should know about the selected file and its program.
 std::vector<std::string> Notes(const std::wstring& file, const std::wstring& program) {
@@ -203,7 +157,7 @@ std::string ReportAsText(const Json& explanation) {
     std::string text =
         Printable(path.get<std::string>() + " " + explanation["verdict"].get<std::string>()) + "\n";
     for (const Json& rule : explanation.value("similar", Json::array())) {
-        text += RuleText(rule, explanation["compared"]).Text();
+        text += RuleText(rule, explanation["compared"]);
     }
     if (const size_t notShown = explanation.value("not_shown", size_t{0}); notShown > 0) {
         text += Line("not shown", std::to_string(notShown) + " more with this file name");

@@ -37,18 +37,6 @@ constexpr Range kUnseen[] = {{0x0000, 0x001F}, {0x007F, 0x00A0}, {0x00AD, 0x00AD
                              {0x3000, 0x3000}, {0x3164, 0x3164}, {0xFE00, 0xFE0F}, {0xFEFF, 0xFEFF},
                              {0xFFA0, 0xFFA0}, {0xFFF0, 0xFFFD}};
 
-// Characters that take two columns. Each half of a surrogate pair counts as one.
-constexpr Range kWide[] = {{0x1100, 0x115F}, {0x2E80, 0xA4CF}, {0xAC00, 0xD7A3},
-                           {0xF900, 0xFAFF}, {0xFE30, 0xFE6F}, {0xFF00, 0xFF60}};
-constexpr Range kCombining[] = {{0x0300, 0x036F}};
-
-template <size_t Count>
-bool IsIn(const Range (&ranges)[Count], wchar_t unit) noexcept {
-    return std::any_of(std::begin(ranges), std::end(ranges), [unit](const Range& range) {
-        return unit >= range.first && unit <= range.last;
-    });
-}
-
 bool IsSurrogate(wchar_t unit) noexcept {
     return unit >= 0xD800 && unit <= 0xDFFF;
 }
@@ -101,7 +89,9 @@ std::string DescribeError(DWORD error) {
 }
 
 bool IsUnseen(wchar_t unit) noexcept {
-    return IsIn(kUnseen, unit);
+    return std::any_of(std::begin(kUnseen), std::end(kUnseen), [unit](const Range& range) {
+        return unit >= range.first && unit <= range.last;
+    });
 }
 
 std::string Printable(std::wstring_view text) {
@@ -124,14 +114,6 @@ std::string Printable(std::wstring_view text) {
 
 std::string Printable(std::string_view utf8) {
     return Printable(kelvaro::WideFromBytes(CP_UTF8, 0, utf8));
-}
-
-size_t Columns(std::string_view printable) {
-    size_t columns = 0;
-    for (const wchar_t unit : kelvaro::WideFromBytes(CP_UTF8, 0, printable)) {
-        columns += IsIn(kWide, unit) ? 2 : IsIn(kCombining, unit) ? 0 : 1;
-    }
-    return columns;
 }
 
 }  // namespace rightclick

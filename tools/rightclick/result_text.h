@@ -32,7 +32,4 @@ bool IsUnseen(wchar_t unit) noexcept;
 std::string Printable(std::wstring_view text);
 std::string Printable(std::string_view utf8);
 
-// Returns the number of columns that `printable` takes on a terminal.
-size_t Columns(std::string_view printable);
-
 }  // namespace rightclick
