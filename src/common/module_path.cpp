@@ -1,7 +1,5 @@
 #include "common/module_path.h"
 
-#include <algorithm>
-
 #include "common/path.h"
 
 namespace kelvaro {
@@ -16,7 +14,7 @@ ModulePath ReadModulePath(HMODULE module) {
             return {{}, GetLastError()};
         }
         if (length < size) {
-            buffer.resize(std::min(buffer.find(L'\0'), buffer.size()));
+            buffer.resize(length);
             return {std::move(buffer), ERROR_SUCCESS};
         }
     }

@@ -54,8 +54,8 @@ HRESULT UnregisterServer() {
     if (clsid.empty()) {
         return E_FAIL;
     }
-    // Registration may have written to either root. All paths exist before the first deletion, so
-    // that a lack of memory leaves the registration whole.
+    // Registration may have written to either root. All paths are built before the first deletion:
+    // if memory runs out, nothing is deleted.
     const struct Tree {
         HKEY root;
         std::wstring path;

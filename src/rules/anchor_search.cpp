@@ -14,9 +14,8 @@ namespace {
 constexpr size_t kLetters = 3;
 constexpr size_t kExtension = 4;
 
-// Returns whether every file that contains a target with `byte` contains `byte` itself, in either
-// case. False for control characters, which can be escapes, and for separators, which have several
-// spellings.
+// Returns whether a rule file can spell `byte` of a canonical path only as that byte, in either
+// case. It can write control characters as escapes and separators in several ways.
 bool IsPlain(char byte) noexcept {
     const auto value = static_cast<unsigned char>(byte);
     return value > 0x20 && value != 0x7F && byte != '\\';
