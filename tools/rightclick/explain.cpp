@@ -1,10 +1,12 @@
 #include "rightclick/explain.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <map>
 
 #include "common/code_page.h"
-#include "rightclick/name_search.h"
+#include "rightclick/platform.h"
+#include "rightclick/result_text.h"
 #include "rules/lock_lookup.h"
 #include "rules/path_normalizer.h"
 #include "rules/rule_fields.h"
@@ -16,6 +18,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 using kelvaro::RulePiece;
 using kelvaro::Utf8FromWide;
+
+constexpr wchar_t kMalformed = 0xFFFD;
 
 // The most relevant rules first.
 enum class Rank { locks, switchedOff, sameTarget, other };
@@ -33,6 +37,63 @@ Rank RankOf(const RulePiece& piece, std::wstring_view canonical) {
 // Returns `bytes` of a rule file as the extension reads them.
 std::string ValidUtf8(std::string_view bytes) {
     return Utf8FromWide(kelvaro::WideFromBytes(CP_UTF8, 0, bytes));
+}
+
+// Returns `text` in lower case, without blanks and unseen characters, and with one backslash for
+// two. A single backslash begins an escape if `escapes` is set; otherwise it stays. Keeps nulls, so
+// that no text in UTF-16 is taken for one in UTF-8.
+std::wstring Fold(std::wstring_view text, bool escapes) {
+    constexpr size_t kDigits = 4;  // of \u006F
+    std::wstring folded;
+    for (size_t at = 0; at < text.size(); ++at) {
+        wchar_t unit = text[at];
+        const wchar_t next = at + 1 < text.size() ? text[at + 1] : L'\0';
+        if (unit == L'\\' && (next == L'\\' || (escapes && next != L'\0'))) {
+            unit = next;
+            ++at;
+            const std::wstring digits(text.substr(at + 1, kDigits));
+            wchar_t* end = nullptr;
+            const unsigned long code = std::wcstoul(digits.c_str(), &end, 16);
+            if (unit == L'u' && end == digits.c_str() + kDigits) {
+                unit = static_cast<wchar_t>(code);
+                at += kDigits;
+            }
+        }
+        if (unit != L' ' && (!IsUnseen(unit) || unit == L'\0' || unit == kMalformed)) {
+            folded.push_back(unit);
+        }
+    }
+    return LowerCase(folded);
+}
+
+// Returns whether `text` contains `name`, and not only as the end of another name.
+bool HasName(std::wstring_view text, std::wstring_view name) {
+    size_t at = text.find(name);
+    while (at != std::wstring_view::npos && at > 0 &&
+           std::wstring_view(L"\"'\\/:").find(text[at - 1]) == std::wstring_view::npos) {
+        at = text.find(name, at + 1);
+    }
+    return at != std::wstring_view::npos;
+}
+
+// Returns whether the bytes of a rule file `text` contain the file name `name`, in any letter case
+// and with any escapes, even with other blanks or unseen characters. In bytes that are not UTF-8,
+// compares only the ASCII characters.
+bool MentionsName(std::string_view text, std::wstring_view name) {
+    const std::wstring wide = kelvaro::WideFromBytes(CP_UTF8, 0, text);
+    for (const bool escapes : {false, true}) {
+        std::wstring folded = Fold(wide, escapes);
+        std::wstring wanted = Fold(name, false);
+        if (folded.find(kMalformed) != std::wstring::npos) {
+            const auto isForeign = [](wchar_t unit) { return unit >= 0x80; };
+            std::erase_if(folded, isForeign);
+            std::erase_if(wanted, isForeign);
+        }
+        if (HasName(folded, wanted)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 size_t CountLineFeeds(std::string_view text) {
@@ -121,7 +182,7 @@ Json ExplainLock(std::string_view rules, std::wstring_view program) {
     constexpr size_t kMost = 10;
     const std::wstring canonical = kelvaro::NormalizePath(program);
     const auto locking = kelvaro::FindLockingRule(rules, canonical);
-    const NameSearch name(canonical);
+    const std::wstring name = canonical.substr(canonical.rfind(L'\\') + 1);
     std::multimap<Rank, Json> similar;
     size_t notShown = 0;
     size_t count = 0;  // flat objects with a type or a target
@@ -134,7 +195,7 @@ Json ExplainLock(std::string_view rules, std::wstring_view program) {
             kelvaro::FindStringField(text, "type") || kelvaro::FindStringField(text, "target");
         count += piece->IsFlatObject() && hasFields ? 1 : 0;
         const bool locks = locking && piece->IsFlatObject() && text.data() == locking->data();
-        if (!locks && !name.IsIn(text)) {
+        if (!locks && !MentionsName(text, name)) {
             continue;
         }
         const Rank rank = locks ? Rank::locks : RankOf(*piece, canonical);
