@@ -1,5 +1,6 @@
 // Lets the built DLL run out of memory: once for each of its allocations, that one and all later
-// ones fail. Each run has a new thread, because a thread needs memory for its first exception.
+// ones fail. Each run has a new thread: a compiler's runtime library needs memory for a thread's
+// first exception.
 
 #include <windows.h>
 
