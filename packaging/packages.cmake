@@ -1,5 +1,5 @@
 # Four archives: the extension, its debug symbols, the tools and the tests. tests/CMakeLists.txt adds the
-# test programs to the last one.
+# test programs to the last one. installer.cmake makes the Windows Installer package of the first.
 install(TARGETS KelvaroShellExt RUNTIME DESTINATION . COMPONENT extension)
 install(
   DIRECTORY lang/
@@ -49,9 +49,10 @@ foreach(component IN ITEMS extension tools tests)
 endforeach()
 
 set(KELVARO_SIGN_COMMAND "" CACHE STRING
-  "Command that signs the DLL and the programs in the archives, in place; the file name is appended")
+  "Command that signs what is in the packages, in place; the file name is appended")
 set(CPACK_KELVARO_SIGN_COMMAND "${KELVARO_SIGN_COMMAND}")
-set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/sign.cmake")
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/sign.cmake"
+                            "${PROJECT_SOURCE_DIR}/packaging/installer.cmake")
 set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/reproducible.cmake")
 
 set(CPACK_VERBATIM_VARIABLES ON)
