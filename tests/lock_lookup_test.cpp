@@ -27,6 +27,7 @@ TEST_F(LockLookup, LocksOnlyProgramsWithAnEnabledMatchingRule) {
         {R"({"type":"exe","target":"nC:\\Apps\\Tool.exe"})", false},
         {R"({"type":"EXE","target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"type":" exe","target":"C:\\Apps\\Tool.exe"})", false},
+        {R"({"type":"exe2","target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"target":"C:\\Apps\\Tool.exe"})", false},
         {R"({"type":"e\xe","target":"C:\\Apps\\Tool.exe"})", true},
         {R"({"type":"folder","type":"exe","target":"C:\\Apps\\Tool.exe"})", false},

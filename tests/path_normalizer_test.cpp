@@ -13,6 +13,7 @@ TEST(NormalizePath, LowersTrimsUnquotesAndMergesSeparators) {
         {L"C:\\Apps\\\\\\Tool.exe", L"c:\\apps\\tool.exe"},
         {L"C:/\\/Apps\\Tool.EXE", L"c:\\apps\\tool.exe"},
         {L"\t\r\n\v\fC:\\Apps\\Tool.exe\n", L"c:\\apps\\tool.exe"},
+        {L"C:\\AZaz[@`{", L"c:\\azaz[@`{"},
         {L"//S", L"\\\\s"},
         {L"/\\Server\\\\", L"\\\\server\\"},
         {L"\\\\\\Server\\\\Share\\Tool.exe", L"\\\\server\\share\\tool.exe"},

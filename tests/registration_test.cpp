@@ -54,7 +54,7 @@ std::vector<std::string> EntriesFor(const std::wstring& library) {
 using Registration = DriveTest;
 
 TEST_F(Registration, WritesToTheUsersClassesAndReplacesAnEarlierRegistration) {
-    const std::wstring library = InstallLibrary(TestPath(L"Old"));
+    const std::wstring library = InstallLibrary(TestPath(L"%TEMP%"));
     for (int calls = 0; calls < 2; ++calls) {
         EXPECT_EQ(DllRegisterServer(), S_OK);
         EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), EntriesFor(library));

@@ -57,8 +57,8 @@ TEST_F(UiLocale, IgnoresUnusableSettings) {
 }
 
 TEST_F(UiLocale, ReadsUnterminatedSettings) {
-    // The registry stores a null that follows the data, so there is none.
-    const std::wstring full = L"zh" + std::wstring(63, L'x');
+    // The registry stores a null that follows the data, so there is none. The last letter decides.
+    const std::wstring full = std::wstring(62, L' ') + L"zhx";
     EXPECT_TRUE(Store(HKEY_CURRENT_USER, std::wstring_view(full).substr(0, 64)));
     EXPECT_EQ(ReadRegistryLocale(), L"zh-CN");
     EXPECT_TRUE(Store(HKEY_CURRENT_USER, {L"z\0h", 3}));

@@ -34,6 +34,7 @@ class TemporaryDrive {
         std::array<char, 64> pattern = {"/tmp/kelvaro-drive-XXXXXX"};
         path_ = mkdtemp(pattern.data());
         setenv(compat::kDriveVariable, path_.c_str(), 1);
+        setenv("TZ", "<+0530>-5:30", 1);  // where local and universal time differ
     }
     ~TemporaryDrive() { fs::remove_all(path_); }
     TemporaryDrive(const TemporaryDrive&) = delete;
