@@ -1,12 +1,10 @@
 #include <climits>
-#include <cwctype>
 
 #include "common/code_page.h"
 #include "common/file.h"
 #include "common/module_path.h"
 #include "common/owners.h"
 #include "common/path.h"
-#include "common/text.h"
 #include "support/fixture.h"
 
 #ifndef _WIN32
@@ -15,27 +13,6 @@
 
 namespace kelvaro {
 namespace {
-
-TEST(Text, LowersOnlyAToZ) {
-    EXPECT_EQ(ToLower(L"C:\\Apps\\TOOL[@`{\u00C4\u0416].Exe"),
-              L"c:\\apps\\tool[@`{\u00C4\u0416].exe");
-}
-
-TEST(Text, TrimsBothEndsOnly) {
-    EXPECT_EQ(TrimWhitespace(L" \t\r\n\v\f a  b \n"), L"a  b");
-    EXPECT_EQ(TrimWhitespace(L" \t "), L"");
-    EXPECT_EQ(TrimWhitespace(L""), L"");
-    EXPECT_EQ(TrimWhitespace(L"\x01 a\x1F"), L"\x01 a\x1F");
-    const UnicodeLocale locale;
-    EXPECT_EQ(TrimWhitespace(L"\u3000\u2003 a \u2003"), L"a");
-    EXPECT_EQ(TrimWhitespace(L"\u00A0a") == L"a", std::iswspace(0xA0) != 0);
-}
-
-TEST(Text, ComparesIgnoringCase) {
-    EXPECT_TRUE(EqualsIgnoringCase(L"Menu.Lock", L"mENU.lOCK"));
-    EXPECT_FALSE(EqualsIgnoringCase(L"menu", L"menu.lock"));
-    EXPECT_FALSE(EqualsIgnoringCase(L"\u00C4", L"\u00E4"));
-}
 
 TEST(Path, JoinsWithOneSeparator) {
     for (const std::wstring directory : {L"C:\\", L"C:/", L"C:", L""}) {
@@ -69,27 +46,6 @@ TEST(Path, ParentKeepsTheRoot) {
 
 using File = DriveTest;
 
-TEST_F(File, ReadsEveryByte) {
-    std::string bytes;
-    for (int byte = 255; byte >= 0; --byte) {
-        bytes.push_back(static_cast<char>(byte));
-    }
-    bytes += "\r\n\x1A\n";
-    Write(TestPath(L"bytes"), bytes);
-    EXPECT_EQ(ReadFileBytes(TestPath(L"BYTES").c_str()).View(), bytes);
-}
-
-TEST_F(File, UnreadableFilesAreEmpty) {
-    Write(TestPath(L"four"), "four");
-    MakeDirectory(TestPath(L"directory"));
-    EXPECT_EQ(ReadFileBytes(TestPath(L"four").c_str(), 4).View(), "four");
-    EXPECT_EQ(ReadFileBytes(TestPath(L"four").c_str(), 3).View(), "");
-    for (const std::wstring& path :
-         {TestPath(L"missing"), TestPath(L"directory"), TestPath(L"a<b"), std::wstring()}) {
-        EXPECT_EQ(ReadFileBytes(path.c_str()).View(), "") << Utf8(path);
-    }
-}
-
 #ifdef _WIN32
 
 TEST_F(File, IsReadWhileAnotherProgramWritesIt) {
@@ -102,22 +58,11 @@ TEST_F(File, IsReadWhileAnotherProgramWritesIt) {
 
 #endif
 
-TEST_F(File, AppendsAndCreatesTheFile) {
-    EXPECT_FALSE(AppendToFile(TestPath(L"no\\file").c_str(), "a"));
-    MakeDirectory(TestPath());
-    EXPECT_TRUE(AppendToFile(TestPath(L"file").c_str(), "one\n"));
-    EXPECT_TRUE(AppendToFile(TestPath(L"file").c_str(), "two\r\n"));
-    EXPECT_EQ(Read(TestPath(L"file")), "one\ntwo\r\n");
-}
-
 TEST_F(File, ReportsWhatExists) {
     Write(TestPath(L"file"), "");
-    Write(TestPath(L"read-only"), "");
-    SetFileAttributesW(TestPath(L"read-only").c_str(), FILE_ATTRIBUTE_READONLY);
-    for (const std::wstring& path : {TestPath(L"file"), TestPath(), TestPath(L"read-only")}) {
+    for (const std::wstring& path : {TestPath(L"file"), TestPath()}) {
         EXPECT_TRUE(PathExists(path.c_str())) << Utf8(path);
     }
-    SetFileAttributesW(TestPath(L"read-only").c_str(), FILE_ATTRIBUTE_NORMAL);
     for (const std::wstring& path :
          {TestPath(L"other"), TestPath(L"file\\below"), std::wstring(L"Q:\\file"), TestPath(L"a?b"),
           TestPath(L"no\\file"), std::wstring()}) {
@@ -133,13 +78,7 @@ TEST_F(File, ReportsWhatExists) {
 #endif
 }
 
-TEST_F(File, CreatesParentDirectories) {
-    EXPECT_TRUE(CreateDirectories(TestPath(L"a\\b\\c")));
-    EXPECT_TRUE(CreateDirectories(TestPath(L"a\\b\\c")));
-    EXPECT_TRUE(PathExists(TestPath(L"a\\b\\c").c_str()));
-    Write(TestPath(L"file"), "");
-    EXPECT_FALSE(CreateDirectories(TestPath(L"file")));
-    EXPECT_FALSE(CreateDirectories(TestPath(L"file\\below")));
+TEST_F(File, CreatesNoDirectoryOnAMissingDrive) {
     EXPECT_FALSE(CreateDirectories(L"Q:\\a\\b"));
 }
 
@@ -172,19 +111,20 @@ TEST(CodePage, RejectsMoreThanTheSystemCanCount) {
 
 #ifndef _WIN32
 
-TEST_F(File, OpensFilesSharedForReadingWritingAndDeleting) {
+// More access would fail for users and files that grant less: a link to a program that somebody
+// holds exclusively exists. Less sharing would block the other programs.
+TEST_F(File, IsOpenedWithTheLeastAccessAndSharedForAll) {
     Write(TestPath(L"file"), "abc");
     std::filesystem::create_symlink("file", platform::NativePath(TestPath(L"link")));
     std::vector<std::pair<DWORD, DWORD>> opened;
-    const compat::Watch<&CreateFileW> watch([&](auto, auto, DWORD share, auto, auto, DWORD flags,
-                                                auto) { opened.emplace_back(share, flags); });
+    const compat::Watch<&CreateFileW> watch(
+        [&](auto, DWORD access, DWORD share, auto...) { opened.emplace_back(access, share); });
     ReadFileBytes(TestPath(L"file").c_str());
     AppendToFile(TestPath(L"file").c_str(), "d");
     PathExists(TestPath(L"link").c_str());
     constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    EXPECT_EQ(opened, (decltype(opened){{kAll, FILE_FLAG_SEQUENTIAL_SCAN},
-                                        {kAll, FILE_ATTRIBUTE_NORMAL},
-                                        {kAll, FILE_FLAG_BACKUP_SEMANTICS}}));
+    EXPECT_EQ(opened,
+              (decltype(opened){{GENERIC_READ, kAll}, {FILE_APPEND_DATA, kAll}, {0, kAll}}));
 }
 
 #endif

@@ -5,6 +5,7 @@
 #include "common/code_page.h"
 #include "common/file.h"
 #include "i18n/ui_locale.h"
+#include "menu/shortcut_target.h"
 #include "rightclick/explain_report.h"
 #include "rules/lock_lookup.h"
 #include "server/exports.h"
@@ -60,6 +61,21 @@ TEST_F(FailingCalls, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
     for (std::sregex_iterator match(list.begin(), list.end(), line), end; match != end; ++match) {
         const std::string import = (*match)[1];
         EXPECT_TRUE(failed.contains(import)) << import;
+    }
+}
+
+TEST_F(FailingCalls, ATargetNeedsASuccessAndAnObject) {
+    const struct {
+        const char* call;
+        HRESULT result;
+        const wchar_t* target;
+    } cases[] = {{"CoCreateInstance", S_OK, L""},  // succeeds without an object
+                 {"IShellLinkW::QueryInterface", S_OK, L""},
+                 {"IShellLinkW::GetPath", E_FAIL, L""},  // although it has stored the path
+                 {"IShellLinkW::GetPath", S_FALSE, kTool}};
+    for (const auto& [call, result, target] : cases) {
+        const FailingCall failing(call, static_cast<DWORD>(result));
+        EXPECT_EQ(Utf8(ResolveShortcutTarget(kShortcut)), Utf8(target)) << call << result;
     }
 }
 

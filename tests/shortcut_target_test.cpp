@@ -12,15 +12,14 @@ using Shortcut = DriveTest;
 
 TEST_F(Shortcut, AProgramIsItsOwnTarget) {
     MakeDirectory(TestPath(L"folder.exe"));
-    for (const std::wstring& path :
-         std::vector<std::wstring>{L"D:\\Games\\Run.Exe", L"run.exe", L".EXE", L" a.exe",
-                                   L"C:\\\u5DE5\u5177.exe", TestPath(L"folder.exe"),
-                                   TestPath(L"folder.exe\\a.exe")}) {
+    for (const std::wstring& path : std::vector<std::wstring>{
+             L"D:\\Games\\Run.Exe", L"run.exe", L".EXE", L" a.exe", L"C:\\\u5DE5\u5177.exe",
+             TestPath(L"folder.exe"), TestPath(L"folder.exe\\a.exe")}) {
         EXPECT_EQ(ResolveShortcutTarget(path), path);
     }
     for (const wchar_t* const path :
-         {L"", L"C:\\readme.txt", L"C:\\Tool.exe.bak", L"C:\\Tool.lnkx", L"C:\\Apps\\", L"exe", L"C:\\x.exe\\a.txt",
-          L"C:\\Toolexe", L"C:\\Tool.com", L"C:\\Tool.exe "}) {
+         {L"", L"C:\\readme.txt", L"C:\\Tool.exe.bak", L"C:\\Tool.lnkx", L"C:\\Apps\\", L"exe",
+          L"C:\\x.exe\\a.txt", L"C:\\Toolexe", L"C:\\Tool.com", L"C:\\Tool.exe "}) {
         EXPECT_EQ(ResolveShortcutTarget(path), L"") << Utf8(path);
     }
 }

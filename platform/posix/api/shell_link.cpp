@@ -47,18 +47,17 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
     HRESULT GetPath(LPWSTR buffer, int capacity, WIN32_FIND_DATAW* found,
                     DWORD flags) noexcept override {
         const Call call("IShellLinkW::GetPath", E_FAIL);
-        if (call.Fails()) {
-            return call.Result();
-        }
-        if (buffer == nullptr || capacity <= 0) {
-            return E_INVALIDARG;
+        if (buffer == nullptr || capacity <= 0 || flags != SLGP_RAWPATH) {
+            return E_INVALIDARG;  // other forms of the path match no rule
         }
         if (found != nullptr) {
             *found = {};
         }
-        const bool raw = (flags & SLGP_RAWPATH) != 0 && !target_.rawPath.empty();
-        const std::wstring& path = raw ? target_.rawPath : target_.path;
+        const std::wstring& path = target_.rawPath.empty() ? target_.path : target_.rawPath;
         lstrcpynW(buffer, path.c_str(), capacity);
+        if (call.Fails()) {
+            return call.Result();  // what a failing call leaves in the buffer does not count
+        }
         return path.empty() ? S_FALSE : S_OK;
     }
 
