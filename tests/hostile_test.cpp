@@ -83,30 +83,6 @@ TEST_F(Hostile, UnusableLanguageFilesGiveDefaultTexts) {
     EXPECT_EQ(RightClick(), std::string(511, 'y')) << "cut by GetMenuStringW";
 }
 
-TEST_F(Hostile, ShortcutsWithWrongLengthsDoNotCrash) {
-    const std::string good = Read(SavedShortcut(L"tool.lnk"));
-    const std::wstring path = TestPath(L"bad.lnk");
-    const bool checked = platform::LinksCheckLengths();
-    // The lengths of the item list, of its first item and of the link information.
-    for (const size_t at : {size_t{76}, size_t{78}, size_t{241}}) {
-        for (const char* const length : {"\xFF\xFF", "\x01\x00", "\x00\x00"}) {
-            if (length == std::string_view("\xFF\xFF") && at == 78 && !checked) {
-                continue;
-            }
-            std::string bad = good;
-            bad.replace(at, 2, length, 2);
-            Write(path, bad);
-            Extension extension;
-            EXPECT_EQ(extension.Select({path}), S_OK) << at;
-            EXPECT_EQ(Utf8(extension.MenuText()), "Found") << at;
-        }
-    }
-    Write(path, std::string(size_t{64} << 20, '\x4C'));
-    Extension extension;
-    EXPECT_EQ(extension.Select({path}), S_OK);
-    EXPECT_EQ(Messages().back(), "Initialize resolve target failed: " + Utf8(path));
-}
-
 #ifndef _WIN32
 
 // The tests below use the host: under Windows, sparse files and links need more rights.

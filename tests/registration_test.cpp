@@ -4,7 +4,6 @@
 
 #include "common/owners.h"
 #include "server/exports.h"
-#include "server/module.h"
 #include "shell_host/library.h"
 #include "support/fixture.h"
 
@@ -84,22 +83,6 @@ TEST_F(Registration, UnregistrationRemovesOnlyItsOwnKeys) {
     for (const std::wstring& other : others) {
         EXPECT_EQ(Value(HKEY_CURRENT_USER, other), "{x}");
     }
-}
-
-TEST_F(Registration, FailsWithoutTheModulePath) {
-    g_moduleHandle = reinterpret_cast<HMODULE>(uintptr_t{0x10});
-    EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND));
-    EXPECT_EQ(Entries(HKEY_CURRENT_USER, kClasses), kNone);
-}
-
-TEST_F(Registration, WritesNamedAndDefaultValues) {
-    const std::wstring key = L"Software\\Vorandel\\Kelvaro\\T";
-    EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, key, L"n\"a\\me", L"d\"\\"), S_OK);
-    EXPECT_EQ(WriteRegistryString(HKEY_CURRENT_USER, key, L"", L""), S_OK);
-    EXPECT_EQ(Value(HKEY_CURRENT_USER, key, L"N\"A\\ME"), "d\"\\");
-    EXPECT_EQ(Value(HKEY_CURRENT_USER, L"software\\VORANDEL\\kelvaro\\t"), "");
-    EXPECT_EQ(WriteRegistryString(reinterpret_cast<HKEY>(uintptr_t{0x10}), L"a", L"", L""),
-              HRESULT_FROM_WIN32(ERROR_INVALID_HANDLE));
 }
 
 #ifndef _WIN32

@@ -33,9 +33,6 @@ bool EmptyDropListHasNoFiles();
 // Does the system's link object return the target that it was given? Wine's expands variables and
 // replaces characters that the system's code page does not have.
 bool LinksKeep(const wchar_t* target);
-// Does the system's link object check the lengths in a file? That of Wine 10 reads beyond the end
-// of a list, and the program crashes.
-bool LinksCheckLengths();
 
 #ifdef _WIN32
 // Does the shell add the items of handlers to the menus that it builds for programs?

@@ -78,10 +78,6 @@ bool LinksKeep(const wchar_t*) {
     return true;
 }
 
-bool LinksCheckLengths() {
-    return true;
-}
-
 fs::path NativePath(const std::wstring& path) {
     return compat::ToHostPath(path.c_str()).host;
 }

@@ -78,18 +78,9 @@ bool LinksKeep(const wchar_t* target) {
     return kept == std::wstring_view(target);
 }
 
-// The next two questions are answered by the name of the platform. To try them would crash the
-// program, or need a handler for every program of this user.
-static bool IsWine() {
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-}
-
-bool LinksCheckLengths() {
-    return !IsWine();
-}
-
+// To try it would need a handler for every program of this user.
 bool ShellBuildsMenus() {
-    return !IsWine();
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr;
 }
 
 bool HasDesktop() {
