@@ -8,9 +8,7 @@
 #include <cstring>
 
 #include "common/owners.h"
-#include "common/path.h"
 #include "rightclick/right_click.h"
-#include "server/clsid.h"
 #include "shell_host/library.h"
 #include "shell_host/popup_menu.h"
 #include "support/extension.h"
@@ -23,16 +21,15 @@ namespace {
 
 class WindowsShell : public DriveTest {
   public:
-    explicit WindowsShell(const std::wstring& directory = kApplication)
-        : library_(JoinPath(directory, L"KelvaroShellExt.dll")) {
-        Copy(platform::BuiltFile(KELVARO_LIBRARY), library_);
-        InstallPrompt(JoinPath(directory, L"KelvaroAuthPrompt.exe"));
+    WindowsShell() {
+        Copy(platform::BuiltFile(KELVARO_LIBRARY), kLibrary);
+        InstallPrompt(kPrompt);
         InstallPrompt(kProgram);
         SetLocale(L"en-US");
     }
 
-    DWORD RegSvr32(const std::wstring& switches) const {
-        return platform::RunToEnd(L"regsvr32 " + switches + L" \"" + library_ + L"\"");
+    static DWORD RegSvr32(const std::wstring& switches) {
+        return platform::RunToEnd(L"regsvr32 " + switches + L" \"" + kLibrary + L"\"");
     }
 
     // Right-clicks as registered, with the shell's own data object. Returns the first message.
@@ -43,14 +40,12 @@ class WindowsShell : public DriveTest {
         const Strings messages = Messages();
         return messages.empty() ? "" : messages[0];
     }
-
-    const std::wstring library_;
 };
 
 TEST_F(WindowsShell, RegistersAndUnregistersWithRegsvr32) {
     EXPECT_EQ(RegSvr32(L"/s"), 0U);
     ASSERT_TRUE(rightclick::FindHandler(L"exefile"));
-    EXPECT_EQ(rightclick::FindHandler(L"lnkfile")->library, library_);
+    EXPECT_EQ(rightclick::FindHandler(L"lnkfile")->library, kLibrary);
     for (int removals = 0; removals < 2; ++removals) {
         EXPECT_EQ(RegSvr32(L"/s /u"), 0U);
         EXPECT_FALSE(rightclick::FindHandler(L"exefile"));
@@ -147,7 +142,7 @@ BOOL WINAPI CountEntry(HINSTANCE, DWORD, LPVOID) {
 
 // Explorer starts and ends threads all the time.
 TEST_F(WindowsShell, ThreadsOfTheHostDoNotEnterTheLibrary) {
-    const shell_host::Library library(library_);
+    const shell_host::Library library(kLibrary);
     EXPECT_TRUE(DisableThreadLibraryCalls(library.Handle()));
     // Replaces the entry point by "mov rax, CountEntry; jmp rax".
     BYTE* const base = reinterpret_cast<BYTE*>(library.Handle());
@@ -170,37 +165,6 @@ TEST_F(WindowsShell, ThreadsOfTheHostDoNotEnterTheLibrary) {
     RunOnSmallStack([] {});
     write(original);
     EXPECT_EQ(g_entries, 0);
-}
-
-std::wstring LongDirectory() {
-    std::wstring directory = L"\\\\?\\" + TestPath();
-    while (directory.size() < 300) {
-        directory += L"\\" + std::wstring(40, L'd');
-    }
-    return directory;
-}
-
-struct LongPath : WindowsShell {
-    LongPath() : WindowsShell(LongDirectory()) {}
-};
-
-TEST_F(LongPath, RegistersAndFindsItsFiles) {
-    Write(LongDirectory() + L"\\Lang\\English.ini", "[ShellExt]\nmenu.lock=Found\n");
-    EXPECT_EQ(shell_host::CallRegistration(library_, "DllRegisterServer"), S_OK);
-    const auto handler = rightclick::FindHandler(L"exefile");
-    ASSERT_TRUE(handler);
-    EXPECT_TRUE(handler->library.ends_with(library_.substr(4))) << Utf8(handler->library);
-    rightclick::Options options;
-    options.files = {kProgram};
-    options.choose = true;
-    const auto outcome = rightclick::RightClick({kShellExtClsid, library_}, options);
-    ASSERT_TRUE(outcome.item);
-    EXPECT_EQ(outcome.item->text, L"Found");
-    const Strings messages = Messages();
-    const std::string prompt = Utf8(LongDirectory().substr(4)) + "\\KelvaroAuthPrompt.exe\"";
-    EXPECT_TRUE(messages[3].starts_with("CreateProcess: \"")) << messages[3];
-    EXPECT_NE(messages[3].find(prompt), std::string::npos) << messages[3];
-    EXPECT_EQ(shell_host::CallRegistration(library_, "DllUnregisterServer"), S_OK);
 }
 
 }  // namespace
