@@ -74,6 +74,8 @@ TEST_F(LockLookup, ComparesNormalisedPaths) {
     }
     WriteRules(R"({"type":"exe","target":"C:\\{App}\\Tool.exe"})");
     EXPECT_FALSE(IsTargetLocked(L"C:\\{App}\\Tool.exe")) << "a rule has no brace inside";
+    WriteRules(R"({"type":"exe","target":" "})");
+    EXPECT_FALSE(IsTargetLocked(L" ")) << "an empty target matches nothing";
 }
 
 TEST_F(LockLookup, LocksPathsOfAnyScriptAndLength) {
