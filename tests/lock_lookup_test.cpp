@@ -88,6 +88,10 @@ TEST_F(LockLookup, LocksPathsOfAnyScriptAndLength) {
         {L"a\\b\\c", "a/b/c"},
         {L"C:\\tool\\b", "c:/TOOL/b"},
         {L"C:\\baaaa.exe", "C:\\\\baaaa.exe"},
+        {L"C:\\tool.exe", "C:\\\\to\\ol.exe"},
+        {L"C:\\tool.exe", "C:\\\\too\\l.exe"},
+        {L"C:\\o\\ool.exe", "C:\\\\o\\\\ool.exe"},
+        {L"C:\\a\nb.exe", "C:\\\\a\\nb.exe"},
         {L"\\\\tool\\b", "//tool\\/b"},
         {L"\\\\s", "//S"},
         {L"\\\\abc", "\\\\\\\\ABC"},
@@ -99,7 +103,8 @@ TEST_F(LockLookup, LocksPathsOfAnyScriptAndLength) {
         {L"C:\\a b.exe", "C:/A\\ B.EXE"},
     };
     for (const auto& [path, target] : cases) {
-        WriteRules(R"({"type":"exe","target":")" + target + R"("})");
+        // The search for the target compares blocks of bytes, except for the last ones.
+        WriteRules(R"({"type":"exe","target":")" + target + R"(","note":"0123456789abcdef"})");
         EXPECT_TRUE(IsTargetLocked(path)) << target;
         EXPECT_FALSE(IsTargetLocked(path + L"x"s)) << target;
     }
