@@ -15,7 +15,7 @@ struct Handler {
 
 // The end of every message about a missing or wrong registration.
 inline constexpr char kHowToRegister[] =
-    "; to register the extension, run as this user and not elevated: rightclick --register "
+    "; install the package again, or run as this user and not elevated: regsvr32 "
     "\"C:\\Program Files\\Kelvaro\\KelvaroShellExt.dll\"";
 
 // Returns the text form of `clsid`, in braces. Empty if that fails.
