@@ -28,13 +28,13 @@ ScopedCallObserver::~ScopedCallObserver() {
     g_observed = !g_observers.empty();
 }
 
-Call::Call(const char* name, std::optional<LONG> error) noexcept {
+Call::Call(const char* name, LONG error) noexcept {
     if (g_depth++ > 0 || !g_observed) {
         return;
     }
     const std::lock_guard lock(g_mutex);
     for (const CallObserver* const observer : g_observers) {
-        const std::optional<DWORD> injected = (*observer)({name, error});
+        const std::optional<DWORD> injected = (*observer)({name, static_cast<DWORD>(error)});
         error_ = error_ ? error_ : injected;
     }
     if (error_) {

@@ -9,8 +9,8 @@ namespace compat {
 
 // A platform call that begins.
 struct CallStart {
-    const char* name;            // a method has its interface's name in front
-    std::optional<DWORD> error;  // the documented error that it can report, if it can fail
+    const char* name;  // a method has its interface's name in front
+    DWORD error;       // the documented error that it can report
 };
 
 // Called at the start of each platform call of the process. Returns the error that the call has to
@@ -29,14 +29,13 @@ class ScopedCallObserver {
     CallObserver observer_;
 };
 
-// The scope of one platform call. Every function that the library calls and that can fail,
-// allocates or is counted begins with one. A call inside another one, such as the query for an
-// interface that CoCreateInstance makes, is part of that and not announced to observers.
+// The scope of one platform call. Every function that the library calls and that can fail begins
+// with one. A call inside another one, such as the query for an interface that CoCreateInstance
+// makes, is part of that and not announced to observers.
 class Call {
   public:
-    // `error` is the system error code or HRESULT with which a test can make the call fail. Omit it
-    // for a call that never fails, or whose failure the library ignores.
-    explicit Call(const char* name, std::optional<LONG> error = std::nullopt) noexcept;
+    // `error` is the system error code or HRESULT with which a test can make the call fail.
+    Call(const char* name, LONG error) noexcept;
     ~Call();
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;

@@ -13,7 +13,7 @@ FailingCall::FailingCall(std::string name, DWORD error, size_t skip, size_t time
 
 std::optional<DWORD> FailingCall::OnCall(const CallStart& call) {
     const std::lock_guard lock(mutex_);
-    if (!call.error || call.name != name_) {
+    if (call.name != name_) {
         return std::nullopt;
     }
     if (skip_ > 0) {
@@ -33,9 +33,6 @@ FailingNthCall::FailingNthCall(std::vector<size_t> numbers)
 
 std::optional<DWORD> FailingNthCall::OnCall(const CallStart& call) {
     const std::lock_guard lock(mutex_);
-    if (!call.error) {
-        return std::nullopt;
-    }
     const size_t number = calls_++;
     if (std::find(numbers_.begin(), numbers_.end(), number) == numbers_.end()) {
         return std::nullopt;

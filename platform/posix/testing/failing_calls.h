@@ -31,13 +31,12 @@ class FailingCall {
     ScopedCallObserver observer_;  // declared last: it uses the members above
 };
 
-// Makes those of the calls that can fail whose number, from 0, is given fail with their documented
-// errors.
+// Makes the calls with the given numbers, from 0, fail with their documented errors.
 class FailingNthCall {
   public:
     explicit FailingNthCall(std::vector<size_t> numbers);
 
-    // Returns how many calls that can fail were made.
+    // Returns how many calls were made.
     size_t CallsMade() const;
     // Returns the names of the calls that were made to fail.
     std::vector<std::string> Failed() const;
