@@ -1,6 +1,6 @@
 # The header-only libraries of the tools and the compatibility layer: CLI11 and nlohmann's JSON. The target
-# third_party makes only their two folders visible, because the cross compilers must not see the host's
-# other headers.
+# third_party makes only their two folders visible, because the cross compilers must not see the
+# other headers of Linux.
 set(third_party_includes "${PROJECT_BINARY_DIR}/third_party")
 add_library(third_party INTERFACE)
 target_include_directories(third_party SYSTEM INTERFACE "${third_party_includes}")

@@ -1,4 +1,4 @@
-// What tools/platform_calls cannot compare with Wine: the host's encodings, names and errors, and
+// What tools/platform_calls cannot compare with Wine: the encodings, names and errors of Linux, and
 // the registry file.
 
 #include <objbase.h>
@@ -22,22 +22,22 @@ constexpr wchar_t kRegistry[] = L"C:\\registry.json";
 TEST_F(CompatibilityLayer, DriveCIsADirectory) {
     const std::string root = compat::DriveDirectory();
     Write(L"C:\\Apps\\Tool.exe", "x");
-    EXPECT_EQ(compat::ToHostPath(L"c:/APPS\\tool.EXE").host, root + "/Apps/Tool.exe");
-    EXPECT_EQ(compat::ToHostPath(L"\\\\?\\C:\\Apps").host, root + "/Apps");
-    EXPECT_EQ(compat::ToHostPath(L"C:\\new\\file").host, root + "/new/file");
-    EXPECT_EQ(compat::ToHostPath(L"C:\\no\\..\\APPS\\.\\tool.exe.").host, root + "/Apps/Tool.exe");
-    EXPECT_EQ(compat::FromHostPath(root + "/Apps/\xC3\xA9"), L"C:\\Apps\\\u00E9");
-    EXPECT_EQ(compat::FromHostPath(root), L"C:\\");
-    EXPECT_TRUE(compat::FromHostPath(root + "x/y").starts_with(L"Z:\\"));
+    EXPECT_EQ(compat::ToLinuxPath(L"c:/APPS\\tool.EXE").path, root + "/Apps/Tool.exe");
+    EXPECT_EQ(compat::ToLinuxPath(L"\\\\?\\C:\\Apps").path, root + "/Apps");
+    EXPECT_EQ(compat::ToLinuxPath(L"C:\\new\\file").path, root + "/new/file");
+    EXPECT_EQ(compat::ToLinuxPath(L"C:\\no\\..\\APPS\\.\\tool.exe.").path, root + "/Apps/Tool.exe");
+    EXPECT_EQ(compat::FromLinuxPath(root + "/Apps/\xC3\xA9"), L"C:\\Apps\\\u00E9");
+    EXPECT_EQ(compat::FromLinuxPath(root), L"C:\\");
+    EXPECT_TRUE(compat::FromLinuxPath(root + "x/y").starts_with(L"Z:\\"));
     for (const auto& [path, error] :
          {std::pair(L"D:\\x", ERROR_PATH_NOT_FOUND), std::pair(L"x", ERROR_PATH_NOT_FOUND),
           std::pair(L"C:\\a|b", ERROR_INVALID_NAME), std::pair(L"C:\\a\tb", ERROR_INVALID_NAME),
           std::pair<const wchar_t*, LONG>(nullptr, ERROR_PATH_NOT_FOUND)}) {
-        EXPECT_EQ(compat::ToHostPath(path).error, static_cast<DWORD>(error));
+        EXPECT_EQ(compat::ToLinuxPath(path).error, static_cast<DWORD>(error));
     }
 }
 
-TEST_F(CompatibilityLayer, RelativeAndHostPathsBecomeFullPaths) {
+TEST_F(CompatibilityLayer, RelativeAndLinuxPathsBecomeFullPaths) {
     const std::wstring current = compat::CurrentDirectory();
     const std::wstring drive = current.substr(0, 2);
     for (const auto& [name, full] :

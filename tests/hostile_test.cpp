@@ -85,7 +85,7 @@ TEST_F(Hostile, UnusableLanguageFilesGiveDefaultTexts) {
 
 #ifndef _WIN32
 
-// The tests below use the host: under Windows, sparse files and links need more rights.
+// The tests below are for Linux: under Windows, sparse files and links need more rights.
 TEST_F(Hostile, FilesOfTwoGibibytes) {
     for (const std::wstring& path : {kEnglishFile, std::wstring(kRules)}) {
         ASSERT_EQ(truncate(platform::NativePath(path).c_str(), off_t{1} << 31), 0);

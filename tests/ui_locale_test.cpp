@@ -81,13 +81,13 @@ TEST_F(UiLocale, FollowsTheDisplayLanguageOnlyWithoutASetting) {
     EXPECT_EQ(GetUiLocale(), LocaleOfDisplayLanguage(GetUserDefaultUILanguage()));
 #ifndef _WIN32
     EXPECT_TRUE(Store(HKEY_LOCAL_MACHINE, L"zh")) << "the machine's setting does not count";
-    for (const auto& [host, locale] :
+    for (const auto& [variable, locale] :
          {std::pair("zh_TW.UTF-8", L"zh-CN"), std::pair("de_DE.UTF-8", L"en-US")}) {
-        setenv("LC_ALL", host, 1);
+        setenv("LC_ALL", variable, 1);
         SetLocale(L" ");
         EXPECT_EQ(GetUiLocale(), L"en-US") << "a present setting wins";
         RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Vorandel");
-        EXPECT_EQ(GetUiLocale(), locale) << host;
+        EXPECT_EQ(GetUiLocale(), locale) << variable;
     }
 #endif
 }

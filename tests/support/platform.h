@@ -22,11 +22,10 @@ void Reset();
 // always on Windows, which cannot report it.
 std::string HeldResources();
 
-// Questions about the platform, asked at run time because Wine answers some of them differently
-// from Windows. docs/testing.md has a table of the answers.
+// Questions about the platform, asked at run time because Wine answers them differently from
+// Windows.
 
-// Does the read-only attribute prevent this user from writing? Under Wine the host's root can
-// write.
+// Does the read-only attribute prevent this user from writing? Under Wine root can write.
 bool ReadOnlyRefuses();
 // Has an empty drop list no files? Wine counts one.
 bool EmptyDropListHasNoFiles();
@@ -35,7 +34,8 @@ bool EmptyDropListHasNoFiles();
 bool LinksKeep(const wchar_t* target);
 
 #ifdef _WIN32
-// Does the shell add the items of handlers to the menus that it builds for programs?
+// Does the shell add the items of handlers to the menus that it builds for programs? Wine's does
+// not.
 bool ShellBuildsMenus();
 // Can this process show windows?
 bool HasDesktop();

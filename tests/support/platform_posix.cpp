@@ -79,11 +79,11 @@ bool LinksKeep(const wchar_t*) {
 }
 
 fs::path NativePath(const std::wstring& path) {
-    return compat::ToHostPath(path.c_str()).host;
+    return compat::ToLinuxPath(path.c_str()).path;
 }
 
 std::wstring BuiltFile(const char* path) {
-    return compat::FromHostPath(path);
+    return compat::FromLinuxPath(path);
 }
 
 }  // namespace platform

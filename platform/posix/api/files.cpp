@@ -8,15 +8,15 @@
 
 #include "internal/call.h"
 #include "internal/drive.h"
-#include "internal/host_file.h"
 #include "internal/kernel_object.h"
 #include "internal/last_error.h"
+#include "internal/linux_file.h"
 #include "testing/watch.h"
 
 using compat::ErrorFromErrno;
 using compat::Fail;
 using compat::IsDirectory;
-using compat::ToHostPath;
+using compat::ToLinuxPath;
 
 namespace {
 
@@ -33,7 +33,7 @@ struct File final : compat::KernelObject {
     const DWORD access;
 };
 
-// The host lets its administrator open any file. Checking the mode bits here keeps a read-only file
+// Linux lets root open any file. Checking the mode bits here keeps a read-only file
 // read-only for that user too.
 bool IsAllowed(mode_t mode, DWORD access) noexcept {
     return ((access & GENERIC_READ) == 0 || (mode & S_IRUSR) != 0) &&
@@ -53,10 +53,10 @@ int OpenFlags(DWORD access, DWORD disposition) noexcept {
     return flags;
 }
 
-// Returns the system error code for errno `number` of a failed call on the path `host`.
-DWORD ErrorFor(const std::string& host, int number) {
+// Returns the system error code for errno `number` of a failed call on the path `linuxPath`.
+DWORD ErrorFor(const std::string& linuxPath, int number) {
     struct stat status = {};
-    const std::string name = host.substr(0, host.find_last_not_of('/') + 1);
+    const std::string name = linuxPath.substr(0, linuxPath.find_last_not_of('/') + 1);
     if (number == ENOENT) {
         const bool hasParent = IsDirectory(name.substr(0, name.rfind('/') + 1));
         return hasParent ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
@@ -64,7 +64,7 @@ DWORD ErrorFor(const std::string& host, int number) {
     // Only a directory may have a trailing separator.
     const bool wrongName =
         number == EISDIR || (number == ENOTDIR && lstat(name.c_str(), &status) == 0);
-    return host.ends_with('/') && wrongName ? ERROR_INVALID_NAME : ErrorFromErrno(number);
+    return linuxPath.ends_with('/') && wrongName ? ERROR_INVALID_NAME : ErrorFromErrno(number);
 }
 
 HANDLE FailToOpen(DWORD error) noexcept {
@@ -72,19 +72,19 @@ HANDLE FailToOpen(DWORD error) noexcept {
     return INVALID_HANDLE_VALUE;
 }
 
-// Calls `operation` with the host's path of `name`. It returns 0, or another value and sets errno.
+// Calls `operation` with the Linux path of `name`. It returns 0, or another value and sets errno.
 template <class Operation>
-BOOL WithHostPath(LPCWSTR name, Operation&& operation) {
-    const auto [host, error] = ToHostPath(name);
+BOOL WithLinuxPath(LPCWSTR name, Operation&& operation) {
+    const auto [linuxPath, error] = ToLinuxPath(name);
     if (error != ERROR_SUCCESS) {
         return Fail(error);
     }
-    return operation(host.c_str()) == 0 ? TRUE : Fail(ErrorFor(host, errno));
+    return operation(linuxPath.c_str()) == 0 ? TRUE : Fail(ErrorFor(linuxPath, errno));
 }
 
 // A file, directory or link. `error` is ERROR_SUCCESS, or why its status cannot be read.
 struct Entry {
-    std::string host;
+    std::string linuxPath;
     DWORD error;
     struct stat status;
 
@@ -95,10 +95,10 @@ struct Entry {
 };
 
 Entry FindEntry(LPCWSTR name) {
-    auto [host, error] = ToHostPath(name);
-    Entry entry = {std::move(host), error, {}};
-    if (error == ERROR_SUCCESS && lstat(entry.host.c_str(), &entry.status) != 0) {
-        entry.error = ErrorFor(entry.host, errno);
+    auto [linuxPath, error] = ToLinuxPath(name);
+    Entry entry = {std::move(linuxPath), error, {}};
+    if (error == ERROR_SUCCESS && lstat(entry.linuxPath.c_str(), &entry.status) != 0) {
+        entry.error = ErrorFor(entry.linuxPath, errno);
     }
     return entry;
 }
@@ -150,20 +150,20 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES*
     if (call.Fails()) {
         return INVALID_HANDLE_VALUE;
     }
-    const auto [host, error] = ToHostPath(name);
+    const auto [linuxPath, error] = ToLinuxPath(name);
     if (error != ERROR_SUCCESS) {
         return FailToOpen(error);
     }
     struct stat status = {};
-    const bool existed = stat(host.c_str(), &status) == 0;
+    const bool existed = stat(linuxPath.c_str(), &status) == 0;
     const bool refused = (S_ISDIR(status.st_mode) && (flags & FILE_FLAG_BACKUP_SEMANTICS) == 0) ||
                          !IsAllowed(status.st_mode, access);
     if (existed && refused) {
         return FailToOpen(ERROR_ACCESS_DENIED);
     }
-    const int descriptor = open(host.c_str(), OpenFlags(access, disposition), kFileMode);
+    const int descriptor = open(linuxPath.c_str(), OpenFlags(access, disposition), kFileMode);
     if (descriptor < 0) {
-        return FailToOpen(ErrorFor(host, errno));
+        return FailToOpen(ErrorFor(linuxPath, errno));
     }
     SetLastError(existed && disposition != OPEN_EXISTING ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return compat::Handles().Add<HANDLE>(std::make_shared<File>(descriptor, access));
@@ -217,14 +217,14 @@ DWORD GetFileAttributesW(LPCWSTR name) noexcept {
 }
 
 BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) noexcept {
-    return WithHostPath(name, [attributes](const char* host) {
+    return WithLinuxPath(name, [attributes](const char* linuxPath) {
         struct stat status = {};
-        if (stat(host, &status) != 0) {
+        if (stat(linuxPath, &status) != 0) {
             return -1;
         }
         const bool readOnly = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
         const mode_t writers = S_IWUSR | S_IWGRP | S_IWOTH;
-        return chmod(host, readOnly ? status.st_mode & ~writers : status.st_mode | S_IWUSR);
+        return chmod(linuxPath, readOnly ? status.st_mode & ~writers : status.st_mode | S_IWUSR);
     });
 }
 
@@ -233,7 +233,8 @@ BOOL CreateDirectoryW(LPCWSTR name, SECURITY_ATTRIBUTES* /*security*/) noexcept 
     if (call.Fails()) {
         return FALSE;
     }
-    return WithHostPath(name, [](const char* host) { return mkdir(host, kDirectoryMode); });
+    return WithLinuxPath(name,
+                         [](const char* linuxPath) { return mkdir(linuxPath, kDirectoryMode); });
 }
 
 BOOL RemoveDirectoryW(LPCWSTR name) noexcept {
@@ -244,7 +245,7 @@ BOOL RemoveDirectoryW(LPCWSTR name) noexcept {
     if (!entry.IsDirectory()) {
         return Fail(ERROR_DIRECTORY);
     }
-    return rmdir(entry.host.c_str()) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
+    return rmdir(entry.linuxPath.c_str()) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
 }
 
 BOOL DeleteFileW(LPCWSTR name) noexcept {
@@ -255,7 +256,7 @@ BOOL DeleteFileW(LPCWSTR name) noexcept {
     if (entry.IsDirectory() || entry.IsReadOnly()) {
         return Fail(ERROR_ACCESS_DENIED);
     }
-    return unlink(entry.host.c_str()) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
+    return unlink(entry.linuxPath.c_str()) == 0 ? TRUE : Fail(ErrorFromErrno(errno));
 }
 
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
@@ -264,7 +265,7 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
     if (source.error != ERROR_SUCCESS) {
         return Fail(source.error);
     }
-    if (target.host.empty()) {
+    if (target.linuxPath.empty()) {
         return Fail(target.error);
     }
     const bool replaces =
@@ -276,9 +277,9 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) noexcept {
     if (replaces && (target.IsDirectory() || target.IsReadOnly())) {
         return Fail(ERROR_ACCESS_DENIED);
     }
-    return rename(source.host.c_str(), target.host.c_str()) == 0
+    return rename(source.linuxPath.c_str(), target.linuxPath.c_str()) == 0
                ? TRUE
-               : Fail(ErrorFor(target.host, errno));
+               : Fail(ErrorFor(target.linuxPath, errno));
 }
 
 BOOL GetFileAttributesExW(LPCWSTR name, GET_FILEEX_INFO_LEVELS /*level*/, LPVOID data) noexcept {

@@ -30,7 +30,7 @@ void* OpenedModule(HMODULE module) {
     return found == g_modules.end() ? nullptr : found->second;
 }
 
-std::string HostFileOf(HMODULE module) {
+std::string LinuxFileOf(HMODULE module) {
     if (module == nullptr) {
         return compat::ProgramFile();
     }
@@ -45,12 +45,12 @@ std::string HostFileOf(HMODULE module) {
 }  // namespace
 
 HMODULE LoadLibraryW(LPCWSTR name) noexcept {
-    const std::string host = compat::ToHostPath(name).host;
-    if (access(host.c_str(), F_OK) != 0) {
+    const std::string linuxPath = compat::ToLinuxPath(name).path;
+    if (access(linuxPath.c_str(), F_OK) != 0) {
         SetLastError(ERROR_MOD_NOT_FOUND);
         return nullptr;
     }
-    void* const opened = dlopen(host.c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* const opened = dlopen(linuxPath.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (opened == nullptr) {
         SetLastError(ERROR_BAD_EXE_FORMAT);
         return nullptr;
@@ -93,11 +93,11 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
     if (call.Fails()) {
         return 0;
     }
-    const std::string host = HostFileOf(module);
-    if (host.empty()) {
+    const std::string linuxPath = LinuxFileOf(module);
+    if (linuxPath.empty()) {
         return static_cast<DWORD>(compat::Fail(ERROR_MOD_NOT_FOUND));
     }
-    const std::wstring path = compat::FromHostPath(host);
+    const std::wstring path = compat::FromLinuxPath(linuxPath);
     if (path.size() < size) {
         lstrcpynW(buffer, path.c_str(), static_cast<int>(size));
         SetLastError(ERROR_SUCCESS);

@@ -18,10 +18,10 @@ std::wstring MakeAbsolute(std::wstring_view name) {
         return std::wstring(name);
     }
     if (IsSeparator(name[0])) {
-        // Here a single separator at the front begins a host path.
-        std::string host = compat::Utf8FromWide(name);
-        host[0] = '/';
-        return compat::FromHostPath(host);
+        // Here a single separator at the front begins a Linux path.
+        std::string linuxPath = compat::Utf8FromWide(name);
+        linuxPath[0] = '/';
+        return compat::FromLinuxPath(linuxPath);
     }
     std::wstring directory = compat::CurrentDirectory();
     if (compat::HasDrive(name)) {

@@ -17,9 +17,9 @@
 #include "internal/command_line.h"
 #include "internal/drive.h"
 #include "internal/encoding.h"
-#include "internal/host_file.h"
 #include "internal/kernel_object.h"
 #include "internal/last_error.h"
+#include "internal/linux_file.h"
 #include "testing/watch.h"
 
 namespace {
@@ -82,11 +82,11 @@ DWORD StartCommandLine(std::wstring_view commandLine, const std::wstring& direct
     if (arguments.empty()) {
         return ERROR_INVALID_PARAMETER;
     }
-    const auto [program, error] = compat::ToHostPath(compat::WideFromUtf8(arguments[0]).c_str());
+    const auto [program, error] = compat::ToLinuxPath(compat::WideFromUtf8(arguments[0]).c_str());
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    const int failure = Start(program, compat::ToHostPath(directory.c_str()).host, arguments,
+    const int failure = Start(program, compat::ToLinuxPath(directory.c_str()).path, arguments,
                               EnvironmentWith(commandLine));
     // A file without the right to execute is not a program.
     const bool noProgram = failure == EACCES && !compat::IsDirectory(program);
@@ -101,7 +101,7 @@ std::wstring OwnCommandLine() {
         return line;
     }
     std::string joined;
-    compat::ReadHostFile("/proc/self/cmdline", joined);
+    compat::ReadLinuxFile("/proc/self/cmdline", joined);
     std::vector<std::wstring> arguments;
     for (size_t at = 0; at < joined.size();) {
         const size_t end = std::min(joined.find('\0', at), joined.size());
@@ -145,7 +145,7 @@ LPWSTR GetCommandLineW() noexcept {
 LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count) noexcept {
     std::vector<std::wstring> arguments = compat::ParseCommandLine(commandLine);
     if (arguments.empty()) {
-        arguments.push_back(compat::FromHostPath(compat::ProgramFile()));
+        arguments.push_back(compat::FromLinuxPath(compat::ProgramFile()));
     }
     size_t units = 0;
     for (const std::wstring& argument : arguments) {

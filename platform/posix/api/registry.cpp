@@ -12,7 +12,7 @@
 #include "internal/call.h"
 #include "internal/drive.h"
 #include "internal/encoding.h"
-#include "internal/host_file.h"
+#include "internal/linux_file.h"
 #include "internal/object_table.h"
 #include "internal/registry_file.h"
 #include "testing/watch.h"
@@ -40,7 +40,7 @@ KeyTable& Keys() {
     return table;
 }
 
-// Returns the host path of the registry file. Empty if there is no drive C:; then no key exists or
+// Returns the Linux path of the registry file. Empty if there is no drive C:; then no key exists or
 // can be created.
 std::string RegistryFile() {
     const std::string directory = compat::DriveDirectory();
@@ -50,7 +50,7 @@ std::string RegistryFile() {
 // Reads the registry file, which need not exist. std::nullopt if it is damaged.
 std::optional<RegistryKeys> Load() {
     std::string text;
-    compat::ReadHostFile(RegistryFile(), text);
+    compat::ReadLinuxFile(RegistryFile(), text);
     return text.empty() ? RegistryKeys() : compat::ParseRegistry(text);
 }
 

@@ -6,8 +6,8 @@
 
 #include "internal/call.h"
 #include "internal/drive.h"
-#include "internal/host_file.h"
 #include "internal/link_file.h"
+#include "internal/linux_file.h"
 #include "internal/resource_count.h"
 
 namespace compat {
@@ -69,9 +69,9 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
         if (mode != STGM_READ) {
             return E_INVALIDARG;  // the library never needs to write or to exclude others
         }
-        const auto [host, error] = ToHostPath(name);
+        const auto [linuxPath, error] = ToLinuxPath(name);
         std::string bytes;
-        if (error != ERROR_SUCCESS || !ReadHostFile(host, bytes)) {
+        if (error != ERROR_SUCCESS || !ReadLinuxFile(linuxPath, bytes)) {
             return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
         }
         auto target = ReadLinkFile(bytes);

@@ -15,7 +15,7 @@
 #include <utility>
 
 #include "internal/encoding.h"
-#include "internal/host_file.h"
+#include "internal/linux_file.h"
 #include "internal/path_syntax.h"
 
 namespace compat {
@@ -27,9 +27,9 @@ bool HasForbiddenCharacter(std::wstring_view path) noexcept {
     });
 }
 
-bool Exists(const std::string& host) noexcept {
+bool Exists(const std::string& linuxPath) noexcept {
     struct stat status = {};
-    return lstat(host.c_str(), &status) == 0;
+    return lstat(linuxPath.c_str(), &status) == 0;
 }
 
 // Returns the entry of `directory` whose name is `name` in any letter case, or `name` if there is
@@ -48,7 +48,7 @@ std::string FindEntry(const std::string& directory, const std::string& name) {
     return name;
 }
 
-// A path split into the host directory of its drive and the rest.
+// A path split into the Linux directory of its drive and the rest.
 struct DrivePath {
     std::string root;
     std::wstring_view rest;
@@ -100,7 +100,7 @@ std::string DriveDirectory() {
     return directory;
 }
 
-HostPath ToHostPath(const wchar_t* path) {
+LinuxPath ToLinuxPath(const wchar_t* path) {
     const std::wstring normal = ResolveDots(path == nullptr ? L"" : path);
     const DrivePath split = SplitDrivePath(normal);
     if (split.error != ERROR_SUCCESS) {
@@ -109,12 +109,12 @@ HostPath ToHostPath(const wchar_t* path) {
     if (HasForbiddenCharacter(split.rest)) {
         return {{}, ERROR_INVALID_NAME};
     }
-    std::string host = split.root;
+    std::string linuxPath = split.root;
     std::string rest = Utf8FromWide(split.rest);
     for (char& byte : rest) {
         byte = byte == '\\' ? '/' : byte;
     }
-    if (std::string exact = host + "/" + rest; Exists(exact)) {
+    if (std::string exact = linuxPath + "/" + rest; Exists(exact)) {
         return {std::move(exact), ERROR_SUCCESS};
     }
     for (size_t at = 0; at < rest.size();) {
@@ -124,26 +124,27 @@ HostPath ToHostPath(const wchar_t* path) {
         if (name.empty()) {
             continue;
         }
-        host += '/';
-        host += Exists(host + name) ? name : FindEntry(host, name);
+        linuxPath += '/';
+        linuxPath += Exists(linuxPath + name) ? name : FindEntry(linuxPath, name);
     }
-    if (host.empty() || rest.ends_with('/')) {
-        host += '/';
+    if (linuxPath.empty() || rest.ends_with('/')) {
+        linuxPath += '/';
     }
-    return {std::move(host), ERROR_SUCCESS};
+    return {std::move(linuxPath), ERROR_SUCCESS};
 }
 
 std::wstring CurrentDirectory() {
-    std::array<char, PATH_MAX> host = {};
-    return getcwd(host.data(), host.size()) == nullptr ? std::wstring() : FromHostPath(host.data());
+    std::array<char, PATH_MAX> linuxPath = {};
+    return getcwd(linuxPath.data(), linuxPath.size()) == nullptr ? std::wstring()
+                                                                 : FromLinuxPath(linuxPath.data());
 }
 
-std::wstring FromHostPath(std::string_view host) {
+std::wstring FromLinuxPath(std::string_view linuxPath) {
     const std::string root = DriveDirectory();
-    const bool onDrive = !root.empty() && host.starts_with(root) &&
-                         (host.size() == root.size() || host[root.size()] == '/');
+    const bool onDrive = !root.empty() && linuxPath.starts_with(root) &&
+                         (linuxPath.size() == root.size() || linuxPath[root.size()] == '/');
     std::wstring path = onDrive ? L"C:" : L"Z:";
-    path += WideFromUtf8(onDrive ? host.substr(root.size()) : host);
+    path += WideFromUtf8(onDrive ? linuxPath.substr(root.size()) : linuxPath);
     for (wchar_t& unit : path) {
         unit = unit == L'/' ? L'\\' : unit;
     }

@@ -8,32 +8,32 @@
 namespace compat {
 
 // The environment variable that names the directory of drive C:. Without it drive C: is the
-// directory drive_c next to the program, if it exists. Drive Z: is the root of the host's file
-// system, so that every host file has a path.
+// directory drive_c next to the program, if it exists. Drive Z: is the root of the Linux file
+// system, so that every Linux file has a path.
 inline constexpr char kDriveVariable[] = "KELVARO_DRIVE_C";
 
-// Returns the host directory of drive C:, without a trailing separator. Empty if there is none.
+// Returns the Linux directory of drive C:, without a trailing separator. Empty if there is none.
 std::string DriveDirectory();
 
-// Returns the host path of the running program.
+// Returns the Linux path of the running program.
 std::string ProgramFile();
 
-// A host path, or an empty one and the reason why there is none.
-struct HostPath {
-    std::string host;
+// A Linux path, or an empty one and the reason why there is none.
+struct LinuxPath {
+    std::string path;
     DWORD error;
 };
 
-// Returns the host path for an absolute Windows path; a null path has none. Finds existing names in
-// any letter case; the file itself need not exist. A trailing separator stays.
-HostPath ToHostPath(const wchar_t* path);
+// Returns the Linux path for an absolute Windows path; a null path has none. Finds existing names
+// in any letter case; the file itself need not exist. A trailing separator stays.
+LinuxPath ToLinuxPath(const wchar_t* path);
 
 // Returns the Windows path of the working directory. Empty if it no longer exists.
 std::wstring CurrentDirectory();
 
-// Returns the Windows path for an absolute host path: on drive C: if it is inside of that drive's
+// Returns the Windows path for an absolute Linux path: on drive C: if it is inside of that drive's
 // directory, otherwise on drive Z:.
-std::wstring FromHostPath(std::string_view host);
+std::wstring FromLinuxPath(std::string_view linuxPath);
 
 // Returns the system error code for an errno value.
 DWORD ErrorFromErrno(int number) noexcept;

@@ -5,8 +5,8 @@
 
 namespace compat {
 
-// Converts between the host's UTF-8 and the platform's UTF-16, one unit in each wchar_t. Malformed
-// input becomes U+FFFD.
+// Converts between the UTF-8 of Linux and the platform's UTF-16, one unit in each wchar_t.
+// Malformed input becomes U+FFFD.
 std::wstring WideFromUtf8(std::string_view bytes);
 std::string Utf8FromWide(std::wstring_view units);
 
