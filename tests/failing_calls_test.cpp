@@ -64,6 +64,18 @@ TEST_F(FailingCalls, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
     }
 }
 
+TEST_F(FailingCalls, ARuleFileThatShrinksIsReadToItsNewEnd) {
+    WriteRules(kToolRule + std::string(100, ' '));
+    const compat::ScopedCallObserver truncating(
+        [](const compat::CallStart& call) -> std::optional<DWORD> {
+            if (call.name == std::string_view("ReadFile")) {
+                std::filesystem::resize_file(platform::NativePath(kRules), sizeof kToolRule - 1);
+            }
+            return std::nullopt;
+        });
+    EXPECT_TRUE(IsTargetLocked(kTool));
+}
+
 TEST_F(FailingCalls, ATargetNeedsASuccessAndAnObject) {
     const struct {
         const char* call;

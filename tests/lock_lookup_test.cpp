@@ -91,7 +91,6 @@ TEST_F(LockLookup, LocksPathsOfAnyScriptAndLength) {
         {L"C:\\tool.exe", "C:\\\\to\\ol.exe"},
         {L"C:\\tool.exe", "C:\\\\too\\l.exe"},
         {L"C:\\o\\ool.exe", "C:\\\\o\\\\ool.exe"},
-        {L"C:\\a\nb.exe", "C:\\\\a\\nb.exe"},
         {L"\\\\tool\\b", "//tool\\/b"},
         {L"\\\\s", "//S"},
         {L"\\\\abc", "\\\\\\\\ABC"},
