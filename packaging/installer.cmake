@@ -1,4 +1,8 @@
 # Makes the Windows Installer package of the staged files and signs it. sign.cmake has signed the DLL in it.
+cmake_policy(SET CMP0057 NEW)
+if(NOT extension IN_LIST CPACK_COMPONENTS_ALL)
+  return()
+endif()
 set(package "${CPACK_PACKAGE_DIRECTORY}/${CPACK_ARCHIVE_EXTENSION_FILE_NAME}.msi")
 file(MAKE_DIRECTORY "${CPACK_PACKAGE_DIRECTORY}")
 execute_process(
