@@ -67,7 +67,7 @@ LSTATUS Update(Change&& change) {
     flock(lock, LOCK_EX);
     std::optional<RegistryKeys> keys = Load();
     LSTATUS status = keys ? change(*keys) : ERROR_BADDB;
-    if (status == ERROR_SUCCESS) {
+    if (keys && status == ERROR_SUCCESS) {
         const std::string fresh = path + ".new";
         std::ofstream file(fresh, std::ios::binary);
         file << compat::FormatRegistry(*keys);
