@@ -69,7 +69,7 @@ std::string Line(const std::string& label, const Json& text) {
 
 // Returns `text` for people, cut after a number of characters that no wanted value reaches.
 std::string Shown(const Json& text) {
-    constexpr size_t kLongest = 2 * MAX_PATH;
+    constexpr size_t kLongest = size_t{2} * MAX_PATH;
     const std::wstring wide = kelvaro::WideFromBytes(CP_UTF8, 0, text.get<std::string>());
     return wide.empty()
                ? "(empty)"
