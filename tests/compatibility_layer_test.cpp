@@ -77,8 +77,9 @@ TEST_F(CompatibilityLayer, PersistsTheRegistryAsJson) {
                                  static_cast<DWORD>(size)),
                   ERROR_SUCCESS);
     };
+    const wchar_t text[] = {L'a', L'\\', L'\r', L'\n', L'\0', L'\u8F6F', L'\0'};
     const DWORD number = 0x1234;
-    set(L"Text", REG_SZ, L"a\\\r\n\0\u8F6F", 7 * sizeof(wchar_t));
+    set(L"Text", REG_SZ, text, sizeof text);
     set(L"unpaired", REG_SZ, L"\xD800", 2 * sizeof(wchar_t));
     set(L"open", REG_SZ, L"a", sizeof(wchar_t));
     set(L"empty", REG_SZ, nullptr, 0);
