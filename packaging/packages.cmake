@@ -17,7 +17,7 @@ install(
 install(TARGETS KelvaroShellExt auth_prompt RUNTIME DESTINATION . COMPONENT tests)
 install(DIRECTORY tests/data/shortcuts DESTINATION data COMPONENT tests)
 install(DIRECTORY lang/ DESTINATION Lang COMPONENT tests)
-install(FILES scripts/lib/dll-imports.txt DESTINATION . COMPONENT tests)
+install(FILES scripts/lib/dll-imports.txt packaging/run-tests.cmd DESTINATION . COMPONENT tests)
 install(
   FILES packaging/tests-readme.txt
   DESTINATION .

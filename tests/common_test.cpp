@@ -83,19 +83,23 @@ TEST_F(File, CreatesNoDirectoryOnAMissingDrive) {
 }
 
 TEST_F(File, ReadsModulePathsOfAnyLength) {
-    std::wstring directory = TestPath();
-    while (directory.size() < 300) {
-        directory += L"\\" + std::wstring(40, L'd');
-    }
-    // Paths longer than MAX_PATH need the prefix, which std::filesystem cannot create the top of.
+    // Paths longer than MAX_PATH need the prefix. std::filesystem cannot create the top of them,
+    // nor remove them.
     MakeDirectory(TestPath());
-    const std::wstring longPath = L"\\\\?\\" + directory + L"\\KelvaroShellExt.dll";
-    Copy(platform::BuiltFile(KELVARO_LIBRARY), longPath);
-    const HMODULE module = LoadLibraryW(longPath.c_str());
+    std::wstring path = L"\\\\?\\" + TestPath();
+    while (path.size() < 300) {
+        path += L"\\" + std::wstring(40, L'd');
+    }
+    path += L"\\KelvaroShellExt.dll";
+    Copy(platform::BuiltFile(KELVARO_LIBRARY), path);
+    const HMODULE module = LoadLibraryW(path.c_str());
     ASSERT_NE(module, nullptr);
-    EXPECT_TRUE(
-        ReadModulePath(module).path.ends_with(directory.substr(2) + L"\\KelvaroShellExt.dll"));
+    EXPECT_TRUE(ReadModulePath(module).path.ends_with(path.substr(path.find(L':') + 1)));
     FreeLibrary(module);
+    EXPECT_TRUE(DeleteFileW(path.c_str()));
+    while (path = ParentPath(path), path.ends_with(L'd')) {
+        EXPECT_TRUE(RemoveDirectoryW(path.c_str()));
+    }
     const ModulePath none = ReadModulePath(reinterpret_cast<HMODULE>(uintptr_t{0x10}));
     EXPECT_EQ(none.path, L"");
     EXPECT_NE(none.error, DWORD{ERROR_SUCCESS});

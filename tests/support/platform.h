@@ -14,8 +14,7 @@ namespace platform {
 // Returns the directory below which tests write.
 std::wstring TestDirectory();
 
-// Empties it and removes what else tests have made. On Windows, ends the process if the mark of
-// run-tests is missing: what is deleted could belong to others.
+// Empties it and removes what else tests have made.
 void Reset();
 
 // Returns what the test holds of the platform, for example "2 handle, 1 key". Empty if nothing, and

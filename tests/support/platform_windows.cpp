@@ -2,14 +2,12 @@
 
 #include <shlobj.h>
 
-#include <cstdio>
 #include <cstring>
 #include <optional>
 
 #include "common/module_path.h"
 #include "common/owners.h"
 #include "common/path.h"
-#include "run_tests/remains.h"
 #include "support/fixture.h"
 #include "support/imports.h"
 #include "support/message_boxes.h"
@@ -19,21 +17,6 @@
 namespace fs = std::filesystem;
 
 namespace platform {
-
-std::wstring TestDirectory() {
-    static const std::wstring directory = remains::TestDirectory();
-    return directory;
-}
-
-void Reset() {
-    if (GetFileAttributesW(remains::MarkFile().c_str()) == INVALID_FILE_ATTRIBUTES) {
-        std::puts("Start run-tests.exe, which makes sure that no installation is touched.");
-        std::fflush(stdout);
-        ExitProcess(2);
-    }
-    remains::Remove();
-    CreateDirectoryW(TestDirectory().c_str(), nullptr);
-}
 
 std::string HeldResources() {
     return {};
