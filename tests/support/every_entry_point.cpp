@@ -75,8 +75,8 @@ Exports LinkedExports() {
     return {DllGetClassObject, DllCanUnloadNow, DllRegisterServer, DllUnregisterServer};
 }
 
-void ExerciseRightClick(const Exports& library, const std::wstring& shortcut,
-                        LibraryCallHook hook) {
+void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcut,
+                             LibraryCallHook hook) {
     {
         const ComPtr<IDataObject> selection(shell_host::MakeDropListObject({shortcut}));
         ComPtr<IClassFactory> factory;
@@ -95,19 +95,10 @@ void ExerciseRightClick(const Exports& library, const std::wstring& shortcut,
         }
     }
     EXPECT_EQ(library.canUnloadNow(), S_OK);
-}
-
-void ExerciseRegistration(const Exports& library, LibraryCallHook hook) {
     const auto denied = HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED);
     const auto noModule = HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND);
     CallLibrary(hook, "DllRegisterServer", {S_OK, E_FAIL, E_OUTOFMEMORY, denied, noModule},
                 [&] { return library.registerServer(); });
     CallLibrary(hook, "DllUnregisterServer", {S_OK, E_FAIL, E_OUTOFMEMORY},
                 [&] { return library.unregisterServer(); });
-}
-
-void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcut,
-                             LibraryCallHook hook) {
-    ExerciseRightClick(library, shortcut, hook);
-    ExerciseRegistration(library, hook);
 }

@@ -18,16 +18,9 @@ struct Exports {
 Exports LinkedExports();
 Exports ExportsOf(const shell_host::Library& library);
 
-// Makes every call of a right-click with `shortcut` selected: creates the factory and the object,
-// initialises it, queries menu, verb and help text, and invokes the command. Calls may fail, but
-// only with documented results; after a failure the menu must be unchanged, and at the end the
-// library must be unloadable.
-void ExerciseRightClick(const Exports& library, const std::wstring& shortcut,
-                        LibraryCallHook hook = nullptr);
-
-// Registers and unregisters the library. Calls may fail, but only with documented results.
-void ExerciseRegistration(const Exports& library, LibraryCallHook hook = nullptr);
-
-// Does both.
+// Makes every call of a right-click with `shortcut` selected (creates the factory and the object,
+// initialises it, queries menu, verb and help text, invokes the command), and registers and
+// unregisters the library. Calls may fail, but only with documented results; after a failure the
+// menu must be unchanged, and after the right-click the library must be unloadable.
 void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcut,
                              LibraryCallHook hook = nullptr);

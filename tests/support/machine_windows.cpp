@@ -15,7 +15,7 @@
 namespace platform {
 namespace {
 
-// Exists in the environment of the processes that a test program starts.
+// Exists in the environment of the programs that a test starts. They leave the machine to it.
 constexpr wchar_t kStartedByTest[] = L"KELVARO_STARTED_BY_TEST";
 
 // A registry key, or a directory if the root is null.
@@ -76,9 +76,6 @@ void Remove() {
 class Machine : public testing::Environment {
   public:
     void SetUp() override {
-        if (GetEnvironmentVariableW(kStartedByTest, nullptr, 0) != 0) {
-            return;
-        }
         std::string existing = Existing();
         // Refuses other test programs from now on.
         if (existing.empty() && !CreateDirectoryW(TestDirectory().c_str(), nullptr)) {
@@ -99,13 +96,9 @@ class Machine : public testing::Environment {
         }
         SetEnvironmentVariableW(kStartedByTest, L"1");
         SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);  // a crash opens no window
-        ownsPlaces_ = true;
     }
 
     void TearDown() override {
-        if (!ownsPlaces_) {
-            return;
-        }
         // A program that a test has started, or a virus scanner, may have a file open for a while.
         for (int tries = 0; tries < 50 && !Existing().empty(); ++tries) {
             Sleep(tries == 0 ? 0 : 100);
@@ -119,13 +112,14 @@ class Machine : public testing::Environment {
     }
 
   private:
-    bool ownsPlaces_ = false;  // all that exists there comes from the tests
     std::vector<Place> missingParents_;
 };
 
 // The test programs link GoogleTest's own main function.
 [[maybe_unused]] testing::Environment* const g_machine =
-    testing::AddGlobalTestEnvironment(new Machine);
+    GetEnvironmentVariableW(kStartedByTest, nullptr, 0) == 0
+        ? testing::AddGlobalTestEnvironment(new Machine)
+        : nullptr;
 
 }  // namespace
 

@@ -4,22 +4,17 @@
 
 #include "support/fixture.h"
 
-namespace {
-
-constexpr wchar_t kCalls[] = L"C:\\ProgramData\\Vorandel\\Kelvaro\\config\\auth_prompt_calls.txt";
-
-}  // namespace
-
 void InstallPrompt(const std::wstring& path) {
     DriveTest::Copy(platform::BuiltFile(KELVARO_PROMPT), path);
-    DriveTest::MakeDirectory(L"C:\\ProgramData\\Vorandel\\Kelvaro\\config");
+    DriveTest::MakeDirectory(std::wstring(DriveTest::kData) + L"\\config");
 }
 
 PromptCall WaitForPrompt(int count) {
+    const std::wstring calls = std::wstring(DriveTest::kData) + L"\\config\\auth_prompt_calls.txt";
     constexpr int kTries = 1000;
     for (int attempt = 0; attempt < kTries; ++attempt) {
         std::vector<std::string> lines;
-        std::string text = DriveTest::Read(kCalls);
+        std::string text = DriveTest::Read(calls);
         for (size_t end = 0; (end = text.find('\n')) != std::string::npos;) {
             lines.push_back(text.substr(text.find(": ") + 2, end - text.find(": ") - 2));
             text.erase(0, end + 1);
