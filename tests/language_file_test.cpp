@@ -60,6 +60,7 @@ TEST(FindIniValue, ReturnsTheFirstValueOfTheKeyInItsSection) {
         {L"[S] ; comment\nk=v", nullptr},
         {L"k=v\n[S]\n", nullptr},
         {L"[T]\nk=v", nullptr},
+        {L"[S]\n[]\nk=v", nullptr},
         {L"[S]\rk=v", nullptr},
         {L"[S]\n=v", nullptr},
         {L"[S]\nkk=v\nk k=v", nullptr},
