@@ -35,6 +35,18 @@ void RunThreads(int count, Work work) {
 
 using Load = DriveTest;
 
+// The log's directory is missing when all threads write their first line.
+TEST_F(Load, ConcurrentFirstLinesAreAllWritten) {
+    constexpr int kThreads = 4;
+    for (int round = 0; round < 200; ++round) {
+        RunThreads(kThreads, [](int) { WriteLog(L"first"); });
+        ASSERT_EQ(Messages(), std::vector<std::string>(kThreads, "first")) << "round " << round;
+        ASSERT_TRUE(DeleteFileW(kLog));
+        ASSERT_TRUE(RemoveDirectoryW(kLogDirectory));
+        ASSERT_TRUE(RemoveDirectoryW(kData));
+    }
+}
+
 // Every version of the rule file locks the same one of the two programs.
 TEST_F(Load, ThreadsRightClickWhileAnotherProcessChangesRulesAndLog) {
     constexpr int kThreads = 16;
