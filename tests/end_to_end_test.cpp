@@ -2,14 +2,9 @@
 
 #include <shlobj.h>
 
-#include "common/owners.h"
-#include "common/path.h"
 #include "rightclick/right_click.h"
 #include "rightclick/selection.h"
-#include "server/clsid.h"
-#include "server/exports.h"
 #include "shell_host/library.h"
-#include "shell_host/popup_menu.h"
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/prompt.h"
@@ -62,59 +57,39 @@ TEST_F(EndToEnd, SaysThatThePromptIsMissing) {
                                 "Please reinstall the application."});
 }
 
-// An object of the registered library with the menu that it has extended.
-class ExtendedMenu {
-  public:
-    ExtendedMenu(const shell_host::Library& library, const std::wstring& file) {
-        ComPtr<IClassFactory> factory;
-        ComPtr<IShellExtInit> object;
-        const ComPtr<IDataObject> files(rightclick::MakeSelection({file}).dataObject);
-        EXPECT_EQ(library.Export<decltype(&DllGetClassObject)>("DllGetClassObject")(
-                      kShellExtClsid, IID_IClassFactory, factory.Put()),
-                  S_OK);
-        EXPECT_EQ(factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put()), S_OK);
-        EXPECT_EQ(object->Initialize(nullptr, files.Get(), nullptr), S_OK);
-        EXPECT_EQ(object->QueryInterface(IID_IContextMenu, handler_.Put()), S_OK);
-        EXPECT_EQ(handler_->QueryContextMenu(popup_.Handle(), 0, 100, 0x7FFF, CMF_EXPLORE), 1);
-    }
-
-    IContextMenu& Handler() { return *handler_.Get(); }
-
-  private:
-    shell_host::PopupMenu popup_;
-    ComPtr<IContextMenu> handler_;
-};
-
 // Explorer shows the menu of one object. When the item is clicked, it invokes a second object by
 // the item's name, often on another thread.
 TEST_F(EndToEnd, ASecondObjectOnAnotherThreadIsInvokedByName) {
     const shell_host::Library library(kLibrary);
-    const auto canUnload = library.Export<HRESULT(STDMETHODCALLTYPE*)()>("DllCanUnloadNow");
+    const Exports exports = ExportsOf(library);
+    const auto showMenu = [](Extension& extension) {
+        EXPECT_EQ(extension.Select(rightclick::MakeSelection({kProgram}).dataObject), S_OK);
+        EXPECT_EQ(Utf8(extension.MenuText(CMF_EXPLORE)), "Lock with Vorandel Kelvaro");
+    };
     {
-        ExtendedMenu shown(library, kProgram);
+        Extension shown(exports);
+        showMenu(shown);
         wchar_t verb[64] = {};
         auto* const bytes = reinterpret_cast<LPSTR>(verb);
-        EXPECT_EQ(shown.Handler().GetCommandString(0, GCS_VERBW, nullptr, bytes, 64), S_OK);
+        EXPECT_EQ(shown.Menu().GetCommandString(0, GCS_VERBW, nullptr, bytes, 64), S_OK);
         RunOnSmallStack([&] {
             CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
             {
-                ExtendedMenu clicked(library, kProgram);
+                Extension clicked(exports);
+                showMenu(clicked);
                 CMINVOKECOMMANDINFOEX request = {};
                 request.cbSize = sizeof request;
                 request.fMask = CMIC_MASK_UNICODE;
                 request.lpVerb = "";
                 request.lpVerbW = verb;
-                request.nShow = SW_SHOWNORMAL;
-                EXPECT_EQ(clicked.Handler().InvokeCommand(
-                              reinterpret_cast<CMINVOKECOMMANDINFO*>(&request)),
-                          S_OK);
+                auto* const command = reinterpret_cast<CMINVOKECOMMANDINFO*>(&request);
+                EXPECT_EQ(clicked.Menu().InvokeCommand(command), S_OK);
             }
             CoUninitialize();
         });
-        EXPECT_EQ(canUnload(), S_FALSE) << "the first object is still alive";
+        EXPECT_EQ(exports.canUnloadNow(), S_FALSE) << "the first object is still alive";
     }
-    EXPECT_EQ(canUnload(), S_OK);
-
+    EXPECT_EQ(exports.canUnloadNow(), S_OK);
     EXPECT_TRUE(WaitForPrompt(1).commandLine.ends_with('"' + Utf8(kProgram) + '"'));
     EXPECT_EQ(Messages().size(), 7U) << "two menus, and three lines of the invocation";
 }

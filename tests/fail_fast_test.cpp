@@ -9,11 +9,7 @@
 #include <algorithm>
 
 #include "common/module_path.h"
-#include "common/owners.h"
-#include "server/clsid.h"
-#include "server/exports.h"
-#include "shell_host/drop_list.h"
-#include "shell_host/library.h"
+#include "support/extension.h"
 #include "support/fixture.h"
 #include "support/imports.h"
 
@@ -41,21 +37,14 @@ class FailFast : public DriveTest {
   public:
     FailFast() {
         Copy(platform::BuiltFile(KELVARO_LIBRARY), kLibrary);
-        WriteApplicationFiles();
+        WriteRules(kToolRule);
     }
 
-    // Initialises an object while the DLL calls `function` instead of its import `name`.
-    static HRESULT InitializeWith(const char* name, void* function) {
+    // Selects a program while the DLL calls `function` instead of its import `name`.
+    static HRESULT SelectWith(const char* name, void* function) {
         const shell_host::Library library(kLibrary);
-        ScopedImport import(library.Handle(), name);
-        import.Replace(function);
-        const ComPtr<IDataObject> selection(shell_host::MakeDropListObject({kTool}));
-        ComPtr<IClassFactory> factory;
-        ComPtr<IShellExtInit> object;
-        library.Export<decltype(&DllGetClassObject)>("DllGetClassObject")(
-            kShellExtClsid, IID_IClassFactory, factory.Put());
-        factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put());
-        return object->Initialize(nullptr, selection.Get(), nullptr);
+        EXPECT_TRUE(SetImport(library.Handle(), name, function));
+        return Extension(ExportsOf(library)).Select({kTool});
     }
 };
 
@@ -68,14 +57,14 @@ void ExpectFailFast(const std::wstring& test) {
 }
 
 TEST_F(FailFast, StackProtectorEndsTheProcessAfterAnOverrun) {
-    EXPECT_EQ(InitializeWith("DragQueryFileW", reinterpret_cast<void*>(&OverrunBuffer<0>)),
+    EXPECT_EQ(SelectWith("DragQueryFileW", reinterpret_cast<void*>(&OverrunBuffer<0>)),
               E_INVALIDARG)
         << "a full buffer is fine";
     ExpectFailFast(L"FailFast.DISABLED_Overrun");
 }
 
 TEST_F(FailFast, DISABLED_Overrun) {
-    InitializeWith("DragQueryFileW", reinterpret_cast<void*>(&OverrunBuffer<64>));
+    SelectWith("DragQueryFileW", reinterpret_cast<void*>(&OverrunBuffer<64>));
 }
 
 TEST_F(FailFast, TerminateHandlerEndsTheProcessWithADump) {
@@ -83,7 +72,7 @@ TEST_F(FailFast, TerminateHandlerEndsTheProcessWithADump) {
 }
 
 TEST_F(FailFast, DISABLED_Exception) {
-    InitializeWith("CloseHandle", reinterpret_cast<void*>(&ThrowException));
+    SelectWith("CloseHandle", reinterpret_cast<void*>(&ThrowException));
 }
 
 TEST_F(FailFast, ProcessEndsIfAThreadCanNeverThrow) {

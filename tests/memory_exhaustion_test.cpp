@@ -10,13 +10,15 @@
 #include <atomic>
 #include <cstdlib>
 #include <functional>
-#include <optional>
 #include <span>
+#include <stdexcept>
+#include <vector>
 
 #include "common/owners.h"
 #include "server/clsid.h"
 #include "shell_host/data_object.h"
 #include "support/every_entry_point.h"
+#include "support/extension.h"
 #include "support/fixture.h"
 #include "support/imports.h"
 #include "support/small_stack.h"
@@ -24,51 +26,30 @@
 namespace kelvaro {
 namespace {
 
-thread_local size_t t_allocations = 0;          // of this thread since its last call of RefuseFrom
-thread_local size_t t_firstRefused = SIZE_MAX;  // the number of the first that gets no memory
-
-// Refuses all allocations of this thread that follow, except for the first `granted`.
-void RefuseFrom(size_t granted) {
-    t_allocations = 0;
-    t_firstRefused = granted;
-}
-
-// Grants all allocations that follow. Returns whether one was refused.
-bool StopRefusing() {
-    const bool refused = t_allocations > t_firstRefused;
-    t_firstRefused = SIZE_MAX;
-    return refused;
-}
+// The allocations of this thread in calls into the DLL.
+thread_local bool t_inside = false;
+thread_local size_t t_allocations = 0;
+thread_local size_t t_firstRefused = SIZE_MAX;
 
 void* Malloc(size_t size) {
-    return t_allocations++ >= t_firstRefused ? nullptr : std::malloc(size);
+    return t_inside && t_allocations++ >= t_firstRefused ? nullptr : std::malloc(size);
 }
 
-// Replaces the allocator that a module imports. check-dll allows no other.
-struct Allocator : ScopedImport {
-    explicit Allocator(HMODULE module) : ScopedImport(module, "malloc") {
-        Replace(reinterpret_cast<void*>(&Malloc));
-    }
-};
-
-// Which call into the DLL gets no memory, and how many allocations it is granted.
-size_t g_calls = 0;
-size_t g_starved = SIZE_MAX;
-size_t g_granted = 0;
-bool g_wasRefused = false;
-
-void StarveOneCall(bool inside) {
-    if (inside && g_calls++ == g_starved) {
-        RefuseFrom(g_granted);
-    } else if (!inside) {
-        g_wasRefused = StopRefusing() || g_wasRefused;
-    }
+// Replaces the allocator of a module. check-dll allows no other.
+void ReplaceAllocator(HMODULE module) {
+    EXPECT_TRUE(SetImport(module, "malloc", reinterpret_cast<void*>(&Malloc)));
 }
 
-// Stands in for CreateProcessW. Starts nothing.
-BOOL WINAPI Start(LPCWSTR, LPWSTR, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD,
-                  LPVOID, LPCWSTR, LPSTARTUPINFOW, LPPROCESS_INFORMATION) {
-    return TRUE;
+// Has the DLL throw `count` exceptions on this thread while it gets no memory.
+void ThrowInside(const shell_host::Library& library, int count) {
+    const auto getClassObject = ExportsOf(library).getClassObject;
+    t_firstRefused = 0;
+    for (int i = 0; i < count; ++i) {
+        ComPtr<IClassFactory> factory;
+        t_inside = true;
+        EXPECT_EQ(getClassObject(kShellExtClsid, IID_IClassFactory, factory.Put()), E_OUTOFMEMORY);
+        t_inside = false;
+    }
 }
 
 class MemoryExhaustion : public DriveTest {
@@ -77,72 +58,45 @@ class MemoryExhaustion : public DriveTest {
         Copy(platform::BuiltFile(KELVARO_LIBRARY), kLibrary);
         WriteApplicationFiles();
     }
-
-    // Makes every call on a thread of its own. Call number `starved` is granted `granted`
-    // allocations. Returns whether it was refused one.
-    static bool CallEverything(const shell_host::Library& library, size_t starved, size_t granted) {
-        g_calls = 0;
-        g_starved = starved;
-        g_granted = granted;
-        g_wasRefused = false;
-        RunOnSmallStack([&] {
-            CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-            ExerciseEveryEntryPoint(ExportsOf(library), kShortcut, StarveOneCall);
-            CoUninitialize();
-        });
-        return g_wasRefused;
-    }
-
-    static void StarveEachCall(const shell_host::Library& library, const char* prompt) {
-        size_t rounds = 0;
-        CallEverything(library, SIZE_MAX, 0);
-        const size_t calls = g_calls;
-        for (size_t call = 0; call < calls; ++call) {
-            for (size_t granted = 0; CallEverything(library, call, granted); ++granted, ++rounds) {
-            }
-        }
-        EXPECT_GT(rounds, 2 * calls);
-        std::printf("%s: %zu calls, %zu times without memory\n", prompt, calls, rounds);
-    }
 };
 
 TEST_F(MemoryExhaustion, EveryEntryPointReportsItAndWorksAgain) {
     const shell_host::Library library(kLibrary);
-    ASSERT_TRUE(library.IsLoaded());
-    const Allocator allocator(library.Handle());
-    StarveEachCall(library, "the prompt cannot be started");
-    DeleteFileW(kPrompt.c_str());
-    StarveEachCall(library, "the prompt is missing");
-    Write(kPrompt, "");
-    ScopedImport createProcess(library.Handle(), "CreateProcessW");
-    createProcess.Replace(reinterpret_cast<void*>(&Start));
-    StarveEachCall(library, "the prompt starts");
-}
-
-// Has the DLL throw `count` exceptions on this thread while it gets no memory.
-void ThrowInside(const shell_host::Library& library, int count) {
-    const auto getClassObject = ExportsOf(library).getClassObject;
-    for (int i = 0; i < count; ++i) {
-        ComPtr<IClassFactory> factory;
-        RefuseFrom(0);
-        EXPECT_EQ(getClassObject(kShellExtClsid, IID_IClassFactory, factory.Put()), E_OUTOFMEMORY);
-        EXPECT_TRUE(StopRefusing());
+    ReplaceAllocator(library.Handle());
+    for (const char* const prompt : {"cannot be started", "is missing"}) {
+        size_t granted = 0;
+        size_t wanted = 0;
+        do {
+            RunOnSmallStack([&] {
+                CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+                t_firstRefused = granted;
+                ExerciseEveryEntryPoint(ExportsOf(library), kShortcut,
+                                        [](bool inside) { t_inside = inside; });
+                wanted = t_allocations;
+                CoUninitialize();
+            });
+        } while (wanted > granted++);
+        EXPECT_GT(wanted, 0U);
+        std::printf("the prompt %s: refused each of %zu allocations\n", prompt, wanted);
+        DeleteFileW(kPrompt.c_str());
     }
 }
 
-// Starts threads that call `work`, which must outlive them.
-void StartThreads(const std::function<void()>& work, std::span<HANDLE> threads) {
+// Starts `count` threads that call `work`, which must outlive them.
+std::vector<HANDLE> StartThreads(size_t count, const std::function<void()>& work) {
     const auto run = [](LPVOID function) -> DWORD {
         (*static_cast<const std::function<void()>*>(function))();
         return 0;
     };
+    auto* const argument = const_cast<std::function<void()>*>(&work);
+    std::vector<HANDLE> threads(count);
     for (HANDLE& thread : threads) {
-        auto* const argument = const_cast<std::function<void()>*>(&work);
         thread = CreateThread(nullptr, 0, run, argument, 0, nullptr);
     }
+    return threads;
 }
 
-void Join(std::span<const HANDLE> threads) {
+void Join(const std::vector<HANDLE>& threads) {
     for (const HANDLE thread : threads) {
         EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
         CloseHandle(thread);
@@ -152,15 +106,14 @@ void Join(std::span<const HANDLE> threads) {
 // exceptions.cpp has as many places for threads that throw.
 constexpr size_t kPlaces = 64;
 
-// Holds threads up that have thrown an exception.
+// Stands in for RaiseException. Holds up threads that have thrown an exception.
 const HANDLE g_goOn = CreateEventW(nullptr, TRUE, FALSE, nullptr);
 std::atomic<size_t> g_heldUp = 0;
-decltype(&RaiseException) g_raiseException = nullptr;
 
 void WINAPI HoldUp(DWORD code, DWORD flags, DWORD count, const ULONG_PTR* arguments) {
     ++g_heldUp;
     WaitForSingleObject(g_goOn, INFINITE);
-    g_raiseException(code, flags, count, arguments);
+    RaiseException(code, flags, count, arguments);
 }
 
 // Loads a library, refuses it memory and holds up a thread in each of its places.
@@ -168,43 +121,39 @@ struct HeldUpThreads {
     HeldUpThreads() {
         ResetEvent(g_goOn);
         g_heldUp = 0;
-        g_raiseException = reinterpret_cast<decltype(&RaiseException)>(raise.Original());
-        raise.Replace(reinterpret_cast<void*>(&HoldUp));
-        StartThreads(work, threads);
+        ReplaceAllocator(library.Handle());
+        EXPECT_TRUE(
+            SetImport(library.Handle(), "RaiseException", reinterpret_cast<void*>(&HoldUp)));
+        threads = StartThreads(kPlaces, work);
         while (g_heldUp < kPlaces) {
             Sleep(1);
         }
     }
     const shell_host::Library library{DriveTest::kLibrary};
-    const Allocator allocator{library.Handle()};
-    ScopedImport raise{library.Handle(), "RaiseException"};
     const std::function<void()> work = [this] { ThrowInside(library, 1); };
-    HANDLE threads[kPlaces] = {};
+    std::vector<HANDLE> threads;
 };
 
 // Some threads end inside. A further one waits until the others go on. Then more threads than there
 // are places throw again and again.
 TEST_F(MemoryExhaustion, ThreadsWaitForPlacesThatOthersGiveBack) {
-    HANDLE many[2 * kPlaces] = {};
-    HeldUpThreads held;
+    const HeldUpThreads held;
     constexpr size_t kEnded = 10;
-    for (const HANDLE thread : std::span(held.threads, kEnded)) {
+    for (const HANDLE thread : std::span(held.threads).first(kEnded)) {
         TerminateThread(thread, 0);
     }
-    HANDLE waiting[1] = {};
-    StartThreads(held.work, waiting);
+    const std::vector<HANDLE> waiting = StartThreads(1, held.work);
     EXPECT_EQ(WaitForSingleObject(waiting[0], 200), DWORD{WAIT_TIMEOUT});
     SetEvent(g_goOn);
     Join(held.threads);
     Join(waiting);
     const std::function<void()> work = [&held] { ThrowInside(held.library, 300); };
-    StartThreads(work, many);
-    Join(many);
+    Join(StartThreads(2 * kPlaces, work));
 }
 
 // FailFast.ProcessEndsIfAllPlacesStayTaken runs it.
 TEST_F(MemoryExhaustion, DISABLED_AllPlacesStayTaken) {
-    HeldUpThreads held;
+    const HeldUpThreads held;
     held.work();
 }
 
@@ -215,42 +164,16 @@ struct ThrowingObject : shell_host::DataObject {
 
 TEST_F(MemoryExhaustion, ExceptionsOfTheHostTakeNoPlaceForLong) {
     const shell_host::Library library(kLibrary);
-    ResetEvent(g_goOn);
-    g_heldUp = 0;
-    const std::function<void()> work = [&library] {
-        const ComPtr<IDataObject> selection(new ThrowingObject);
-        ComPtr<IClassFactory> factory;
-        ComPtr<IShellExtInit> object;
-        ExportsOf(library).getClassObject(kShellExtClsid, IID_IClassFactory, factory.Put());
-        factory->CreateInstance(nullptr, IID_IShellExtInit, object.Put());
-        EXPECT_EQ(object->Initialize(nullptr, selection.Get(), nullptr), E_FAIL);
-        ++g_heldUp;
-        WaitForSingleObject(g_goOn, INFINITE);
-    };
-    HANDLE threads[2 * kPlaces] = {};
-    StartThreads(work, threads);
-    while (g_heldUp < std::size(threads)) {
-        Sleep(1);
-    }
-    SetEvent(g_goOn);
-    Join(threads);
-}
-
-TEST_F(MemoryExhaustion, TheLibraryLoadsWithoutMemory) {
-    std::optional<Allocator> allocator;
-    const LibraryLoads loads([&allocator](HMODULE module) {
-        // Must not write to an import table that no longer exists.
-        allocator.reset();
-        if (module != nullptr) {
-            allocator.emplace(module);
-            RefuseFrom(0);
+    constexpr size_t kThreads = 2 * kPlaces;
+    std::atomic<size_t> caught = 0;
+    const std::function<void()> work = [&library, &caught] {
+        EXPECT_EQ(Extension(ExportsOf(library)).Select(new ThrowingObject), E_FAIL);
+        ++caught;
+        while (caught < kThreads) {
+            Sleep(1);
         }
-    });
-    const shell_host::Library library(kLibrary);
-    EXPECT_FALSE(StopRefusing());
-    ASSERT_TRUE(library.IsLoaded());
-    RunOnSmallStack([&] { ThrowInside(library, 1); });
-    CallEverything(library, SIZE_MAX, 0);
+    };
+    Join(StartThreads(kThreads, work));
 }
 
 // What a process holds.
@@ -278,13 +201,21 @@ Holdings CountHoldings() {
     return holdings;
 }
 
+// The library also starts up without memory.
 TEST_F(MemoryExhaustion, ALoadWithAnExceptionLeavesNothing) {
     constexpr size_t kLoads = 100;
+    const LibraryLoads loads(&ReplaceAllocator);
     const auto load = [] {
         for (size_t i = 0; i < kLoads; ++i) {
-            const shell_host::Library library(kLibrary);
-            const Allocator allocator(library.Handle());
-            RunOnSmallStack([&] { ThrowInside(library, 1); });
+            RunOnSmallStack([] {
+                t_firstRefused = 0;
+                t_inside = true;
+                const shell_host::Library library(kLibrary);
+                t_inside = false;
+                ASSERT_TRUE(library.IsLoaded());
+                EXPECT_EQ(t_allocations, 0U);
+                ThrowInside(library, 1);
+            });
         }
         ASSERT_EQ(GetModuleHandleW(L"KelvaroShellExt.dll"), nullptr);
     };

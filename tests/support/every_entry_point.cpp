@@ -64,17 +64,6 @@ void UseObject(IShellExtInit& object, IDataObject* selection, LibraryCallHook ho
 
 }  // namespace
 
-Exports ExportsOf(const shell_host::Library& library) {
-    return {library.Export<decltype(Exports::getClassObject)>("DllGetClassObject"),
-            library.Export<decltype(Exports::canUnloadNow)>("DllCanUnloadNow"),
-            library.Export<decltype(Exports::registerServer)>("DllRegisterServer"),
-            library.Export<decltype(Exports::unregisterServer)>("DllUnregisterServer")};
-}
-
-Exports LinkedExports() {
-    return {DllGetClassObject, DllCanUnloadNow, DllRegisterServer, DllUnregisterServer};
-}
-
 void ExerciseEveryEntryPoint(const Exports& library, const std::wstring& shortcut,
                              LibraryCallHook hook) {
     {

@@ -2,21 +2,10 @@
 
 #include <string>
 
-#include "server/exports.h"
-#include "shell_host/library.h"
+#include "support/extension.h"
 
 // Called with true before and with false after each call into the library.
 using LibraryCallHook = void (*)(bool inside);
-
-// The exports of a library, linked into the test or loaded by it.
-struct Exports {
-    decltype(&DllGetClassObject) getClassObject;
-    decltype(&DllCanUnloadNow) canUnloadNow;
-    decltype(&DllRegisterServer) registerServer;
-    decltype(&DllUnregisterServer) unregisterServer;
-};
-Exports LinkedExports();
-Exports ExportsOf(const shell_host::Library& library);
 
 // Makes every call of a right-click with `shortcut` selected (creates the factory and the object,
 // initialises it, queries menu, verb and help text, invokes the command), and registers and

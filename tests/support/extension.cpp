@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "menu/shell_ext.h"
+#include "server/clsid.h"
 #include "shell_host/drop_list.h"
 #include "shell_host/popup_menu.h"
 
@@ -21,8 +22,27 @@ rightclick::Outcome RightClickAsRegistered(const std::wstring& file, bool choose
     return outcome;
 }
 
+Exports ExportsOf(const shell_host::Library& library) {
+    return {library.Export<decltype(Exports::getClassObject)>("DllGetClassObject"),
+            library.Export<decltype(Exports::canUnloadNow)>("DllCanUnloadNow"),
+            library.Export<decltype(Exports::registerServer)>("DllRegisterServer"),
+            library.Export<decltype(Exports::unregisterServer)>("DllUnregisterServer")};
+}
+
+Exports LinkedExports() {
+    return {DllGetClassObject, DllCanUnloadNow, DllRegisterServer, DllUnregisterServer};
+}
+
 Extension::Extension() {
     EXPECT_EQ(kelvaro::CreateShellExt(IID_IShellExtInit, init_.Put()), S_OK);
+    EXPECT_EQ(init_->QueryInterface(IID_IContextMenu, menu_.Put()), S_OK);
+}
+
+Extension::Extension(const Exports& library) {
+    ComPtr<IClassFactory> factory;
+    EXPECT_EQ(library.getClassObject(kelvaro::kShellExtClsid, IID_IClassFactory, factory.Put()),
+              S_OK);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IShellExtInit, init_.Put()), S_OK);
     EXPECT_EQ(init_->QueryInterface(IID_IContextMenu, menu_.Put()), S_OK);
 }
 

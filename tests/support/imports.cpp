@@ -4,7 +4,6 @@
 
 #include <cstring>
 #include <string_view>
-#include <utility>
 
 namespace {
 
@@ -29,14 +28,6 @@ void** FindImport(HMODULE module, const char* name) {
         }
     }
     return nullptr;
-}
-
-void SetEntry(void** entry, void* function) {
-    DWORD before = 0;
-    if (entry != nullptr && VirtualProtect(entry, sizeof *entry, PAGE_READWRITE, &before)) {
-        *entry = function;
-        VirtualProtect(entry, sizeof *entry, before, &before);
-    }
 }
 
 // The types of LdrRegisterDllNotification, which no header declares.
@@ -65,37 +56,30 @@ void CALLBACK Loaded(ULONG reason, const Notification* notification, void* call)
     constexpr ULONG kLoaded = 1;
     const std::wstring_view name(notification->name->text,
                                  notification->name->length / sizeof(wchar_t));
-    if (name == L"KelvaroShellExt.dll") {
-        (*static_cast<std::function<void(HMODULE)>*>(call))(reason == kLoaded ? notification->module
-                                                                              : nullptr);
+    if (reason == kLoaded && name == L"KelvaroShellExt.dll") {
+        reinterpret_cast<void (*)(HMODULE)>(call)(notification->module);
     }
 }
 
 }  // namespace
 
-void SetImport(HMODULE module, const char* name, void* function) {
-    SetEntry(FindImport(module, name), function);
+bool SetImport(HMODULE module, const char* name, void* function) {
+    void** const entry = FindImport(module, name);
+    DWORD before = 0;
+    if (entry == nullptr || !VirtualProtect(entry, sizeof *entry, PAGE_READWRITE, &before)) {
+        return false;
+    }
+    *entry = function;
+    VirtualProtect(entry, sizeof *entry, before, &before);
+    return true;
 }
 
-LibraryLoads::LibraryLoads(std::function<void(HMODULE)> call) : call_(std::move(call)) {
+LibraryLoads::LibraryLoads(void (*call)(HMODULE)) {
     const auto add = LoaderFunction<LONG(WINAPI*)(ULONG, Callback*, void*, void**)>(
         "LdrRegisterDllNotification");
-    EXPECT_EQ(add(0, &Loaded, &call_, &cookie_), 0);
+    EXPECT_EQ(add(0, &Loaded, reinterpret_cast<void*>(call), &cookie_), 0);
 }
 
 LibraryLoads::~LibraryLoads() {
     LoaderFunction<LONG(WINAPI*)(void*)>("LdrUnregisterDllNotification")(cookie_);
-}
-
-ScopedImport::ScopedImport(HMODULE module, const char* name)
-    : entry_(FindImport(module, name)), original_(entry_ == nullptr ? nullptr : *entry_) {
-    EXPECT_NE(entry_, nullptr) << name << " is not imported";
-}
-
-ScopedImport::~ScopedImport() {
-    Replace(original_);
-}
-
-void ScopedImport::Replace(void* function) {
-    SetEntry(entry_, function);
 }

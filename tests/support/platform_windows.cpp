@@ -136,10 +136,8 @@ static int WINAPI CloseBox(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style
 
 MessageBoxes::MessageBoxes() {
     g_boxes = this;
-    const auto replace = [](HMODULE module) {
-        if (module != nullptr) {
-            SetImport(module, "MessageBoxW", reinterpret_cast<void*>(&CloseBox));
-        }
+    constexpr auto replace = [](HMODULE module) {
+        SetImport(module, "MessageBoxW", reinterpret_cast<void*>(&CloseBox));
     };
     replace(GetModuleHandleW(nullptr));
     g_loads.emplace(replace);
