@@ -75,7 +75,9 @@ TEST_F(Explain, ShowsWhatIsReadAboveWhatIsWanted) {
         {R"({"target":"","x":"Tool.exe"})", "target   (empty)\n"},
         {"{" + kFields + "\n,\"options\":\n{}}",
          "ignored  the { on line 3 comes before its }; a rule contains no braces\n"},
-        {"{\"options\":{}," + kFields + "}", "ignored  there is a } before it and no { after"},
+        {"{\"options\":{},\n" + kFields + "}",
+         "line 2    text     " + kFields +
+             "}\n            ignored  there is a } before it and no {"},
         {"{" + kFields, "ignored  the file ends before its }\n"},
         {kFields + "}", "ignored  there is no { before it\n"},
         {R"({"target":"D:\\)" + std::string(600, 'x') + R"(\\Tool.exe"})",

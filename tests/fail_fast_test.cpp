@@ -4,7 +4,6 @@
 
 #include <psapi.h>
 #include <shellapi.h>
-#include <shlobj.h>
 
 #include <algorithm>
 

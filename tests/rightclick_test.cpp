@@ -40,8 +40,8 @@ TEST(Options, ChooseTheActionOrTellWhatIsWrong) {
     expect({L"--version", L"--explain"}, Action::print);
     expect({}, Action::print, "FILE is required");
     expect({L""}, Action::print, "FILE: is empty");
-    expect({L"a.exe", L"--flags", L"xyz"}, Action::print, "hexadecimal number up to FFFFFFFF");
-    expect({L"a.exe", L"--flags", L"100000000"}, Action::print, "hexadecimal number");
+    expect({L"a.exe", L"--flags", L"xyz"}, Action::print, "must be a hexadecimal number");
+    expect({L"a.exe", L"--flags", L"100000000"}, Action::print, "number up to FFFFFFFF");
     expect({L"--explain", L"a.exe", L"b.exe"}, Action::print, "takes exactly one FILE");
     expect({L"--explain", L"--choose", L"a.exe"}, Action::print, "excludes");
     expect({L"--popup", L"--choose", L"a.exe"}, Action::print, "excludes");
@@ -115,7 +115,10 @@ TEST_F(Report, PrintsTextAndJson) {
               R"("unloadable":false,"invoke":"0x00000000","prompt":"started",)"
               R"("log":["line"],"notes":["a note"]})");
     surroundings.problem = "nothing is registered";
-    EXPECT_PRED2(Contains, ReportAsJson(options, {}, surroundings).dump(),
+    outcome.item.reset();
+    EXPECT_PRED2(Contains, ReportAsText(options, outcome, surroundings),
+                 "no item\033[0m nothing is");
+    EXPECT_PRED2(Contains, ReportAsJson(options, outcome, surroundings).dump(),
                  R"("offered":false,"reason":"nothing is registered","log":["line"],)");
 }
 
@@ -220,7 +223,8 @@ TEST_F(Log, TellsWhatBecameOfThePrompt) {
            "the prompt did not start: " + DescribeError(ERROR_ACCESS_DENIED));
     expect("Launch failed: KelvaroAuthPrompt/Kelvaro not found in C:\\K", "not found", "in C:\\K");
     expect("Launch failed: module dir empty", "not found", "did not return the DLL's path");
-    expect("CreateProcess: \"C:\\CreateProcess started.exe\"", "unknown", "does not tell");
+    expect("CreateProcess: \"C:\\CreateProcess started (non-blocking)\"", "unknown",
+           "does not tell");
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ TEST(RuleEditor, TogglesTheLock) {
     const std::string added = R"({"type":"exe","enabled":true,"target":"C:\\Apps\\Tool.exe"})";
     const std::string other = R"({"note":"工","target":"D:\\x.exe","type":"exe")";
     const auto two = [](const std::string& first, const std::string& second) {
-        return R"({"deep":{"a":[)" + first + R"(]},"rules":[)" + second + R"(],"z":[null,1.5]})";
+        return R"({"deep":{"a":[)" + first + R"(]},"z":[null,1.5],"rules":[)" + second + "]}";
     };
     const std::pair<std::string, std::string> cases[] = {
         {"\xEF\xBB\xBF \n", R"({"rules":[)" + added + "]}"},
