@@ -122,27 +122,19 @@ BOOL WINAPI CountEntry(HINSTANCE, DWORD, LPVOID) {
 // Explorer starts and ends threads all the time.
 TEST_F(WindowsShell, ThreadsOfTheHostDoNotEnterTheLibrary) {
     const shell_host::Library library(kLibrary);
-    EXPECT_TRUE(DisableThreadLibraryCalls(library.Handle()));
-    // Replaces the entry point by "mov rax, CountEntry; jmp rax".
+    // Replaces the entry point, until the library is unloaded, by "mov rax, CountEntry; jmp rax".
     BYTE* const base = reinterpret_cast<BYTE*>(library.Handle());
     const auto* const nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(
         base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
     BYTE* const entry = base + nt->OptionalHeader.AddressOfEntryPoint;
-    const auto write = [entry](const std::array<BYTE, 12>& code) {
-        DWORD before = 0;
-        ASSERT_TRUE(VirtualProtect(entry, code.size(), PAGE_EXECUTE_READWRITE, &before));
-        std::memcpy(entry, code.data(), code.size());
-        VirtualProtect(entry, code.size(), before, &before);
-        FlushInstructionCache(GetCurrentProcess(), entry, code.size());
-    };
-    std::array<BYTE, 12> original = {};
-    std::memcpy(original.data(), entry, original.size());
     std::array<BYTE, 12> jump = {0x48, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xE0};
     auto* const target = &CountEntry;
     std::memcpy(&jump[2], &target, sizeof target);
-    write(jump);
+    DWORD before = 0;
+    ASSERT_TRUE(VirtualProtect(entry, jump.size(), PAGE_EXECUTE_READWRITE, &before));
+    std::memcpy(entry, jump.data(), jump.size());
+    FlushInstructionCache(GetCurrentProcess(), entry, jump.size());
     RunOnSmallStack([] {});
-    write(original);
     EXPECT_EQ(g_entries, 0);
 }
 
