@@ -93,7 +93,8 @@ TEST_F(Report, PrintsTextAndJson) {
     options.log = true;
     Outcome outcome;
     outcome.item = {L"Lock", L"verb", L"Help"};
-    outcome.invoke = outcome.load = outcome.initialize = outcome.query = S_OK;
+    outcome.query = 1;
+    outcome.invoke = outcome.load = outcome.initialize = S_OK;
     outcome.invokeLog = {"[time] CreateProcess started (non-blocking)"};
     Surroundings surroundings;
     surroundings.logLines = {"line"};
@@ -111,7 +112,7 @@ TEST_F(Report, PrintsTextAndJson) {
     EXPECT_EQ(ReportAsJson(options, outcome, surroundings).dump(),
               R"({"files":["C:\\工\"\t.exe"],"target":"C:\\a.exe","locked":false,"offered":true,)"
               R"("text":"Lock","verb":"verb","help":"Help","selection":"drop list",)"
-              R"("load":"0x00000000","initialize":"0x00000000","query":"0x00000000",)"
+              R"("load":"0x00000000","initialize":"0x00000000","query":"0x00000001",)"
               R"("unloadable":false,"invoke":"0x00000000","prompt":"started",)"
               R"("log":["line"],"notes":["a note"]})");
     surroundings.problem = "nothing is registered";
