@@ -136,6 +136,8 @@ TEST_F(WindowsShell, ThreadsOfTheHostDoNotEnterTheLibrary) {
     FlushInstructionCache(GetCurrentProcess(), entry, jump.size());
     RunOnSmallStack([] {});
     EXPECT_EQ(g_entries, 0);
+    EXPECT_TRUE(DisableThreadLibraryCalls(library.Handle()))
+        << "Windows refuses a DLL with thread-local storage";
 }
 
 }  // namespace
