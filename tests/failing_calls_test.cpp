@@ -100,6 +100,7 @@ TEST_F(FailingCalls, LogsWhyTheSelectionCannotBeRead) {
     }
 }
 
+// See "What hosts can rely on" in docs/architecture.md.
 TEST_F(FailingCalls, LogsAndShowsWhyThePromptDoesNotStart) {
     Extension extension;
     extension.Select({kShortcut});
