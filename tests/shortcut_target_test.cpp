@@ -46,20 +46,17 @@ TEST_F(Shortcut, OnlyWholeTargetsThatEndInExeCount) {
 }
 
 TEST_F(Shortcut, ReturnsStoredTargetsThatArePrograms) {
-    const bool variables = platform::LinksKeep(L"%windir%\\Tool.exe");
-    const bool unicode = platform::LinksKeep(L"C:\\Apps\\\u5DE5.exe");
-    const struct {
+    struct Case {
         const wchar_t *name, *target;
-    } cases[] = {
-        {L"tool.lnk", kTool},
-        {L"arguments.lnk", kTool},
-        {L"environment.lnk", variables ? L"%windir%\\notepad.exe" : L"C:\\windows\\notepad.exe"},
-        {L"chinese.lnk", unicode ? L"C:\\Apps\\\u5DE5\u5177.exe" : L"C:\\Apps\\??.exe"},
-        {L"folder.lnk", L""},
-        {L"document.lnk", L""},
-        {L"backup.lnk", L""},
-        {L"control_panel.lnk", L""},
     };
+    std::vector<Case> cases = {
+        {L"tool.lnk", kTool},   {L"arguments.lnk", kTool}, {L"folder.lnk", L""},
+        {L"document.lnk", L""}, {L"backup.lnk", L""},      {L"control_panel.lnk", L""},
+    };
+    if (!platform::IsWine()) {  // Wine expands variables and loses characters
+        cases.push_back({L"environment.lnk", L"%windir%\\notepad.exe"});
+        cases.push_back({L"chinese.lnk", L"C:\\Apps\\\u5DE5\u5177.exe"});
+    }
     for (const auto& [name, target] : cases) {
         EXPECT_EQ(Utf8(ResolveShortcutTarget(SavedShortcut(name))), Utf8(target)) << Utf8(name);
     }

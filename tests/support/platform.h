@@ -21,24 +21,10 @@ void Reset();
 // always on Windows, which cannot report it.
 std::string HeldResources();
 
-// Questions about the platform, asked at run time because Wine answers them differently from
-// Windows.
-
-// Does the read-only attribute prevent this user from writing? Under Wine root can write.
-bool ReadOnlyRefuses();
-// Has an empty drop list no files? Wine counts one.
-bool EmptyDropListHasNoFiles();
-// Does the system's link object return the target that it was given? Wine's expands variables and
-// replaces characters that the system's code page does not have.
-bool LinksKeep(const wchar_t* target);
+// Returns whether the tests run under Wine. They skip what Wine does differently from Windows.
+bool IsWine();
 
 #ifdef _WIN32
-// Does the shell add the items of handlers to the menus that it builds for programs? Wine's does
-// not.
-bool ShellBuildsMenus();
-// Can this process show windows?
-bool HasDesktop();
-
 // Runs a command line and returns its exit code, or the error if it does not start.
 DWORD RunToEnd(std::wstring commandLine);
 

@@ -66,16 +66,8 @@ std::string HeldResources() {
     return compat::HeldResources();
 }
 
-bool ReadOnlyRefuses() {
-    return true;
-}
-
-bool EmptyDropListHasNoFiles() {
-    return true;
-}
-
-bool LinksKeep(const wchar_t*) {
-    return true;
+bool IsWine() {
+    return false;
 }
 
 fs::path NativePath(const std::wstring& path) {

@@ -2,7 +2,6 @@
 
 #include <shlobj.h>
 
-#include <cstring>
 #include <optional>
 
 #include "common/module_path.h"
@@ -22,55 +21,8 @@ std::string HeldResources() {
     return {};
 }
 
-bool ReadOnlyRefuses() {
-    const std::wstring probe = TestPath(L"probe");
-    CloseHandle(CreateFileW(probe.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                            FILE_ATTRIBUTE_READONLY, nullptr));
-    const HANDLE file =
-        CreateFileW(probe.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file != INVALID_HANDLE_VALUE) {
-        CloseHandle(file);
-    }
-    SetFileAttributesW(probe.c_str(), FILE_ATTRIBUTE_NORMAL);
-    DeleteFileW(probe.c_str());
-    return file == INVALID_HANDLE_VALUE;
-}
-
-bool EmptyDropListHasNoFiles() {
-    DROPFILES empty[2] = {};  // the second one stands for the empty list
-    empty[0].pFiles = sizeof *empty;
-    empty[0].fWide = TRUE;
-    const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, sizeof empty);
-    std::memcpy(GlobalLock(memory), empty, sizeof empty);
-    GlobalUnlock(memory);
-    const UINT count = DragQueryFileW(static_cast<HDROP>(memory), 0xFFFFFFFF, nullptr, 0);
-    GlobalFree(memory);
-    return count == 0;
-}
-
-bool LinksKeep(const wchar_t* target) {
-    const std::wstring probe = TestPath(L"probe.lnk");
-    MakeShortcut(probe, target);
-    kelvaro::ComPtr<IShellLinkW> link;
-    kelvaro::ComPtr<IPersistFile> file;
-    wchar_t kept[MAX_PATH] = {};
-    CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW, link.Put());
-    link->QueryInterface(IID_IPersistFile, file.Put());
-    file->Load(probe.c_str(), STGM_READ);
-    link->GetPath(kept, MAX_PATH, nullptr, SLGP_RAWPATH);
-    return kept == std::wstring_view(target);
-}
-
-// To try it would need a handler for every program of this user.
-bool ShellBuildsMenus() {
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr;
-}
-
-bool HasDesktop() {
-    USEROBJECTFLAGS flags = {};
-    return GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags,
-                                     nullptr) &&
-           (flags.dwFlags & WSF_VISIBLE) != 0;
+bool IsWine() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
 DWORD RunToEnd(std::wstring commandLine) {
