@@ -1,5 +1,6 @@
 #include "i18n/texts.h"
 
+#include "common/owners.h"
 #include "i18n/language_file.h"
 #include "i18n/languages.h"
 #include "support/fixture.h"
@@ -29,15 +30,37 @@ class Texts : public DriveTest {
 };
 
 TEST_F(Texts, FallBackToTheDefaults) {
-    for (const std::string_view content :
-         {"", "[Other]\nmenu.lock=x", "\xFF\xFE", "\xEF\xBB\xBF"}) {
-        WriteEnglish(content);
-        EXPECT_EQ(GetMenuText(false), L"Lock with Vorandel Kelvaro");
-        EXPECT_EQ(GetMenuText(true), L"Unlock with Vorandel Kelvaro");
-        EXPECT_EQ(GetHelpText(), L"Toggle lock state via Vorandel Kelvaro");
-        EXPECT_EQ(LoadText(kPromptNotFound), L"Cannot find KelvaroAuthPrompt.exe.");
-        EXPECT_EQ(LoadText(kLaunchFailed), L"Failed to launch Kelvaro command.");
+    const auto expectDefaults = [](std::string_view file) {
+        EXPECT_EQ(GetMenuText(false), L"Lock with Vorandel Kelvaro") << file;
+        EXPECT_EQ(GetMenuText(true), L"Unlock with Vorandel Kelvaro") << file;
+        EXPECT_EQ(GetHelpText(), L"Toggle lock state via Vorandel Kelvaro") << file;
+        EXPECT_EQ(LoadText(kPromptNotFound), L"Cannot find KelvaroAuthPrompt.exe.") << file;
+        EXPECT_EQ(LoadText(kLaunchFailed), L"Failed to launch Kelvaro command.") << file;
+    };
+    MakeDirectory(kEnglishFile);
+    expectDefaults("a directory");
+    RemoveDirectoryW(kEnglishFile.c_str());
+    const std::string files[] = {"",
+                                 "[Other]\nmenu.lock=x",
+                                 "\xFF\xFE",
+                                 "\xFF\xFE[",
+                                 "\xEF\xBB\xBF",
+                                 std::string(100'000, '\0'),
+                                 "[ShellExt]" + std::string(2'000'000, 'x')};
+    for (const std::string& file : files) {
+        WriteEnglish(file);
+        expectDefaults(std::string_view(file).substr(0, 30));
     }
+    WriteEnglish("[ShellExt]\nmenu.lock=x\nmenu.unlock=x");
+#ifdef _WIN32
+    const ScopedHandle holder(
+        CreateFileW(kEnglishFile.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    expectDefaults("opened exclusively");
+#else
+    // Under Windows, sparse files need more rights.
+    std::filesystem::resize_file(platform::NativePath(kEnglishFile), uintmax_t{1} << 31);
+    expectDefaults("two gibibytes");
+#endif
 }
 
 // See "What hosts can rely on" in docs/architecture.md.
