@@ -3,7 +3,6 @@
 #include "common/code_page.h"
 #include "common/file.h"
 #include "common/module_path.h"
-#include "common/owners.h"
 #include "common/path.h"
 #include "support/fixture.h"
 
@@ -45,18 +44,6 @@ TEST(Path, ParentKeepsTheRoot) {
 }
 
 using File = DriveTest;
-
-#ifdef _WIN32
-
-TEST_F(File, IsReadWhileAnotherProgramWritesIt) {
-    Write(TestPath(L"held"), "text");
-    const ScopedHandle writer(CreateFileW(TestPath(L"held").c_str(), GENERIC_WRITE, FILE_SHARE_READ,
-                                          nullptr, OPEN_EXISTING, 0, nullptr));
-    EXPECT_TRUE(writer);
-    EXPECT_EQ(ReadFileBytes(TestPath(L"held").c_str()).View(), "text");
-}
-
-#endif
 
 TEST_F(File, ReportsWhatExists) {
     Write(TestPath(L"file"), "");

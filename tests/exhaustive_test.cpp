@@ -61,8 +61,7 @@ const std::string kFilePieces[] = {
     "{\"type\":\"exe\",\"target\":\"a:\\\\tool.exe\"}",
     "{\"type\":\"exe\",\"enabled\":false,\"target\":\"a:\\\\tool.exe\"}",
     "\\\"",
-    "\0"s,
-};
+    "\0"s};
 
 // The pieces of one target.
 const std::string kTargetPieces[] = {

@@ -1,4 +1,3 @@
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <new>
@@ -86,18 +85,15 @@ class FailingAllocations : public DriveTest {
         }
         EXPECT_EQ(CallWithRefusals(SIZE_MAX, 0), all) << "a later right-click must work";
         EXPECT_TRUE(IsTargetLocked(L"C:\\Apps\\Tool.exe"));
-        std::printf("%s: refused each of %zu allocations, alone and with all later ones\n", prompt,
-                    all);
     }
 };
 
-TEST_F(FailingAllocations, RightClickSurvivesIfThePromptStarts) {
+TEST_F(FailingAllocations, RightClickSurvives) {
+    RefuseEach("prompt does not start");
     Copy(platform::BuiltFile("/bin/true"), kPrompt);
     RefuseEach("prompt starts");
-}
-
-TEST_F(FailingAllocations, RightClickSurvivesIfThePromptDoesNotStart) {
-    RefuseEach("prompt does not start");
+    DeleteFileW(kPrompt.c_str());
+    RefuseEach("prompt missing");
 }
 
 TEST_F(FailingAllocations, ChangeNothingOutsideTheLibrary) {
@@ -126,11 +122,6 @@ TEST_F(FailingAllocations, ChangeNothingOutsideTheLibrary) {
             EXPECT_EQ(calls.Take().contains(change), SUCCEEDED(result)) << change << g_firstRefused;
         } while (g_allocations > g_firstRefused++);
     }
-}
-
-TEST_F(FailingAllocations, RightClickSurvivesIfThePromptIsMissing) {
-    DeleteFileW(kPrompt.c_str());
-    RefuseEach("prompt missing");
 }
 
 }  // namespace

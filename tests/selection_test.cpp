@@ -155,15 +155,5 @@ TEST_F(Selection, ForgetsTheEarlierSelection) {
     }
 }
 
-TEST_F(Selection, ReadsTheRulesForEachSelection) {
-    Extension extension;
-    extension.Select({kTool});
-    WriteRules("");
-    EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro")
-        << "the state is read by Initialize only";
-    extension.Select({kTool});
-    EXPECT_EQ(extension.MenuText(), L"Lock with Vorandel Kelvaro");
-}
-
 }  // namespace
 }  // namespace kelvaro
