@@ -23,6 +23,9 @@ class ShellLink final : public IShellLinkW, public IPersistFile {
         const Call call("IShellLinkW::QueryInterface", E_NOINTERFACE);
         *ppv = nullptr;
         if (call.Fails()) {
+            if (FAILED(call.Result())) {
+                *ppv = reinterpret_cast<void*>(uintptr_t{1});  // must not be released
+            }
             return call.Result();
         }
         if (riid == IID_IUnknown || riid == IID_IShellLinkW) {
