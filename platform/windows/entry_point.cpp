@@ -3,8 +3,8 @@
 #include <cstddef>
 
 // Where Windows enters the DLL, in place of the toolchain's start-up code. That one brings
-// thread-local storage with callbacks: DisableThreadLibraryCalls fails for such a DLL, so that code
-// of it runs whenever a thread of the host starts or ends. What else it does is not needed here:
+// thread-local storage with callbacks. DisableThreadLibraryCalls fails for such a DLL, and its code
+// runs whenever a thread of the host starts or ends. The rest of the start-up code is not needed:
 // msvcrt.dll initialises itself, the linker refuses pseudo relocations, Windows finds the unwind
 // tables by itself, and no static object has a destructor. The compiler's crtbegin.o only registers
 // unwind tables of another format.

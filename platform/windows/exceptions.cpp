@@ -27,8 +27,8 @@ struct __cxa_eh_globals {
 namespace {
 
 // Static places that threads take and give back. The thread environment block identifies a thread:
-// no two living threads have the same. The next thread with the block of one that ended inside also
-// continues to use its State, which does no harm.
+// no two living threads have the same. If a thread ends while it holds a State, the next thread
+// with the same block uses that State, which does no harm.
 
 // What the runtime library keeps for a thread. Held from the first throw until no handler is left.
 struct State {
@@ -58,10 +58,10 @@ constinit std::atomic<unsigned> g_givenBack = 0;
 // How often, at intervals of 10 to 16 ms, a thread looks for a place if no other gives one back.
 constexpr int kAttempts = 500;
 
-// Returns a place that nobody held. The calling thread holds it then. Waits if there is none. Ends
-// the process if no thread gives a place back for five to eight seconds. An exception takes less
-// than a millisecond, so the threads that hold them were stopped inside, and an error cannot be
-// returned without an exception.
+// Takes a free place for the calling thread and returns it. Waits if there is none. Ends the
+// process if no thread gives a place back for five to eight seconds. An exception takes less than a
+// millisecond, so the threads that hold them were stopped inside, and an error cannot be returned
+// without an exception.
 template <class Place>
 Place& Take(Place (&places)[kPlaces]) {
     unsigned givenBack = g_givenBack;
@@ -130,8 +130,9 @@ void __cxa_free_exception(void* object) noexcept {
     GiveBack(*reinterpret_cast<Exception*>(start));
 }
 
-// The linker gives the runtime library's function the first name and has its callers call the
-// second. Every handler ends here, also one for an exception that another module threw and frees.
+// The linker resolves the first name to the runtime library's function, and calls of that function
+// to the second. Every handler ends here, also one for an exception that another module threw and
+// frees.
 void __real___cxa_end_catch();
 
 void __wrap___cxa_end_catch() {

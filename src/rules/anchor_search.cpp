@@ -15,7 +15,7 @@ constexpr size_t kLetters = 3;
 constexpr size_t kExtension = 4;
 
 // Returns whether a rule file can spell `byte` of a canonical path only as that byte, in either
-// case. It can write control characters as escapes and separators in several ways.
+// case. The file can contain control characters as escapes, and separators in several forms.
 bool IsPlain(char byte) noexcept {
     const auto value = static_cast<unsigned char>(byte);
     return value > 0x20 && value != 0x7F && byte != '\\';
