@@ -22,7 +22,7 @@ source = pathlib.Path(__file__).with_name('installer.wxs.in')
 # may not change the rights, in case a user has created the object before the package.
 DIRECTORY = 'O:BAG:BAD:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;BU)(A;OICI;RC;;;OW)'
 FILE = 'O:BAG:BAD:P(A;;FA;;;SY)(A;;FA;;;BA)(A;;0x1200a9;;;BU)(A;;RC;;;OW)'
-# Users append to the log, and do nothing else with it. The directory passes this right on to a new log.
+# Users read the log and append to it. The directory passes this right on to a new log.
 LOG = 'O:BAG:BAD:P(A;;FA;;;SY)(A;;FA;;;BA)(A;;0x12008d;;;BU)(A;;RC;;;OW)'
 LOGS = 'O:BAG:BAD:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;CI;0x1200a9;;;BU)(A;OIIO;0x12008d;;;BU)(A;OICI;RC;;;OW)'
 # As in ProgramData, users also create files and directories of their own. They neither delete nor rename what others

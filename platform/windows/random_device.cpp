@@ -4,8 +4,8 @@
 
 #include "windows/fail_fast.h"
 
-// The object file of the runtime library that has the string functions for its exceptions also
-// calls this member. The runtime's definition would bring all of std::random_device into the DLL
+// The runtime library's object file with the string functions of its exceptions also calls this
+// member. The runtime's definition would bring all of std::random_device into the DLL
 // and, with newer versions, std::system_error: up to nine more imports and 12 KB. Nothing in the
 // DLL reaches the call.
 void std::random_device::_M_init(const char* /*token*/, std::size_t /*length*/) {

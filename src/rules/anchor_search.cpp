@@ -14,8 +14,8 @@ namespace {
 constexpr size_t kLetters = 3;
 constexpr size_t kExtension = 4;
 
-// Returns whether a rule file can spell `byte` of a canonical path only as that byte, in either
-// case. The file can contain control characters as escapes, and separators in several forms.
+// Returns true only if a rule file can spell `byte` of a canonical path just as that byte, in
+// either case. Some control characters have escapes, separators several spellings.
 bool IsPlain(char byte) noexcept {
     const auto value = static_cast<unsigned char>(byte);
     return value > 0x20 && value != 0x7F && byte != '\\';

@@ -11,7 +11,7 @@ bool IsSeparatorByte(char byte) noexcept {
     return byte == '\\' || byte == '/';
 }
 
-// Returns the path as UTF-8. A control character can be written as an escape, and U+FFFD can come
+// Returns the path as UTF-8. Some control characters can be written as escapes, and U+FFFD can come
 // from any malformed bytes, so both become kAnyBytes.
 std::string ExpectedBytes(std::wstring_view canonicalPath) {
     constexpr std::string_view kReplacement = "\xEF\xBF\xBD";

@@ -14,8 +14,8 @@ struct ToggleResult {
 // rules for it off if one locks it, else the first one on. Appends a new rule to the list if there
 // is none. Keeps unknown keys and the order of keys, but not the format of the text. A key that
 // an object contains twice is kept once, and unnecessary escapes are removed, which can change what
-// another such rule locks. Fails if `rules` is neither blank nor JSON, is nested too deeply, or has
-// no list to append to.
+// a rule with such a key or escape locks. Fails if `rules` is neither blank nor JSON, is nested too
+// deeply, or has no list to append to.
 ToggleResult ToggleRule(std::string_view rules, std::wstring_view target);
 
 }  // namespace auth_prompt

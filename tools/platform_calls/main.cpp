@@ -2,7 +2,7 @@
 // arguments and prints one line for each. Built for both platforms; scripts/checks/
 // check-compatibility-layer fails if the two outputs differ.
 //
-// Arguments avoid what the two platforms do differently and the library does not depend on: how
+// Arguments avoid differences between the platforms on which the library does not depend: how
 // many U+FFFD replace malformed bytes, the text of an unterminated registry value, names of a drop
 // list that starts with an empty one, damaged shortcuts (Wine crashes), files that are open twice,
 // and which error a call with several errors reports.

@@ -100,12 +100,12 @@ size_t CountLineFeeds(std::string_view text) {
     return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-// Returns the index of the first byte of `text` that does not only separate rules.
+// Returns the index of the first byte of `text` that is not a separator of rules.
 size_t BeginOf(std::string_view text) {
     return std::min(text.find_first_not_of(", \t\r\n"), text.size());
 }
 
-// Returns `text` from there on, on one line: line ends with the indentation after them become one
+// Returns `text` from BeginOf on, on one line: line ends with the indentation after them become one
 // blank.
 std::string OnOneLine(std::string_view text) {
     text.remove_prefix(BeginOf(text));

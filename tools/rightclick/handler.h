@@ -13,7 +13,7 @@ struct Handler {
     std::wstring library;
 };
 
-// The end of every message about a missing or wrong registration.
+// The end of a message about a problem that registering again can solve.
 inline constexpr char kHowToRegister[] =
     "; install the package again, or run as this user and not elevated: regsvr32 "
     "\"C:\\Program Files\\Kelvaro\\KelvaroShellExt.dll\"";

@@ -29,7 +29,7 @@ struct Outcome {
     HRESULT load = E_FAIL;        // of loading the library and creating the object
     LoadStep loadStep = LoadStep::loadLibrary;
     HRESULT initialize = E_FAIL;         // of IShellExtInit::Initialize
-    HRESULT query = E_FAIL;              // of QueryContextMenu; the number of items on success
+    HRESULT query = E_FAIL;              // of QueryContextMenu; the identifiers used on success
     std::optional<Item> item;            // the added item
     std::optional<HRESULT> invoke;       // of InvokeCommand, if the item was chosen
     std::vector<std::string> invokeLog;  // lines added to the log during that call
