@@ -59,9 +59,9 @@ TEST(Reason, IsInTheUsersTerms) {
     };
     outcome.load = HRESULT_FROM_WIN32(ERROR_BAD_EXE_FORMAT);
     EXPECT_FALSE(Contains(SystemText(outcome.load), "%1"));
-    expect("the registered library C:\\x.dll does not exist (0x800700C1); install the package");
+    expect("the registered library C:\\x.dll does not exist (0x800700C1); install or repair");
     outcome.loadStep = LoadStep::findExport;
-    expect("does not export DllGetClassObject (0x800700C1); install the package");
+    expect("does not export DllGetClassObject (0x800700C1); install or repair");
     outcome.loadStep = LoadStep::createObject;
     expect("could not create the extension object: " + DescribeFailure(outcome.load));
     outcome.load = CLASS_E_CLASSNOTAVAILABLE;

@@ -15,7 +15,7 @@ struct Handler {
 
 // The end of a message about a problem that registering again can solve.
 inline constexpr char kHowToRegister[] =
-    "; install the package again, or run as this user and not elevated: regsvr32 "
+    "; install or repair the package, or run as this user and not elevated: regsvr32 "
     "\"C:\\Program Files\\Kelvaro\\KelvaroShellExt.dll\"";
 
 // Returns the text form of `clsid`, in braces. Empty if that fails.
