@@ -64,8 +64,8 @@ TEST_F(FailingCalls, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
     }
 }
 
-TEST_F(FailingCalls, ARuleFileThatShrinksIsReadToItsNewEnd) {
-    WriteRules(kToolRule + std::string(100, ' '));
+TEST_F(FailingCalls, ARuleFileOfTwoGibibytesThatShrinksIsReadToItsNewEnd) {
+    std::filesystem::resize_file(platform::NativePath(kRules), uintmax_t{1} << 31);
     const compat::ScopedCallObserver truncating(
         [](const compat::CallStart& call) -> std::optional<DWORD> {
             if (call.name == std::string_view("ReadFile")) {

@@ -151,15 +151,6 @@ TEST_F(LockLookup, UnreadableAndUtf16FilesLockNothing) {
 #endif
 }
 
-// The sanitizers need too much memory. Under Windows, sparse files need more rights.
-#if !defined(KELVARO_INSTRUMENTED) && !defined(_WIN32)
-TEST_F(LockLookup, ReadsFilesOfTwoGibibytes) {
-    WriteRules(kRule);
-    std::filesystem::resize_file(platform::NativePath(kRules), uintmax_t{1} << 31);
-    EXPECT_TRUE(IsTargetLocked(kTool));
-}
-#endif
-
 std::string Repeat(std::string_view piece, size_t size) {
     std::string text;
     text.reserve(size + piece.size());
