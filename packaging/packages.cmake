@@ -14,9 +14,10 @@ install(
   DESTINATION .
   COMPONENT symbols)
 
-install(TARGETS KelvaroShellExt auth_prompt RUNTIME DESTINATION . COMPONENT tests)
+install(TARGETS KelvaroShellExt RUNTIME DESTINATION . COMPONENT tests)
+install(TARGETS auth_prompt RUNTIME DESTINATION data COMPONENT tests)
 install(DIRECTORY tests/data/shortcuts DESTINATION data COMPONENT tests)
-install(DIRECTORY lang/ DESTINATION Lang COMPONENT tests)
+install(DIRECTORY lang/ DESTINATION data/Lang COMPONENT tests)
 install(FILES scripts/lib/dll-imports.txt packaging/run-tests.cmd DESTINATION . COMPONENT tests)
 install(
   FILES packaging/tests-readme.txt

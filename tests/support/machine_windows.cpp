@@ -62,15 +62,21 @@ std::string Existing() {
     return lines;
 }
 
+// Removes what tests have made. Fails the test if something is left after five seconds.
 void Remove() {
-    std::error_code error;
-    for (const auto& [root, path] : Places()) {
-        if (root == nullptr) {
-            std::filesystem::remove_all(path, error);
-        } else {
-            RegDeleteTreeW(root, path.c_str());
+    // A prompt that a test has started, or a virus scanner, may have a file open for a while.
+    for (int tries = 0; tries < 50 && !Existing().empty(); ++tries) {
+        Sleep(tries == 0 ? 0 : 100);
+        std::error_code error;
+        for (const auto& [root, path] : Places()) {
+            if (root == nullptr) {
+                std::filesystem::remove_all(path, error);
+            } else {
+                RegDeleteTreeW(root, path.c_str());
+            }
         }
     }
+    EXPECT_EQ(Existing(), "") << "cannot be deleted";
 }
 
 class Machine : public testing::Environment {
@@ -99,12 +105,7 @@ class Machine : public testing::Environment {
     }
 
     void TearDown() override {
-        // A program that a test has started, or a virus scanner, may have a file open for a while.
-        for (int tries = 0; tries < 50 && !Existing().empty(); ++tries) {
-            Sleep(tries == 0 ? 0 : 100);
-            Remove();
-        }
-        EXPECT_EQ(Existing(), "") << "cannot be deleted";
+        Remove();
         // Neither call deletes what contains something of others.
         for (const auto& [root, path] : missingParents_) {
             root == nullptr ? RemoveDirectoryW(path.c_str()) : RegDeleteKeyW(root, path.c_str());
