@@ -18,7 +18,7 @@ install(TARGETS KelvaroShellExt RUNTIME DESTINATION . COMPONENT tests)
 install(TARGETS auth_prompt RUNTIME DESTINATION data COMPONENT tests)
 install(DIRECTORY tests/data/shortcuts DESTINATION data COMPONENT tests)
 install(DIRECTORY lang/ DESTINATION data/Lang COMPONENT tests)
-install(FILES scripts/lib/dll-imports.txt packaging/run-tests.cmd DESTINATION . COMPONENT tests)
+install(FILES packaging/run-tests.cmd DESTINATION . COMPONENT tests)
 install(
   FILES packaging/tests-readme.txt
   DESTINATION .
@@ -34,7 +34,7 @@ install(
   COMPONENT tools)
 target_link_options(rightclick PRIVATE LINKER:--strip-all,--no-insert-timestamp)
 
-# Licences of the code in the binaries: the compiler's runtime library, MinGW-w64's start-up code and the
+# Licences of the code in the binaries: the compiler's runtime library, MinGW-w64's runtime library and the
 # libraries of the tools and the tests.
 set(extension_licences gcc-mingw-w64-base mingw-w64-common)
 set(tools_licences ${extension_licences} libcli11-dev nlohmann-json3-dev)

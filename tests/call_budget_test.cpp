@@ -38,7 +38,7 @@ TEST_F(CallBudget, EntryPointsMakeNoMoreSlowCallsThanPlanned) {
     EXPECT_EQ(extension.MenuText(), L"Unlock with Vorandel Kelvaro");
     expectAtMost(1 + 2 * kText, "QueryContextMenu");
     extension.MenuText(CMF_DEFAULTONLY);
-    expectAtMost(0, "QueryContextMenu for a double click");
+    expectAtMost(0, "QueryContextMenu for the default item only");
     EXPECT_EQ(extension.Choose(), S_OK);
     expectAtMost(6, "InvokeCommand");
     DeleteFileW(kPrompt.c_str());

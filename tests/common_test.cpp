@@ -66,21 +66,26 @@ TEST_F(File, ReportsWhatExists) {
 }
 
 TEST_F(File, CreatesNoDirectoryOnAMissingDrive) {
-    EXPECT_FALSE(CreateDirectories(L"Q:\\a\\b"));
+    std::wstring root = L"D:\\";
+    while (PathExists(root.c_str())) {
+        ++root[0];
+    }
+    EXPECT_FALSE(CreateDirectories(root + L"a\\b"));
 }
 
 TEST_F(File, ReadsModulePathsOfAnyLength) {
-    // Paths longer than MAX_PATH need the prefix. std::filesystem cannot create the top of them,
-    // nor remove them.
+    // Paths longer than MAX_PATH need the prefix, which std::filesystem does not support on
+    // Windows.
     MakeDirectory(TestPath());
     std::wstring path = L"\\\\?\\" + TestPath();
     while (path.size() < 300) {
         path += L"\\" + std::wstring(40, L'd');
     }
     path += L"\\KelvaroShellExt.dll";
-    Copy(platform::BuiltFile(KELVARO_LIBRARY), path);
+    EXPECT_TRUE(CreateDirectories(std::wstring(ParentPath(path))));
+    EXPECT_TRUE(AppendToFile(path.c_str(), Read(platform::BuiltFile(KELVARO_LIBRARY))));
     const HMODULE module = LoadLibraryW(path.c_str());
-    ASSERT_NE(module, nullptr);
+    EXPECT_NE(module, nullptr);
     EXPECT_TRUE(ReadModulePath(module).path.ends_with(path.substr(path.find(L':') + 1)));
     FreeLibrary(module);
     EXPECT_TRUE(DeleteFileW(path.c_str()));
@@ -102,8 +107,9 @@ TEST(CodePage, RejectsMoreThanTheSystemCanCount) {
 
 #ifndef _WIN32
 
-// More access would fail for users and files that grant less: a link to a program that somebody
-// holds exclusively exists. Less sharing would block the other programs.
+// More access would fail where a user or a file grants less. PathExists asks for none, so a link to
+// a file that another program has opened exclusively exists. Less sharing would block other
+// programs.
 TEST_F(File, IsOpenedWithTheLeastAccessAndSharedForAll) {
     Write(TestPath(L"file"), "abc");
     std::filesystem::create_symlink("file", platform::NativePath(TestPath(L"link")));

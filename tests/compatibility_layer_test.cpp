@@ -52,9 +52,9 @@ TEST_F(CompatibilityLayer, RelativeAndLinuxPathsBecomeFullPaths) {
 }
 
 TEST_F(CompatibilityLayer, HostErrorsBecomeDocumentedErrors) {
-    MakeDirectory(L"C:\\Test");
-    ASSERT_EQ(symlink("nowhere", platform::NativePath(L"C:\\Test\\dangling").c_str()), 0);
-    ASSERT_EQ(symlink("loop", platform::NativePath(L"C:\\Test\\loop").c_str()), 0);
+    MakeDirectory(TestPath());
+    ASSERT_EQ(symlink("nowhere", platform::NativePath(TestPath(L"dangling")).c_str()), 0);
+    ASSERT_EQ(symlink("loop", platform::NativePath(TestPath(L"loop")).c_str()), 0);
     for (const auto& [name, error] :
          {std::pair<std::wstring, LONG>(L"dangling", ERROR_FILE_NOT_FOUND),
           {L"loop", ERROR_CANT_RESOLVE_FILENAME},
@@ -64,7 +64,7 @@ TEST_F(CompatibilityLayer, HostErrorsBecomeDocumentedErrors) {
                   INVALID_HANDLE_VALUE);
         EXPECT_EQ(GetLastError(), static_cast<DWORD>(error)) << Utf8(name);
     }
-    EXPECT_EQ(GetFileAttributesW(L"C:\\Test\\dangling"), FILE_ATTRIBUTE_REPARSE_POINT);
+    EXPECT_EQ(GetFileAttributesW(TestPath(L"dangling").c_str()), FILE_ATTRIBUTE_REPARSE_POINT);
 }
 
 TEST_F(CompatibilityLayer, PersistsTheRegistryAsJson) {

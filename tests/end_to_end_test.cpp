@@ -8,7 +8,7 @@
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/prompt.h"
-#include "support/small_stack.h"
+#include "support/thread.h"
 
 namespace kelvaro {
 namespace {
@@ -57,8 +57,8 @@ TEST_F(EndToEnd, SaysThatThePromptIsMissing) {
                                 "Please reinstall the application."});
 }
 
-// Explorer shows the menu of one object. When the item is clicked, it invokes a second object by
-// the item's name, often on another thread.
+// A shell can show the menu of one object and, when the item is clicked, invoke a second one by the
+// item's name, on another thread.
 TEST_F(EndToEnd, ASecondObjectOnAnotherThreadIsInvokedByName) {
     const shell_host::Library library(kLibrary);
     const Exports exports = ExportsOf(library);
@@ -72,7 +72,7 @@ TEST_F(EndToEnd, ASecondObjectOnAnotherThreadIsInvokedByName) {
         wchar_t verb[64] = {};
         auto* const bytes = reinterpret_cast<LPSTR>(verb);
         EXPECT_EQ(shown.Menu().GetCommandString(0, GCS_VERBW, nullptr, bytes, 64), S_OK);
-        RunOnSmallStack([&] {
+        RunOnThread([&] {
             CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
             {
                 Extension clicked(exports);

@@ -57,6 +57,7 @@ TEST_F(FailingCalls, EveryFailureLeavesNothingOpenAndTheNextRightClickWorks) {
     // The list that says which imports of the Windows DLL can fail.
     const std::string list =
         Read(platform::BuiltFile(KELVARO_TEST_DATA "/../../scripts/lib/dll-imports.txt"));
+    ASSERT_NE(list, "");
     const std::regex line(R"( (\w+) fails\n)");
     for (std::sregex_iterator match(list.begin(), list.end(), line), end; match != end; ++match) {
         const std::string import = (*match)[1];
@@ -136,8 +137,8 @@ TEST_F(FailingCalls, TextsFallBackToTheirDefaults) {
 }
 
 TEST_F(FailingCalls, TextsThatCannotBeConvertedAreEmpty) {
-    // Each conversion makes a call for the length, then one for the text. Both lengths or both
-    // texts.
+    // Each conversion makes a call for the length, then one for the text. Either both lengths fail
+    // or both texts.
     for (const auto& numbers : {std::vector<size_t>{0, 1}, {1, 3}}) {
         const FailingNthCall failing(numbers);
         EXPECT_EQ(WideFromBytes(CP_UTF8, 0, "text"), L"");

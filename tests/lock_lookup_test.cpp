@@ -3,7 +3,7 @@
 #include "common/owners.h"
 #include "rules/path_normalizer.h"
 #include "support/fixture.h"
-#include "support/small_stack.h"
+#include "support/thread.h"
 
 namespace kelvaro {
 namespace {
@@ -185,9 +185,15 @@ TEST_F(LockLookup, ReadsAdversarialFilesOnASmallStack) {
         {"white space",
          "{\"type\"" + Repeat(" \t\n\v\f\r", kSize) + ":\"exe\",\"target\":\"Tool\"}", false},
     };
+#ifdef KELVARO_INSTRUMENTED
+    constexpr size_t kSmallStack = size_t{256} << 10;
+#else
+    constexpr size_t kSmallStack = size_t{64} << 10;
+#endif
     for (const auto& [name, rules, locked] : cases) {
         bool answer = !locked;
-        RunOnSmallStack([&, &text = rules] { answer = AnyRuleLocks(text, NormalizePath(kTool)); });
+        RunOnThread([&, &text = rules] { answer = AnyRuleLocks(text, NormalizePath(kTool)); },
+                    kSmallStack);
         EXPECT_EQ(answer, locked) << name;
     }
 }

@@ -1,6 +1,6 @@
 // Lets the built DLL run out of memory: once for each of its allocations, that one and all later
-// ones fail. Each run has a new thread: a compiler's runtime library needs memory for a thread's
-// first exception.
+// ones fail. Each run has a new thread: a compiler's own runtime library would need memory for a
+// thread's first exception.
 
 #include <windows.h>
 
@@ -21,7 +21,7 @@
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/imports.h"
-#include "support/small_stack.h"
+#include "support/thread.h"
 
 namespace kelvaro {
 namespace {
@@ -67,7 +67,7 @@ TEST_F(MemoryExhaustion, EveryEntryPointReportsItAndWorksAgain) {
         size_t granted = 0;
         size_t wanted = 0;
         do {
-            RunOnSmallStack([&] {
+            RunOnThread([&] {
                 CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
                 t_firstRefused = granted;
                 ExerciseEveryEntryPoint(ExportsOf(library), kShortcut,
@@ -133,8 +133,8 @@ struct HeldUpThreads {
     std::vector<HANDLE> threads;
 };
 
-// Some threads end inside. A further one waits until the others go on. Then more threads than there
-// are places throw again and again.
+// Ten threads are terminated while they hold a place. A further one waits until the others go on.
+// Then more threads than there are places throw again and again.
 TEST_F(MemoryExhaustion, ThreadsWaitForPlacesThatOthersGiveBack) {
     const HeldUpThreads held;
     constexpr size_t kEnded = 10;
@@ -150,13 +150,13 @@ TEST_F(MemoryExhaustion, ThreadsWaitForPlacesThatOthersGiveBack) {
     Join(StartThreads(2 * kPlaces, work));
 }
 
-// FailFast.ProcessEndsIfAllPlacesStayTaken runs it.
+// FailFast.ProcessEndsIfAThreadCanNeverThrow runs it.
 TEST_F(MemoryExhaustion, DISABLED_AllPlacesStayTaken) {
     const HeldUpThreads held;
     held.work();
 }
 
-// COM forbids what this data object of a host does.
+// A data object of a host that throws, which COM forbids.
 struct ThrowingObject : shell_host::DataObject {
     STDMETHODIMP GetData(FORMATETC*, STGMEDIUM*) override { throw std::length_error("host"); }
 };
@@ -187,9 +187,11 @@ Holdings CountHoldings() {
     const DWORD count = std::min<DWORD>(GetProcessHeaps(std::size(heaps), heaps), std::size(heaps));
     for (const HANDLE heap : std::span(heaps, count)) {
         PROCESS_HEAP_ENTRY entry = {};
+        HeapLock(heap);
         while (HeapWalk(heap, &entry)) {
             holdings.blocks += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? 1 : 0;
         }
+        HeapUnlock(heap);
     }
     // Wine's GetProcessHandleCount returns 0.
     constexpr uintptr_t kMaxHandle = 0x4000;
@@ -206,7 +208,7 @@ TEST_F(MemoryExhaustion, ALoadWithAnExceptionLeavesNothing) {
     const LibraryLoads loads(&ReplaceAllocator);
     const auto load = [] {
         for (size_t i = 0; i < kLoads; ++i) {
-            RunOnSmallStack([] {
+            RunOnThread([] {
                 t_firstRefused = 0;
                 t_inside = true;
                 const shell_host::Library library(kLibrary);

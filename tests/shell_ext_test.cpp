@@ -197,7 +197,7 @@ TEST_F(MenuItem, InvokeFailsWithoutARequestOrSelection) {
               (Strings{"InvokeCommand selected path empty", "InvokeCommand ignored unknown verb"}));
 }
 
-// A box lets the host's messages through.
+// While the box is open, the host handles messages and can release the object.
 TEST_F(MenuItem, LivesUntilItsErrorBoxIsClosed) {
     auto released = std::make_unique<Extension>();
     released->Select({kTool});

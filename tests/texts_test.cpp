@@ -57,7 +57,7 @@ TEST_F(Texts, FallBackToTheDefaults) {
         CreateFileW(kEnglishFile.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     expectDefaults("opened exclusively");
 #else
-    // Under Windows, sparse files need more rights.
+    // On Windows the file would take up two gibibytes of the disk.
     std::filesystem::resize_file(platform::NativePath(kEnglishFile), uintmax_t{1} << 31);
     expectDefaults("two gibibytes");
 #endif

@@ -57,7 +57,8 @@ TEST_F(UiLocale, IgnoresUnusableSettings) {
 }
 
 TEST_F(UiLocale, ReadsUnterminatedSettings) {
-    // The registry stores a null that follows the data, so there is none. The last letter decides.
+    // RegSetValueExW also stores a null that follows the data, so a letter follows. Without the
+    // last stored letter the setting would not be Chinese.
     const std::wstring full = std::wstring(62, L' ') + L"zhx";
     EXPECT_TRUE(Store(HKEY_CURRENT_USER, std::wstring_view(full).substr(0, 64)));
     EXPECT_EQ(ReadRegistryLocale(), L"zh-CN");

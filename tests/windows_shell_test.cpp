@@ -14,7 +14,7 @@
 #include "support/extension.h"
 #include "support/fixture.h"
 #include "support/prompt.h"
-#include "support/small_stack.h"
+#include "support/thread.h"
 
 namespace kelvaro {
 namespace {
@@ -107,6 +107,7 @@ TEST_F(WindowsShell, MenusOfTheShellHaveTheItem) {
     for (const std::wstring& file : {kProgram, kShortcut}) {
         EXPECT_PRED2(Contains, ShellMenuTexts(file), "Lock with Vorandel Kelvaro\n");
     }
+    CoFreeUnusedLibrariesEx(0, 0);  // otherwise COM can keep the library open
 }
 
 int g_entries = 0;
@@ -131,7 +132,7 @@ TEST_F(WindowsShell, ThreadsOfTheHostDoNotEnterTheLibrary) {
     ASSERT_TRUE(VirtualProtect(entry, jump.size(), PAGE_EXECUTE_READWRITE, &before));
     std::memcpy(entry, jump.data(), jump.size());
     FlushInstructionCache(GetCurrentProcess(), entry, jump.size());
-    RunOnSmallStack([] {});
+    RunOnThread([] {});
     EXPECT_EQ(g_entries, 0);
     EXPECT_TRUE(DisableThreadLibraryCalls(library.Handle()))
         << "Windows refuses a DLL with thread-local storage";

@@ -62,11 +62,8 @@ std::wstring ResolveShortcutTarget(const std::wstring& path) {
         case FileKind::other:
             return {};
     }
-    std::wstring target = ReadStoredTarget(path);
-    if (target.empty() || !IsProgram(target)) {
-        return {};
-    }
-    return target;
+    const std::wstring target = ReadStoredTarget(path);
+    return IsProgram(target) ? target : std::wstring();
 }
 
 }  // namespace kelvaro

@@ -30,9 +30,9 @@ class UnicodeLocale {
     UnicodeLocale& operator=(const UnicodeLocale&) = delete;
 };
 
-// Returns a path below the directory in which tests may write.
+// Returns a path in the directory in which tests may write, by default that directory.
 inline std::wstring TestPath(const std::wstring& name = L"") {
-    return platform::TestDirectory() + (name.empty() ? L"" : L"\\" + name);
+    return L"C:\\ProgramData\\KelvaroTests" + (name.empty() ? L"" : L"\\" + name);
 }
 
 // Gives each test an empty directory, no application, initialised COM, and message boxes that close

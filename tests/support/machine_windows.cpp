@@ -15,7 +15,8 @@
 namespace platform {
 namespace {
 
-// Exists in the environment of the programs that a test starts. They leave the machine to it.
+// Is in the environment of the programs that a test starts. A test program among them neither
+// checks the machine nor cleans it.
 constexpr wchar_t kStartedByTest[] = L"KELVARO_STARTED_BY_TEST";
 
 // A registry key, or a directory if the root is null.
@@ -27,7 +28,7 @@ struct Place {
 // Returns what tests create. Only an administrator's tests write below HKEY_LOCAL_MACHINE.
 std::vector<Place> Places() {
     using namespace kelvaro;
-    std::vector<Place> places = {{nullptr, TestDirectory()},
+    std::vector<Place> places = {{nullptr, TestPath()},
                                  {nullptr, DriveTest::kData},
                                  {HKEY_CURRENT_USER, L"Software\\Vorandel\\Kelvaro"}};
     for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
@@ -62,10 +63,10 @@ std::string Existing() {
     return lines;
 }
 
-// Removes what tests have made. Fails the test if something is left after five seconds.
+// Removes what tests have made. Fails the test if something is left after twenty seconds.
 void Remove() {
     // A prompt that a test has started, or a virus scanner, may have a file open for a while.
-    for (int tries = 0; tries < 50 && !Existing().empty(); ++tries) {
+    for (int tries = 0; tries < 200 && !Existing().empty(); ++tries) {
         Sleep(tries == 0 ? 0 : 100);
         std::error_code error;
         for (const auto& [root, path] : Places()) {
@@ -83,14 +84,14 @@ class Machine : public testing::Environment {
   public:
     void SetUp() override {
         std::string existing = Existing();
-        // Refuses other test programs from now on.
-        if (existing.empty() && !CreateDirectoryW(TestDirectory().c_str(), nullptr)) {
-            existing = "\n  " + Utf8(TestDirectory());
+        // From now on other test programs refuse to run, except while Reset replaces the directory.
+        if (existing.empty() && !CreateDirectoryW(TestPath().c_str(), nullptr)) {
+            existing = "\n  " + Utf8(TestPath());
         }
         if (!existing.empty()) {
             std::printf(
-                "No test is run: tests overwrite what is here. Uninstall the application, or "
-                "delete what an interrupted run has left:%s\n",
+                "No test is run: tests overwrite what is here. Uninstall the application, then "
+                "delete what it or an interrupted run has left:%s\n",
                 existing.c_str());
             std::fflush(stdout);
             ExitProcess(1);
@@ -106,7 +107,7 @@ class Machine : public testing::Environment {
 
     void TearDown() override {
         Remove();
-        // Neither call deletes what contains something of others.
+        // Neither call deletes what has a directory, file or key of others below it.
         for (const auto& [root, path] : missingParents_) {
             root == nullptr ? RemoveDirectoryW(path.c_str()) : RegDeleteKeyW(root, path.c_str());
         }
@@ -124,17 +125,9 @@ class Machine : public testing::Environment {
 
 }  // namespace
 
-std::wstring TestDirectory() {
-    // The shell returns long names, so the tests use them too.
-    wchar_t path[MAX_PATH] = {};
-    GetTempPathW(MAX_PATH, path);
-    GetLongPathNameW(path, path, MAX_PATH);
-    return std::wstring(path) + L"KelvaroTests";
-}
-
 void Reset() {
     Remove();
-    CreateDirectoryW(TestDirectory().c_str(), nullptr);
+    CreateDirectoryW(TestPath().c_str(), nullptr);
 }
 
 }  // namespace platform

@@ -11,10 +11,7 @@
 // program has a drive of its own. On Windows, tests run on somebody's machine.
 namespace platform {
 
-// Returns the directory below which tests write.
-std::wstring TestDirectory();
-
-// Empties it and removes what else tests have made.
+// Empties the test directory and removes everything else that tests have made.
 void Reset();
 
 // Returns what the test holds of the platform, for example "2 handle, 1 key". Empty if nothing, and
@@ -35,8 +32,8 @@ void MakeShortcut(const std::wstring& file, const wchar_t* target, LPCITEMIDLIST
 // Returns the path with which the standard library opens the file at the Windows path `path`.
 std::filesystem::path NativePath(const std::wstring& path);
 
-// Returns the Windows path of a file of the build or source tree. On Windows `path` is relative and
-// the file is beside the test program.
+// Returns the Windows path of a file of the build or source tree. On Windows `path` is relative to
+// the directory of the test program.
 std::wstring BuiltFile(const char* path);
 
 }  // namespace platform

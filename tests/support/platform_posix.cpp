@@ -11,7 +11,7 @@
 #include "support/fixture.h"
 #include "support/message_boxes.h"
 #include "support/platform.h"
-#include "support/small_stack.h"
+#include "support/thread.h"
 #include "testing/resources.h"
 #include "testing/watch.h"
 
@@ -48,10 +48,6 @@ class TemporaryDrive {
 
 }  // namespace
 
-std::wstring TestDirectory() {
-    return L"C:\\Test";
-}
-
 void Reset() {
     static const TemporaryDrive drive;
     for (const auto& entry : fs::directory_iterator(drive.Path())) {
@@ -80,12 +76,7 @@ std::wstring BuiltFile(const char* path) {
 
 }  // namespace platform
 
-void RunOnSmallStack(const std::function<void()>& work) {
-#ifdef KELVARO_INSTRUMENTED
-    constexpr size_t kStack = size_t{256} << 10;
-#else
-    constexpr size_t kStack = size_t{64} << 10;
-#endif
+void RunOnThread(const std::function<void()>& work, size_t stack) {
     const auto run = [](void* copy) -> void* {
         (*static_cast<std::function<void()>*>(copy))();
         return nullptr;
@@ -93,7 +84,7 @@ void RunOnSmallStack(const std::function<void()>& work) {
     std::function<void()> copy = work;
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, kStack);
+    pthread_attr_setstacksize(&attributes, stack);
     pthread_t thread = {};
     if (pthread_create(&thread, &attributes, run, &copy) != 0) {
         throw std::runtime_error("cannot create a thread");

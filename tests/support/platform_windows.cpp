@@ -11,7 +11,7 @@
 #include "support/imports.h"
 #include "support/message_boxes.h"
 #include "support/platform.h"
-#include "support/small_stack.h"
+#include "support/thread.h"
 
 namespace fs = std::filesystem;
 
@@ -62,20 +62,20 @@ std::wstring BuiltFile(const char* path) {
 
 }  // namespace platform
 
-void RunOnSmallStack(const std::function<void()>& work) {
+void RunOnThread(const std::function<void()>& work, size_t stack) {
     const auto run = [](LPVOID argument) -> DWORD {
         (*static_cast<const std::function<void()>*>(argument))();
         return 0;
     };
-    constexpr SIZE_T kStack = SIZE_T{64} << 10;
     auto* const argument = const_cast<std::function<void()>*>(&work);
     const HANDLE thread =
-        CreateThread(nullptr, kStack, run, argument, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+        CreateThread(nullptr, stack, run, argument, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);
 }
 
-// MessageBoxW of this program, and of the libraries that it loads while a collection lives.
+// Replaces MessageBoxW in this program, and in each KelvaroShellExt.dll that it loads while a
+// MessageBoxes lives.
 static MessageBoxes* g_boxes = nullptr;
 static std::optional<LibraryLoads> g_loads;
 

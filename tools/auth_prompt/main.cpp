@@ -34,7 +34,8 @@ bool HasRightShape(const std::vector<std::wstring>& arguments) {
 }
 
 // Replaces the rule file in one step, so that a reader sees either the old rules or the new ones.
-// Windows refuses that while a reader has the file open, so it is tried again for a second.
+// Windows refuses that while a reader or a virus scanner has a file open, so it is tried again for
+// a second.
 bool ReplaceRules(std::string_view rules) {
     constexpr int kAttempts = 100;
     constexpr DWORD kPauseMilliseconds = 10;
@@ -48,7 +49,7 @@ bool ReplaceRules(std::string_view rules) {
         if (MoveFileExW(fresh.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
             return true;
         }
-        if (GetLastError() != ERROR_ACCESS_DENIED) {
+        if (GetLastError() != ERROR_ACCESS_DENIED && GetLastError() != ERROR_SHARING_VIOLATION) {
             return false;
         }
         Sleep(kPauseMilliseconds);

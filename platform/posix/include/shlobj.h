@@ -12,9 +12,7 @@ inline constexpr DWORD SLGP_RAWPATH = 4;
 
 inline constexpr UINT CMF_NORMAL = 0;
 inline constexpr UINT CMF_DEFAULTONLY = 1;
-inline constexpr UINT CMF_VERBSONLY = 2;
 inline constexpr UINT CMF_EXPLORE = 4;
-inline constexpr UINT CMF_EXTENDEDVERBS = 0x100;
 
 inline constexpr UINT GCS_VERBA = 0;
 inline constexpr UINT GCS_HELPTEXTA = 1;
