@@ -160,6 +160,7 @@ void Measure(benchmark::State& state, Work work) {
     compat::CountedCalls calls;
     size_t bytesRead = 0;
     const compat::Watch<&ReadFile> watch(
+        // What is requested. Here every read is complete.
         [&bytesRead](HANDLE, LPVOID, DWORD size, auto...) { bytesRead += size; });
     work(*selection.Get());
     state.counters["bytes read"] = static_cast<double>(bytesRead);

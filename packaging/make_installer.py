@@ -18,7 +18,7 @@ TIME = '2000-01-01 00:00:00'
 staged, version, package = sys.argv[1:]
 source = pathlib.Path(__file__).with_name('installer.wxs.in')
 
-# Rights in Windows' notation. Administrators (BA) and the system (SY) may do everything, users (BU) read. An owner (OW)
+# Security descriptors in SDDL. Administrators (BA) and the system (SY) may do everything, users (BU) read. An owner (OW)
 # may not change the rights, in case a user has created the object before the package.
 DIRECTORY = 'O:BAG:BAD:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;BU)(A;OICI;RC;;;OW)'
 FILE = 'O:BAG:BAD:P(A;;FA;;;SY)(A;;FA;;;BA)(A;;0x1200a9;;;BU)(A;;RC;;;OW)'
@@ -50,10 +50,10 @@ QUERIES = [
     "DELETE FROM `Upgrade` WHERE `ActionProperty`='WIX_UPGRADE_DETECTED'",
     'INSERT INTO `Upgrade` (`UpgradeCode`, `VersionMax`, `Attributes`, `ActionProperty`) '
     f"VALUES ('{{{UPGRADE_CODE}}}', '{version}', 513, 'WIX_UPGRADE_DETECTED')",
-    # Windows passes only these properties to the elevated part of an installation.
+    # If a user installs the package, Windows passes only these properties of its own to the elevated part.
     "UPDATE `Property` SET `Value`='INSTALLDIR;WIX_DOWNGRADE_DETECTED;WIX_UPGRADE_DETECTED' "
     "WHERE `Property`='SecureCustomProperties'",
-    # Removing the package keeps the log: 16. No update or repair replaces it: 128.
+    # Removing the package keeps the log: 16. No update or repair replaces it: 128. 64-bit: 256.
     "UPDATE `Component` SET `Attributes`=400 WHERE `Component`='LOGFILE'",
     'CREATE TABLE `MsiLockPermissionsEx` (`MsiLockPermissionsEx` CHAR(72) NOT NULL, `LockObject` CHAR(72) NOT NULL, '
     '`Table` CHAR(32) NOT NULL, `SDDLText` CHAR(0) NOT NULL, `Condition` CHAR(255) PRIMARY KEY `MsiLockPermissionsEx`)',
@@ -65,12 +65,12 @@ QUERIES = [
 
 
 def run(directory, *command):
-    """Runs a command at a fixed time, which it writes into the package."""
+    """Runs a command at a fixed time, because it writes the time into the package."""
     subprocess.run(['faketime', '-f', TIME, *command], cwd=directory, check=True, env={**os.environ, 'TZ': 'UTC'})
 
 
-def content_hash(directory):
-    """Returns a hash of everything that is in the package and of how it is made."""
+def content_key(directory):
+    """Returns a text that differs if the content of the package or the way to make it differs."""
     files = sorted(path for path in directory.rglob('*') if path.is_file())
     texts = [str(path.relative_to(directory)) + hashlib.sha256(path.read_bytes()).hexdigest() for path in files]
     return ''.join(texts + [version, source.read_text(), pathlib.Path(__file__).read_text()])
@@ -81,7 +81,7 @@ with tempfile.TemporaryDirectory() as temporary:
     shutil.copytree(staged, work, dirs_exist_ok=True)
     (work / 'ShellExt.log').touch()
     # Packages with other contents need other codes.
-    content = content_hash(work)
+    content = content_key(work)
     product_code, package_code = (str(uuid.uuid5(uuid.UUID(UPGRADE_CODE), f'{kind} {content}')).upper()
                                   for kind in ('product', 'package'))
     (work / 'installer.wxs').write_text(string.Template(source.read_text()).substitute(

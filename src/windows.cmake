@@ -15,9 +15,9 @@ target_link_libraries(kelvaro_core PUBLIC ole32 shell32 shlwapi uuid)
 target_sources(kelvaro_core PRIVATE "${platform}/windows/stack_protector.cpp")
 target_compile_options(kelvaro_core PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fstack-protector-strong>)
 
-# The entry point is in platform/windows/, which also replaces how a handler ends. No separate run-time
-# library of the compiler; a base address from the whole 64-bit range; no time stamp, so that two builds
-# of the same sources are identical.
+# The entry point is in platform/windows/, and so is the wrapper of __cxa_end_catch (exceptions.cpp). No
+# separate run-time library of the compiler; a base address from the whole 64-bit range; a hash in place of
+# a time stamp (/Brepro), so that two builds of the same sources are identical.
 target_link_options(
   KelvaroShellExt
   PRIVATE
@@ -27,7 +27,6 @@ target_link_options(
   LINKER:--wrap=__cxa_end_catch
   -static
   LINKER:--dynamicbase,--nxcompat,--high-entropy-va
-  LINKER:--no-insert-timestamp
   LINKER:--gc-sections
   LINKER:--Map=KelvaroShellExt.map)
 set_target_properties(KelvaroShellExt PROPERTIES LINK_DEPENDS "${PROJECT_BINARY_DIR}/KelvaroShellExt.def")

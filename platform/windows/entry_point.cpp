@@ -16,10 +16,7 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved);
 // The linker's table of constructors: a marker, the constructors in reverse order, null.
 extern void (*__CTOR_LIST__[])();
 
-// Not protected, because one of the constructors changes the value that protected functions
-// compare.
-__attribute__((no_stack_protector)) BOOL WINAPI DllMainCRTStartup(HINSTANCE instance, DWORD reason,
-                                                                  LPVOID reserved) {
+BOOL WINAPI DllMainCRTStartup(HINSTANCE instance, DWORD reason, LPVOID reserved) {
     if (reason == DLL_PROCESS_ATTACH) {
         std::size_t last = 0;
         while (__CTOR_LIST__[last + 1] != nullptr) {

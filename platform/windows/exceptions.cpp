@@ -59,9 +59,9 @@ constinit std::atomic<unsigned> g_givenBack = 0;
 constexpr int kAttempts = 500;
 
 // Takes a free place for the calling thread and returns it. Waits if there is none. Ends the
-// process if no thread gives a place back for five to eight seconds. An exception takes less than a
-// millisecond, so the threads that hold them were stopped inside, and an error cannot be returned
-// without an exception.
+// process if no thread gives a place back for five to eight seconds: a place is held for less than
+// a millisecond, so the threads that hold them are suspended or were terminated, and without an
+// exception no error can be returned.
 template <class Place>
 Place& Take(Place (&places)[kPlaces]) {
     unsigned givenBack = g_givenBack;

@@ -78,7 +78,7 @@ class ComPtr : public Scoped<Interface*, InterfaceReleaser> {
     using Scoped<Interface*, InterfaceReleaser>::Scoped;
 
     Interface* operator->() const noexcept { return this->Get(); }
-    // Returns the address of the pointer as void**, for calls such as QueryInterface.
+    // Returns the address of the pointer as void**, for calls that store null if they fail.
     // cppcheck-suppress duplInheritedMember ; replaces the typed one
     void** Put() noexcept {
         return reinterpret_cast<void**>(Scoped<Interface*, InterfaceReleaser>::Put());

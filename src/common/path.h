@@ -11,7 +11,7 @@ constexpr bool IsSeparator(wchar_t unit) noexcept {
 }
 
 // Returns `directory` and `name` joined by one backslash. Adds none if `directory` is empty, ends
-// with a separator or is a bare drive ("C:").
+// with a separator or is a bare drive ("C:"). Throws std::bad_alloc.
 std::wstring JoinPath(std::wstring_view directory, std::wstring_view name);
 
 // Returns `path` without its last component and the separators before it, as a view into `path`. A

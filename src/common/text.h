@@ -14,10 +14,10 @@ constexpr wchar_t ToLowerUnit(wchar_t unit) noexcept {
     return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit - L'A' + L'a') : unit;
 }
 
-// Returns the concatenation of `parts`. Allocates once.
+// Returns the concatenation of `parts`. Allocates once. Throws std::bad_alloc.
 std::wstring Concat(std::initializer_list<std::wstring_view> parts);
 
-// Returns a copy of `text` with every unit passed through ToLowerUnit.
+// Returns a copy of `text` with every unit passed through ToLowerUnit. Throws std::bad_alloc.
 std::wstring ToLower(std::wstring_view text);
 
 // Returns `text` without its leading and trailing white space, as a view into `text`. White space
@@ -28,7 +28,8 @@ std::wstring_view TrimWhitespace(std::wstring_view text) noexcept;
 bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept;
 
 // Appends `number` in `base` (2 to 16, upper-case digits) with leading zeros up to `width` digits.
-// The C runtime's formatting functions would link its floating-point code into the library.
+// MinGW-w64's formatting functions would link floating-point code into the library. Throws
+// std::bad_alloc.
 template <class Unit>
 void AppendNumber(std::basic_string<Unit>& text, uint32_t number, uint32_t base = 10,
                   size_t width = 1) {

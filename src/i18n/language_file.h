@@ -11,7 +11,7 @@ namespace kelvaro {
 std::wstring ReadLanguageText(const std::wstring& path);
 
 // Decodes `bytes` as UTF-16 little-endian if they start with its byte-order mark, else as UTF-8
-// with or without a mark if they are valid UTF-8, else in the system's ANSI code page. Empty if no
+// with or without a mark if they are valid UTF-8, else in the process's ANSI code page. Empty if no
 // conversion yields text. Throws std::bad_alloc.
 std::wstring DecodeText(std::string_view bytes);
 

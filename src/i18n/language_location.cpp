@@ -19,11 +19,11 @@ constexpr std::wstring_view kDefaultFolder = L"Lang";
 }  // namespace
 
 std::wstring_view GetLanguageFileName() noexcept {
-    const std::wstring_view tag = NormalizeLocale(GetUiLocale());
+    const std::wstring_view tag = GetUiLocale();
     const auto* const found =
         std::find_if(std::begin(kLanguages), std::end(kLanguages),
                      [tag](const Language& language) { return language.tag == tag; });
-    return found->fileName;  // NormalizeLocale returns no other tags.
+    return found->fileName;  // GetUiLocale returns no other tags.
 }
 
 std::wstring FindLanguageDirectory() {

@@ -16,7 +16,8 @@ struct Setting {
     DWORD type = REG_NONE;
 };
 
-// Returns the value "UILocale". Its type is REG_NONE if it is missing or longer than the buffer.
+// Returns the value "UILocale". Its type is REG_NONE if it is missing, cannot be read or is longer
+// than the buffer.
 Setting ReadSetting() noexcept {
     Setting setting;
     ScopedKey key;

@@ -30,6 +30,8 @@ std::wstring FindProgram(std::wstring_view directory) {
     return {};
 }
 
+// Appends `value` in double quotes. Backslashes are not doubled: the paths end with a file name, so
+// none is before the closing quote.
 void AppendQuoted(std::wstring& line, std::wstring_view value) {
     line.push_back(L'"');
     for (const wchar_t unit : value) {
@@ -47,8 +49,8 @@ void ShowError(HWND owner, const TextKey& message) {
     MessageBoxW(owner, text.c_str(), title.c_str(), MB_OK | MB_ICONERROR);
 }
 
-// Starts `commandLine` without a window in `directory`. Returns the system error code if that
-// fails, which may be 0, and std::nullopt if the process runs.
+// Starts `commandLine` in `directory`, without a console and with its first window hidden. Returns
+// the system error code if that fails, which may be 0, and std::nullopt if the process runs.
 std::optional<DWORD> StartHidden(std::wstring& commandLine,
                                  const std::wstring& directory) noexcept {
     STARTUPINFOW startup = {};

@@ -8,8 +8,8 @@ namespace kelvaro {
 // The user's classes below HKEY_CURRENT_USER and the machine's below HKEY_LOCAL_MACHINE.
 inline constexpr std::wstring_view kClasses = L"Software\\Classes\\";
 
-// Below the classes: the extension's class without its identifier, and the file classes whose menus
-// get the item.
+// Below the classes: the key of all class identifiers, and the file classes whose menus get the
+// item.
 inline constexpr std::wstring_view kClassKey = L"CLSID\\";
 inline constexpr std::wstring_view kProgramClass = L"exefile";
 inline constexpr std::wstring_view kShortcutClass = L"lnkfile";

@@ -14,7 +14,7 @@ HRESULT WriteRegistryString(HKEY root, const std::wstring& keyPath, const std::w
 
 // Writes the entries that make the shell load the library at `modulePath` for programs and
 // shortcuts, with `prefix` before each key path. Stops at the first failure and returns its error.
-// Throws std::bad_alloc before the first write.
+// `clsid` is the class identifier in braces. Throws std::bad_alloc before the first write.
 HRESULT RegisterUnderRoot(HKEY root, std::wstring_view prefix, const std::wstring& clsid,
                           const std::wstring& modulePath);
 

@@ -14,8 +14,9 @@ namespace {
 constexpr size_t kLetters = 3;
 constexpr size_t kExtension = 4;
 
-// Returns true only if a rule file can spell `byte` of a canonical path just as that byte, in
-// either case. Some control characters have escapes, separators several spellings.
+// Returns true only if every rule for a path with `byte` contains this byte, in either case and
+// perhaps after a backslash. Some control characters have escapes of their own, and separators have
+// several spellings.
 bool IsPlain(char byte) noexcept {
     const auto value = static_cast<unsigned char>(byte);
     return value > 0x20 && value != 0x7F && byte != '\\';

@@ -6,7 +6,8 @@
 
 namespace kelvaro {
 
-// Three consecutive plain bytes of a canonical path in UTF-8. Every rule for this path contains
+// Three consecutive plain bytes of a canonical path in UTF-8: neither white space nor control
+// characters nor separators. Every rule for this path contains
 // these three bytes in a row, in either case, each possibly escaped. Searching for them is cheap.
 class Anchor {
   public:

@@ -19,7 +19,7 @@ class CandidateSearch {
     size_t Next(std::string_view rules, size_t from) const noexcept;
 
   private:
-    std::string path_;  // in UTF-8; kAnyBytes where the file can contain other bytes
+    std::string path_;  // in UTF-8; zero where the file can contain other bytes
     std::optional<Anchor> anchor_;
 };
 

@@ -14,8 +14,8 @@ std::wstring CanonicalTarget(std::string_view objectText) {
     return NormalizePath(WideFromBytes(CP_UTF8, 0, ExtractStringField(objectText, "target", {})));
 }
 
-// A new kind of rule is added here. FindLockingRule parses only the objects that CandidateSearch
-// lets through, so that prefilter must let the new kind through as well.
+// A new kind of rule is added here and in CandidateSearch: FindLockingRule parses only the objects
+// that this prefilter finds.
 bool IsRuleFor(std::string_view objectText, std::wstring_view canonicalPath) {
     if (ExtractStringField(objectText, "type", {}) != "exe") {
         return false;

@@ -6,7 +6,7 @@
 
 namespace kelvaro {
 
-// The application's rule file. Every lookup reads it again; nothing writes it.
+// The application's rule file. Every lookup reads it again. The library never writes it.
 inline constexpr wchar_t kRuleFilePath[] =
     L"C:\\ProgramData\\Vorandel\\Kelvaro\\config\\rules.json";
 

@@ -11,7 +11,7 @@ struct SystemMessage {
     const wchar_t* text;
 };
 
-// The messages of the codes that the compatibility layer reports, as Windows words them.
+// Windows' messages for the codes that users of the tools see most.
 constexpr SystemMessage kMessages[] = {
     {ERROR_FILE_NOT_FOUND, L"The system cannot find the file specified."},
     {ERROR_PATH_NOT_FOUND, L"The system cannot find the path specified."},
@@ -20,8 +20,6 @@ constexpr SystemMessage kMessages[] = {
      L"Not enough memory resources are available to process this command."},
     {ERROR_NOT_READY, L"The device is not ready."},
     {ERROR_READ_FAULT, L"The system cannot read from the specified device."},
-    {ERROR_SHARING_VIOLATION,
-     L"The process cannot access the file because it is being used by another process."},
     {ERROR_INVALID_PARAMETER, L"The parameter is incorrect."},
     {ERROR_DISK_FULL, L"There is not enough space on the disk."},
     {ERROR_INVALID_NAME, L"The filename, directory name, or volume label syntax is incorrect."},

@@ -98,14 +98,10 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) noexcept {
         return static_cast<DWORD>(compat::Fail(ERROR_MOD_NOT_FOUND));
     }
     const std::wstring path = compat::FromLinuxPath(linuxPath);
-    if (path.size() < size) {
-        lstrcpynW(buffer, path.c_str(), static_cast<int>(size));
-        SetLastError(ERROR_SUCCESS);
-        return static_cast<DWORD>(path.size());
-    }
     lstrcpynW(buffer, path.c_str(), static_cast<int>(size));
-    SetLastError(ERROR_INSUFFICIENT_BUFFER);
-    return size;
+    const bool fits = path.size() < size;
+    SetLastError(fits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER);
+    return fits ? static_cast<DWORD>(path.size()) : size;
 }
 
 BOOL DisableThreadLibraryCalls(HMODULE module) noexcept {

@@ -47,15 +47,18 @@ std::string RegistryFile() {
     return directory.empty() ? directory : directory + "/registry.json";
 }
 
-// Reads the registry file, which need not exist. std::nullopt if it is damaged.
+// Reads the registry file, which need not exist. std::nullopt if it is damaged or cannot be read.
 std::optional<RegistryKeys> Load() {
+    const std::string path = RegistryFile();
     std::string text;
-    compat::ReadLinuxFile(RegistryFile(), text);
+    if (!compat::ReadLinuxFile(path, text) && access(path.c_str(), F_OK) == 0) {
+        return std::nullopt;
+    }
     return text.empty() ? RegistryKeys() : compat::ParseRegistry(text);
 }
 
 // Applies `change` to the registry file. Atomic for all processes: a reader sees the old file or
-// the new one. Leaves a damaged file as it is: somebody may have edited it.
+// the new one. Leaves a file that Load refuses as it is: somebody may have edited it.
 template <class Change>
 LSTATUS Update(Change&& change) {
     const std::string path = RegistryFile();

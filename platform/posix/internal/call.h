@@ -29,8 +29,8 @@ class ScopedCallObserver {
     CallObserver observer_;
 };
 
-// The scope of one platform call. Every function that the library calls and that can fail begins
-// with one. A call inside another one, such as the query for an interface that CoCreateInstance
+// The scope of one platform call. Every function whose failure the library can notice begins with
+// one. A call inside another one, such as the query for an interface that CoCreateInstance
 // makes, is part of that and not announced to observers.
 class Call {
   public:

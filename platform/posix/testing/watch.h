@@ -13,7 +13,7 @@ template <auto Function>
 class Watch;
 
 // Calls a receiver with the arguments of each call of `Function` while it lives, on the thread that
-// makes the call. One at a time for each function. Works for the functions that call Pass.
+// makes the call. At most one Watch of a function may live. Works for the functions that call Pass.
 template <class Result, class... Arguments, Result (*Function)(Arguments...) noexcept>
 class Watch<Function> {
   public:
