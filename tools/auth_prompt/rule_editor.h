@@ -15,7 +15,7 @@ struct ToggleResult {
 // is none. Keeps unknown keys and the order of keys, but not the format of the text. A key that
 // an object contains twice is kept once, and unnecessary escapes are removed, which can change what
 // a rule with such a key or escape locks. Fails if `rules` is neither blank nor JSON, is nested too
-// deeply, or has no list to append to.
+// deeply, or has no list to append to, or if no rule can lock the path, such as one with a brace.
 ToggleResult ToggleRule(std::string_view rules, std::wstring_view target);
 
 }  // namespace auth_prompt

@@ -17,14 +17,6 @@ std::vector<std::wstring> Arguments() {
     return arguments;
 }
 
-std::wstring FromLatin1(std::string_view bytes) {
-    std::wstring text;
-    for (const char byte : bytes) {
-        text.push_back(static_cast<wchar_t>(static_cast<unsigned char>(byte)));
-    }
-    return text;
-}
-
 void Print(std::FILE* stream, std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stream);
     std::fflush(stream);

@@ -26,9 +26,6 @@ class Session {
 // Returns the arguments of this program. The first is its name.
 std::vector<std::wstring> Arguments();
 
-// Returns Latin-1 `bytes`, the encoding of the log, as UTF-16.
-std::wstring FromLatin1(std::string_view bytes);
-
 // Writes `text` to `stream` and flushes it.
 void Print(std::FILE* stream, std::string_view text);
 

@@ -41,7 +41,7 @@ std::string ValidUtf8(std::string_view bytes) {
 
 // Returns `text` in lower case, without blanks and unseen characters, and with one backslash for
 // two. A single backslash begins an escape if `escapes` is set; otherwise it stays. Keeps nulls, so
-// that no text in UTF-16 is taken for one in UTF-8.
+// that no text in UTF-16 is taken for one in UTF-8, and U+FFFD, which marks malformed bytes.
 std::wstring Fold(std::wstring_view text, bool escapes) {
     constexpr size_t kDigits = 4;  // of \u006F
     std::wstring folded;

@@ -67,7 +67,7 @@ std::string Line(const std::string& label, const Json& text) {
     return "  " + Padded(label, 11) + Printable(text.get<std::string>()) + "\n";
 }
 
-// Returns `text` for people, cut at a length that no wanted value reaches.
+// Returns `text` for people, cut at twice the length of the longest path that can have an item.
 std::string Shown(const Json& text) {
     constexpr size_t kLongest = size_t{2} * MAX_PATH;
     const std::wstring wide = kelvaro::WideFromBytes(CP_UTF8, 0, text.get<std::string>());

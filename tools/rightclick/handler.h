@@ -21,8 +21,8 @@ inline constexpr char kHowToRegister[] =
 // Returns the text form of `clsid`, in braces. Empty if that fails.
 std::wstring ClsidText(const CLSID& clsid);
 
-// Returns the registered class of the file name `file`, such as "exefile" or "lnkfile". Empty if
-// its extension is not registered.
+// Returns the registered class of the file name `file`. If its extension is not registered: exefile
+// for .exe, lnkfile for .lnk, else empty.
 std::wstring ClassOfFile(const std::wstring& file);
 
 // Returns the handler of this extension that is registered for `fileClass`. If there is none,

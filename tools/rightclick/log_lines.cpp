@@ -30,6 +30,15 @@ constexpr struct {
      "no prompt was found: Windows did not return the DLL's path"},
 };
 
+// Returns Latin-1 `bytes`, the encoding of the log, as UTF-16.
+std::wstring FromLatin1(std::string_view bytes) {
+    std::wstring text;
+    for (const char byte : bytes) {
+        text.push_back(static_cast<wchar_t>(static_cast<unsigned char>(byte)));
+    }
+    return text;
+}
+
 }  // namespace
 
 size_t LogSize() {
@@ -44,7 +53,7 @@ std::vector<std::string> LogLinesFrom(size_t begin) {
     std::vector<std::string> lines;
     while (!log.empty()) {
         const size_t end = std::min(log.find(kLineEnd), log.size());
-        lines.push_back(kelvaro::Utf8FromWide(console::FromLatin1(log.substr(0, end))));
+        lines.push_back(kelvaro::Utf8FromWide(FromLatin1(log.substr(0, end))));
         log.remove_prefix(std::min(end + kLineEnd.size(), log.size()));
     }
     return lines;

@@ -23,13 +23,13 @@
 namespace rightclick {
 namespace {
 
-constexpr int kOffered = 0;
-constexpr int kNothingOffered = 1;
-constexpr int kWrongUsage = 2;
+constexpr int kSuccess = 0;
+constexpr int kFailure = 1;
+constexpr int kNotPossible = 2;  // wrong usage, or nothing is registered
 
 int FailUsage(const std::string& what) {
     console::Print(stderr, "rightclick: " + what);
-    return kWrongUsage;
+    return kNotPossible;
 }
 
 int ChangeRegistration(const Options& options) {
@@ -37,7 +37,7 @@ int ChangeRegistration(const Options& options) {
         options.action == Action::registerLibrary ? "DllRegisterServer" : "DllUnregisterServer";
     const HRESULT result = shell_host::CallRegistration(options.library, name);
     console::Print(stdout, std::string(name) + ": " + DescribeResult(result) + "\n");
-    return SUCCEEDED(result) ? kOffered : kNothingOffered;
+    return SUCCEEDED(result) ? kSuccess : kFailure;
 }
 
 // Returns the library of the command line, or the registered handler.
@@ -80,9 +80,9 @@ int ReportRightClick(const Options& options, bool colour) {
     console::Print(stdout, options.json ? ReportAsJson(options, outcome, surroundings).dump() + "\n"
                                         : ReportAsText(options, outcome, surroundings));
     if (!handler) {
-        return kWrongUsage;
+        return kNotPossible;
     }
-    return outcome.item ? kOffered : kNothingOffered;
+    return outcome.item ? kSuccess : kFailure;
 }
 
 int Explain(const Options& options) {
@@ -98,7 +98,7 @@ int Run(const Options& options, bool colour) {
     switch (options.action) {
         case Action::print:
             console::Print(stdout, options.output);
-            return kOffered;
+            return kSuccess;
         case Action::registerLibrary:
         case Action::unregisterLibrary:
             return ChangeRegistration(options);

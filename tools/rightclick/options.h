@@ -15,8 +15,8 @@ struct Options {
     Action action = Action::rightClick;
     std::vector<std::wstring> files;   // full paths, the selection
     std::wstring library;              // full path; empty: the registered library
-    bool choose = false;               // choose the item by its position
-    std::optional<std::wstring> verb;  // choose the item with this verb
+    bool choose = false;               // choose the item by its command offset
+    std::optional<std::wstring> verb;  // choose the command with this verb, even without an item
     UINT flags = 0;                    // for QueryContextMenu
     bool popup = false;                // show the menu on the screen
     bool json = false;

@@ -30,8 +30,8 @@ std::wstring CommandText(IContextMenu& menu, UINT_PTR command, UINT kind) {
 }
 
 HRESULT Choose(IContextMenu& menu, const Options& options, UINT_PTR command, HWND owner) {
-    // The names are on the stack: a handler recognises a name by non-zero bits above the low 16 of
-    // the pointer, and some heaps are at addresses where these are zero.
+    // The names are on the stack: a handler recognises a name by non-zero bits 16 to 31 of the
+    // pointer, and some heaps are at addresses where these are zero.
     wchar_t wideVerb[kTextCapacity] = {};
     char verb[kTextCapacity] = {};
     lstrcpynW(wideVerb, options.verb.value_or(L"").c_str(), kTextCapacity);

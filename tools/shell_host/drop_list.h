@@ -10,7 +10,7 @@
 namespace shell_host {
 
 // Returns a block of global memory with a file-drop list of `files`, which the caller frees. Null
-// if there is not enough memory.
+// if Windows has no memory for it. Throws std::bad_alloc.
 HGLOBAL MakeDropList(const std::vector<std::wstring>& files);
 
 // Returns a data object that offers a file-drop list of `files` and no other format. The caller
