@@ -37,9 +37,10 @@ target_link_options(rightclick PRIVATE LINKER:--strip-all,--no-insert-timestamp)
 # Licences of the code in the binaries: the compiler's runtime library, MinGW-w64's runtime library and the
 # libraries of the tools and the tests.
 set(extension_licences gcc-mingw-w64-base mingw-w64-common)
+set(symbols_licences ${extension_licences})
 set(tools_licences ${extension_licences} libcli11-dev nlohmann-json3-dev)
 set(tests_licences ${tools_licences} googletest)
-foreach(component IN ITEMS extension tools tests)
+foreach(component IN ITEMS extension symbols tools tests)
   foreach(package IN LISTS ${component}_licences)
     install(
       FILES "/usr/share/doc/${package}/copyright"

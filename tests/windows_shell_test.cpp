@@ -4,15 +4,13 @@
 
 #include <shlobj.h>
 
-#include <array>
-#include <cstring>
-
 #include "common/owners.h"
 #include "rightclick/right_click.h"
 #include "shell_host/library.h"
 #include "shell_host/popup_menu.h"
 #include "support/extension.h"
 #include "support/fixture.h"
+#include "support/imports.h"
 #include "support/prompt.h"
 #include "support/thread.h"
 
@@ -120,18 +118,11 @@ BOOL WINAPI CountEntry(HINSTANCE, DWORD, LPVOID) {
 // Explorer starts and ends threads all the time.
 TEST_F(WindowsShell, ThreadsOfTheHostDoNotEnterTheLibrary) {
     const shell_host::Library library(kLibrary);
-    // Replaces the entry point, until the library is unloaded, by "mov rax, CountEntry; jmp rax".
     BYTE* const base = reinterpret_cast<BYTE*>(library.Handle());
     const auto* const nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(
         base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
-    BYTE* const entry = base + nt->OptionalHeader.AddressOfEntryPoint;
-    std::array<BYTE, 12> jump = {0x48, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xE0};
-    auto* const target = &CountEntry;
-    std::memcpy(&jump[2], &target, sizeof target);
-    DWORD before = 0;
-    ASSERT_TRUE(VirtualProtect(entry, jump.size(), PAGE_EXECUTE_READWRITE, &before));
-    std::memcpy(entry, jump.data(), jump.size());
-    FlushInstructionCache(GetCurrentProcess(), entry, jump.size());
+    ReplaceCode(base + nt->OptionalHeader.AddressOfEntryPoint,
+                reinterpret_cast<void*>(&CountEntry));
     RunOnThread([] {});
     EXPECT_EQ(g_entries, 0);
     EXPECT_TRUE(DisableThreadLibraryCalls(library.Handle()))

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
-#include <string_view>
 
 namespace {
 
@@ -30,37 +30,6 @@ void** FindImport(HMODULE module, const char* name) {
     return nullptr;
 }
 
-// The types of LdrRegisterDllNotification, which no header declares.
-struct UnicodeString {
-    USHORT length;  // in bytes
-    USHORT capacity;
-    const wchar_t* text;
-};
-struct Notification {
-    ULONG flags;
-    const UnicodeString* path;
-    const UnicodeString* name;
-    HMODULE module;
-    ULONG size;
-};
-using Callback = void CALLBACK(ULONG, const Notification*, void*);
-
-// Returns a function of ntdll.dll.
-template <class Pointer>
-Pointer LoaderFunction(const char* name) {
-    return reinterpret_cast<Pointer>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), name)));
-}
-
-void CALLBACK Loaded(ULONG reason, const Notification* notification, void* call) {
-    constexpr ULONG kLoaded = 1;
-    const std::wstring_view name(notification->name->text,
-                                 notification->name->length / sizeof(wchar_t));
-    if (reason == kLoaded && name == L"KelvaroShellExt.dll") {
-        reinterpret_cast<void (*)(HMODULE)>(call)(notification->module);
-    }
-}
-
 }  // namespace
 
 bool SetImport(HMODULE module, const char* name, void* function) {
@@ -74,12 +43,13 @@ bool SetImport(HMODULE module, const char* name, void* function) {
     return true;
 }
 
-LibraryLoads::LibraryLoads(void (*call)(HMODULE)) {
-    const auto add = LoaderFunction<LONG(WINAPI*)(ULONG, Callback*, void*, void**)>(
-        "LdrRegisterDllNotification");
-    EXPECT_EQ(add(0, &Loaded, reinterpret_cast<void*>(call), &cookie_), 0);
-}
-
-LibraryLoads::~LibraryLoads() {
-    LoaderFunction<LONG(WINAPI*)(void*)>("LdrUnregisterDllNotification")(cookie_);
+void ReplaceCode(void* function, void* replacement) {
+    // mov rax, replacement; jmp rax
+    std::array<BYTE, 12> jump = {0x48, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xE0};
+    std::memcpy(&jump[2], &replacement, sizeof replacement);
+    DWORD before = 0;
+    ASSERT_TRUE(VirtualProtect(function, jump.size(), PAGE_EXECUTE_READWRITE, &before));
+    std::memcpy(function, jump.data(), jump.size());
+    VirtualProtect(function, jump.size(), before, &before);
+    FlushInstructionCache(GetCurrentProcess(), function, jump.size());
 }

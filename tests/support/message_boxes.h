@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-// Closes and collects the message boxes of the test program and of each KelvaroShellExt.dll that it
-// loads while this object lives.
+// Closes and collects the message boxes of this process while it lives.
 class MessageBoxes {
   public:
     MessageBoxes();

@@ -2,8 +2,6 @@
 
 #include <shlobj.h>
 
-#include <optional>
-
 #include "common/module_path.h"
 #include "common/owners.h"
 #include "common/path.h"
@@ -74,10 +72,7 @@ void RunOnThread(const std::function<void()>& work, size_t stack) {
     CloseHandle(thread);
 }
 
-// Replaces MessageBoxW in this program, and in each KelvaroShellExt.dll that it loads while a
-// MessageBoxes lives.
 static MessageBoxes* g_boxes = nullptr;
-static std::optional<LibraryLoads> g_loads;
 
 static int WINAPI CloseBox(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
     if (g_boxes != nullptr) {
@@ -88,14 +83,10 @@ static int WINAPI CloseBox(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style
 
 MessageBoxes::MessageBoxes() {
     g_boxes = this;
-    constexpr auto replace = [](HMODULE module) {
-        SetImport(module, "MessageBoxW", reinterpret_cast<void*>(&CloseBox));
-    };
-    replace(GetModuleHandleW(nullptr));
-    g_loads.emplace(replace);
+    auto* const show = GetProcAddress(GetModuleHandleW(L"user32.dll"), "MessageBoxW");
+    ReplaceCode(reinterpret_cast<void*>(show), reinterpret_cast<void*>(&CloseBox));
 }
 
 MessageBoxes::~MessageBoxes() {
-    g_loads.reset();
     g_boxes = nullptr;
 }
