@@ -11,7 +11,7 @@ struct SystemMessage {
     const wchar_t* text;
 };
 
-// Windows' messages for the codes that users of the tools see most.
+// Windows' messages for some codes. FormatMessageW fails for all others.
 constexpr SystemMessage kMessages[] = {
     {ERROR_FILE_NOT_FOUND, L"The system cannot find the file specified."},
     {ERROR_PATH_NOT_FOUND, L"The system cannot find the path specified."},
